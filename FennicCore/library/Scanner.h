@@ -1,0 +1,84 @@
+#pragma once
+
+#include "model/FileItem.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <atomic>
+#include <functional>
+#include <optional>
+
+namespace fennic {
+
+// What one directory entry tells about itself, read with one statx call that never follows a
+// symbolic link. Values the file system does not report are absent.
+struct EntryValues {
+    bool isDirectory = false;
+    bool isPackage = false;        // a directory whose extension marks it as one document
+    bool isRegularFile = false;
+    bool isSymbolicLink = false;
+    bool isCloudPlaceholder = false;  // a sync client's stand-in for a file not downloaded
+    std::optional<qint64> fileSize;
+    std::optional<qint64> allocatedSize;
+    std::optional<Date> created;
+    std::optional<Date> modified;
+    std::optional<Date> added;
+    std::optional<Date> accessed;
+};
+
+// Walks the library's folders and turns every file worth showing into a FileItem.
+// An immutable value: scan() may run on any thread and reports progress on that thread.
+class Scanner {
+public:
+    static constexpr int kDefaultMaxItems = 250000;
+    static constexpr int kProgressEvery = 500;
+
+    Scanner(QStringList roots, QStringList appFolders, int maxItems = kDefaultMaxItems);
+
+    const QStringList& roots() const { return m_roots; }
+    const QStringList& appFolders() const { return m_appFolders; }
+    int maxItems() const { return m_maxItems; }
+
+    // The walk: roots first (redundant roots dropped, symbolic links never followed, hidden
+    // files, skipped folders and skipped packages left out, at most maxItems items), then the
+    // applications of appFolders. `progress` gets the running count every 500 items. Setting
+    // `cancel` stops the walk early and returns what was found so far. Never fails: anything
+    // unreadable is skipped.
+    QList<FileItem> scan(const std::function<void(int)>& progress = {},
+                         const std::atomic<bool>* cancel = nullptr) const;
+
+    // Builds an item from a path and its already read values; none when the name is not
+    // valid UTF-8 (such a path could not be acted on safely later).
+    static std::optional<FileItem> makeItem(const QString& path, const EntryValues& values);
+    // Reads the values of one path first; none when they can't be read.
+    static std::optional<FileItem> makeItem(const QString& path);
+    static std::optional<EntryValues> readValues(const QString& path);
+
+    // The download origin: a carried-over where-from property list when present, otherwise
+    // [origin URL, referrer URL] from the freedesktop attributes (absent ones left out).
+    static QStringList whereFroms(const QString& path);
+    static bool isScreenshot(const QString& path, const QString& name, const QString& ext);
+    // Sum of the sizes of everything below a folder (hidden files included, links not).
+    static qint64 directorySize(const QString& path);
+    // When an application was last opened (its access time), if the file system records it.
+    static std::optional<Date> lastUsedDate(const QString& path);
+    // Exif model, else make, of an image; none when unreadable or absent.
+    static std::optional<QString> cameraModel(const QString& path);
+    // Raw value of one extended attribute (of the link target); none if absent or empty.
+    static std::optional<QByteArray> xattrData(const QString& path, const char* name);
+
+    static const QSet<QString>& skippedDirectories();
+    static const QSet<QString>& skippedPackages();
+    static const QSet<QString>& packageExtensions();     // every extension that makes a folder a package
+    static const QSet<QString>& screenshotExtensions();
+
+private:
+    QStringList m_roots;
+    QStringList m_appFolders;
+    int m_maxItems;
+};
+
+}  // namespace fennic

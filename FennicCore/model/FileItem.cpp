@@ -1,0 +1,38 @@
+#include "FileItem.h"
+
+namespace fennic {
+
+QString FileItem::folderPath() const
+{
+    const qsizetype slash = path.lastIndexOf(u'/');
+    if (slash < 0) return QString();
+    if (slash == 0) return QStringLiteral("/");
+    return path.left(slash);
+}
+
+QString FileItem::folderName() const
+{
+    const QString folder = folderPath();
+    if (folder == u"/") return folder;
+    return folder.mid(folder.lastIndexOf(u'/') + 1);
+}
+
+QString FileItem::displayName() const
+{
+    if (kind != FileKind::app || ext.isEmpty()) return name;
+    return name.left(name.size() - ext.size() - 1);
+}
+
+bool FileItem::isInstaller() const
+{
+    return ext == u"dmg" || ext == u"pkg" || ext == u"iso" || ext == u"mpkg";
+}
+
+QString pathExtension(QStringView name)
+{
+    const qsizetype dot = name.lastIndexOf(u'.');
+    if (dot <= 0 || dot == name.size() - 1) return QString();
+    return name.mid(dot + 1).toString();
+}
+
+}  // namespace fennic
