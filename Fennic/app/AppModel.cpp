@@ -1,0 +1,351 @@
+#include "AppModel.h"
+
+#include "library/Library.h"
+#include "library/LibraryCache.h"
+#include "library/Prefs.h"
+#include "library/Scanner.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QHash>
+#include <QThread>
+#include <algorithm>
+
+namespace fennic {
+namespace {
+
+std::unique_ptr<QSettings> openSettings(const QString& file)
+{
+    if (!file.isEmpty()) return std::make_unique<QSettings>(file, QSettings::IniFormat);
+    if (Prefs::fixtureRoot())
+        return std::make_unique<QSettings>(Prefs::supportDir() + QStringLiteral("/settings.ini"), QSettings::IniFormat);
+    return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Fennic"),
+                                       QStringLiteral("Fennic"));
+}
+
+QString cleanFolder(const QString& folder)
+{
+    QString path = QDir::cleanPath(folder);
+    while (path.size() > 1 && path.endsWith(u'/')) path.chop(1);
+    return path;
+}
+
+}  // namespace
+
+AppModel::AppModel(AppEnvironment environment, QObject* parent) : QObject(parent), m_env(std::move(environment))
+{
+    // Scans, writes and analysis each get a thread; the machine may have only two cores.
+    m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
+    Prefs::configure();
+    m_settings = openSettings(m_env.settingsFile);
+    readSettings();
+    if (m_env.loadCacheOnStart) loadCache();
+}
+
+AppModel::~AppModel()
+{
+    m_stopping->store(true);
+    cancelImageIndexing();
+    m_pool.waitForDone();
+}
+
+AppModel& AppModel::shared()
+{
+    static AppModel* instance = new AppModel();
+    return *instance;
+}
+
+void AppModel::readSettings()
+{
+    QSettings& s = *m_settings;
+    m_viewModeRaw = s.value(QStringLiteral("viewMode"), QStringLiteral("grid")).toString();
+    m_sortKeyRaw = s.value(QStringLiteral("sortKey"), QStringLiteral("dateAdded")).toString();
+    m_sortAscending = s.value(QStringLiteral("sortAscending"), false).toBool();
+    m_cardSize = s.value(QStringLiteral("cardSize"), 150.0).toDouble();
+    m_theme = s.value(QStringLiteral("theme"), QStringLiteral("playful")).toString();
+    m_autoCleanInstallers = s.value(QStringLiteral("autoCleanInstallers"), false).toBool();
+    m_autoFileScreenshots = s.value(QStringLiteral("autoFileScreenshots"), false).toBool();
+    m_indexTextInImages = s.value(QStringLiteral("indexTextInImages"), true).toBool();
+    m_pinnedFolders = s.value(QStringLiteral("pinnedFolders")).toStringList();
+    m_extraRoots = s.value(QStringLiteral("extraRoots")).toStringList();
+}
+
+template <typename T, typename Signal>
+void AppModel::setAndStore(T& field, const T& value, const char* key, Signal signal)
+{
+    if (field == value) return;
+    field = value;
+    m_settings->setValue(QLatin1String(key), value);
+    Q_EMIT(this->*signal)();
+}
+
+void AppModel::setViewModeRaw(const QString& v) { setAndStore(m_viewModeRaw, v, "viewMode", &AppModel::viewModeRawChanged); }
+void AppModel::setSortKeyRaw(const QString& v) { setAndStore(m_sortKeyRaw, v, "sortKey", &AppModel::sortKeyRawChanged); }
+void AppModel::setSortAscending(bool v) { setAndStore(m_sortAscending, v, "sortAscending", &AppModel::sortAscendingChanged); }
+void AppModel::setCardSize(double v)
+{
+    setAndStore(m_cardSize, std::clamp(v, kMinCardSize, kMaxCardSize), "cardSize", &AppModel::cardSizeChanged);
+}
+void AppModel::zoom(double step) { setCardSize(m_cardSize + step); }
+void AppModel::setTheme(const QString& v) { setAndStore(m_theme, v, "theme", &AppModel::themeChanged); }
+void AppModel::toggleTheme()
+{
+    setTheme(m_theme == u"playful" ? QStringLiteral("minimal") : QStringLiteral("playful"));
+}
+void AppModel::setAutoCleanInstallers(bool v)
+{
+    setAndStore(m_autoCleanInstallers, v, "autoCleanInstallers", &AppModel::autoCleanInstallersChanged);
+}
+void AppModel::setAutoFileScreenshots(bool v)
+{
+    setAndStore(m_autoFileScreenshots, v, "autoFileScreenshots", &AppModel::autoFileScreenshotsChanged);
+}
+void AppModel::setIndexTextInImages(bool v)
+{
+    setAndStore(m_indexTextInImages, v, "indexTextInImages", &AppModel::indexTextInImagesChanged);
+}
+
+QStringList AppModel::roots() const
+{
+    QStringList r = Library::defaultRoots();
+    r.append(m_extraRoots);
+    return r;
+}
+
+void AppModel::runInBackground(std::function<void()> work, int priority)
+{
+    ++m_tasksInFlight;
+    m_pool.start(
+        [this, work = std::move(work)] {
+            work();
+            // Counted down on the GUI thread, after every result the task posted there.
+            QMetaObject::invokeMethod(this, [this] { --m_tasksInFlight; }, Qt::QueuedConnection);
+        },
+        priority);
+}
+
+bool AppModel::waitForIdle(int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (m_tasksInFlight.load() > 0 || m_isScanning) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(1);
+    }
+    QCoreApplication::processEvents();
+    return true;
+}
+
+// --- launch
+
+void AppModel::finishLaunching()
+{
+    const bool welcomeDone = m_settings->value(QStringLiteral("welcomeDone"), false).toBool();
+    if (!welcomeDone && m_items.isEmpty()) {
+        m_showWelcome = true;
+        Q_EMIT showWelcomeChanged();
+    } else {
+        m_settings->setValue(QStringLiteral("welcomeDone"), true);
+        scan();
+    }
+    startImageIndexing();
+}
+
+void AppModel::finishWelcome()
+{
+    m_settings->setValue(QStringLiteral("welcomeDone"), true);
+    if (m_showWelcome) {
+        m_showWelcome = false;
+        Q_EMIT showWelcomeChanged();
+    }
+    scan();
+}
+
+void AppModel::applicationBecameActive()
+{
+    if (m_lastScan && (m_env.now() - *m_lastScan) > m_env.rescanAfterSeconds) scan();
+}
+
+// --- scanning
+
+void AppModel::setScanning(bool value)
+{
+    if (m_isScanning == value) return;
+    m_isScanning = value;
+    Q_EMIT isScanningChanged();
+}
+
+void AppModel::scan()
+{
+    if (m_isScanning) return;
+    setScanning(true);
+    m_scannedCount = 0;
+    Q_EMIT scannedCountChanged();
+    cancelImageIndexing();
+
+    const int generation = ++m_scanGeneration;
+    const Scanner scanner(roots(), Library::appFolders(), kMaxItems);
+    const auto stopping = m_stopping;
+    Q_EMIT scanStarted(generation);
+    runInBackground(
+        [this, scanner, generation, stopping] {
+            auto progress = [this](int count) {
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, count] {
+                        if (!m_isScanning) return;
+                        m_scannedCount = count;
+                        Q_EMIT scannedCountChanged();
+                    },
+                    Qt::QueuedConnection);
+            };
+            QList<FileItem> result = scanner.scan(progress, stopping.get());
+            QMetaObject::invokeMethod(
+                this, [this, generation, result = std::move(result)]() mutable { applyScan(generation, std::move(result)); },
+                Qt::QueuedConnection);
+        },
+        /*priority=*/2);
+}
+
+void AppModel::applyScan(int generation, QList<FileItem> result)
+{
+    if (generation != m_scanGeneration || m_stopping->load()) return;
+
+    // Camera models are read in the background by image indexing; the scanner does not know
+    // them, so they would be lost at every scan.
+    QHash<QString, QString> cameras;
+    for (const FileItem& old : std::as_const(m_items))
+        if (old.camera) cameras.insert(old.path, *old.camera);
+    if (!cameras.isEmpty())
+        for (FileItem& item : result)
+            if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
+
+    setItems(std::move(result));
+    setScanning(false);
+    m_lastScan = m_env.now();
+    saveCache();
+    Q_EMIT scanFinished(generation);
+
+    if (m_rescanQueued) {
+        m_rescanQueued = false;
+        scan();
+        return;
+    }
+    runAutomaticCleanup();
+    startImageIndexing();
+}
+
+void AppModel::refreshDownloads()
+{
+    if (m_isScanning) return;
+    const QString downloads = Library::downloads();
+    const Scanner scanner({downloads}, {}, kMaxItems);
+    const int generation = m_scanGeneration;
+    runInBackground(
+        [this, scanner, downloads, generation] {
+            QList<FileItem> fresh = scanner.scan();
+            QMetaObject::invokeMethod(
+                this,
+                [this, downloads, generation, fresh = std::move(fresh)] {
+                    // A full scan that started meanwhile brings its own, newer copy.
+                    if (m_isScanning || generation != m_scanGeneration) return;
+                    const QString prefix = downloads + u'/';
+                    QList<FileItem> merged;
+                    merged.reserve(m_items.size() + fresh.size());
+                    bool inserted = false;
+                    for (const FileItem& item : std::as_const(m_items)) {
+                        if (!item.path.startsWith(prefix)) {
+                            merged.append(item);
+                        } else if (!inserted) {
+                            merged.append(fresh);
+                            inserted = true;
+                        }
+                    }
+                    if (!inserted) merged.append(fresh);
+                    setItems(std::move(merged));
+                },
+                Qt::QueuedConnection);
+        },
+        2);
+}
+
+void AppModel::setItems(QList<FileItem> items)
+{
+    m_items = std::move(items);
+    Q_EMIT itemsChanged();
+    refreshDerived();
+}
+
+void AppModel::refreshDerived()
+{
+    m_stats = LibraryStats(m_items);
+    Q_EMIT statsChanged();
+    m_lately = Lately::groups(m_items, m_env.now(), m_env.calendar(), Lately::kDefaultDays);
+    Q_EMIT latelyChanged();
+}
+
+// --- cache
+
+void AppModel::loadCache()
+{
+    if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) setItems(std::move(*cached));
+    QFile::remove(Prefs::supportDir() + QStringLiteral("/text.json"));
+}
+
+void AppModel::saveCache()
+{
+    const QList<FileItem> snapshot = m_items;
+    const QString file = LibraryCache::defaultPath();
+    runInBackground(
+        [this, snapshot, file] {
+            const bool ok = LibraryCache::save(file, snapshot);
+            QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
+        },
+        -1);
+}
+
+// --- folders
+
+void AppModel::rescanAfterFolderChange()
+{
+    if (m_isScanning)
+        m_rescanQueued = true;
+    else
+        scan();
+}
+
+void AppModel::addFolder(const QString& folder)
+{
+    const QString real = cleanFolder(Library::realPath(folder));
+    for (const QString& existing : std::as_const(m_extraRoots))
+        if (cleanFolder(Library::realPath(existing)) == real) return;
+    m_extraRoots.append(real);
+    m_settings->setValue(QStringLiteral("extraRoots"), m_extraRoots);
+    Q_EMIT extraRootsChanged();
+    rescanAfterFolderChange();
+}
+
+void AppModel::removeFolder(const QString& path)
+{
+    if (!m_extraRoots.removeOne(path)) return;
+    m_settings->setValue(QStringLiteral("extraRoots"), m_extraRoots);
+    Q_EMIT extraRootsChanged();
+    rescanAfterFolderChange();
+}
+
+void AppModel::pin(const QString& folder)
+{
+    if (!m_pinnedFolders.removeOne(folder)) m_pinnedFolders.append(folder);
+    m_settings->setValue(QStringLiteral("pinnedFolders"), m_pinnedFolders);
+    Q_EMIT pinnedFoldersChanged();
+}
+
+// --- hooks filled in by the image and organising sides
+
+void AppModel::runAutomaticCleanup() { Q_EMIT automaticRulesRan(); }
+void AppModel::startImageIndexing() {}
+void AppModel::cancelImageIndexing() {}
+
+}  // namespace fennic

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "app/AppModel.h"
+#include "library/Prefs.h"
+#include "support/TempTree.h"
+
+#include <QSignalSpy>
+#include <memory>
+
+namespace fennic::test {
+
+// A library fixture for the application model: a fresh FENNIC_LIBRARY_ROOT with the six
+// default folders, a settings file of its own and a clock the test moves by hand.
+class AppFixture {
+public:
+    AppFixture()
+    {
+        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
+            tree.mkdir(QString::fromLatin1(folder));
+        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
+        Prefs::resetForTesting();
+        Prefs::configure();
+        env.now = [this] { return now; };
+        env.calendar = [] { return Calendar{}; };
+        env.settingsFile = tree.path(".fennic-support/settings.ini");
+    }
+    ~AppFixture()
+    {
+        model.reset();
+        qunsetenv("FENNIC_LIBRARY_ROOT");
+        Prefs::resetForTesting();
+    }
+
+    AppModel& make()
+    {
+        model = std::make_unique<AppModel>(env);
+        return *model;
+    }
+
+    TempTree tree;
+    Date now = Date::fromIso("2026-03-10T12:00:00Z");
+    AppEnvironment env;
+    std::unique_ptr<AppModel> model;
+};
+
+}  // namespace fennic::test
