@@ -34,8 +34,19 @@ QString cleanFolder(const QString& folder)
 
 }  // namespace
 
-AppModel::AppModel(AppEnvironment environment, QObject* parent) : QObject(parent), m_env(std::move(environment))
+AppModel::AppModel(AppEnvironment environment, QObject* parent)
+    : QObject(parent),
+      m_env(std::move(environment)),
+      m_toast(m_env.toastShortMs, m_env.toastLongMs, [this] { Q_EMIT toastChanged(); })
 {
+    m_settleTimer = new QTimer(this);
+    m_settleTimer->setSingleShot(true);
+    m_settleTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_settleTimer, &QTimer::timeout, this, [this] {
+        m_searchSettled = true;
+        Q_EMIT searchSettledChanged();
+        Q_EMIT shownItemsChanged();
+    });
     // Scans, writes and analysis each get a thread; the machine may have only two cores.
     m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
     Prefs::configure();
@@ -70,6 +81,11 @@ void AppModel::readSettings()
     m_indexTextInImages = s.value(QStringLiteral("indexTextInImages"), true).toBool();
     m_pinnedFolders = s.value(QStringLiteral("pinnedFolders")).toStringList();
     m_extraRoots = s.value(QStringLiteral("extraRoots")).toStringList();
+    m_imageFolderMode = s.value(QStringLiteral("imageFolderMode"), QStringLiteral("all")).toString();
+    m_imageFolders = s.value(QStringLiteral("imageFolders")).toStringList();
+    if (s.contains(QStringLiteral("ocrLanguages")))
+        m_ocrLanguageChoice = s.value(QStringLiteral("ocrLanguages")).toStringList();
+    m_savedSearches = SavedSearch::decodeList(s.value(QStringLiteral("savedSearches")).toString().toUtf8());
 }
 
 template <typename T, typename Signal>
@@ -82,8 +98,16 @@ void AppModel::setAndStore(T& field, const T& value, const char* key, Signal sig
 }
 
 void AppModel::setViewModeRaw(const QString& v) { setAndStore(m_viewModeRaw, v, "viewMode", &AppModel::viewModeRawChanged); }
-void AppModel::setSortKeyRaw(const QString& v) { setAndStore(m_sortKeyRaw, v, "sortKey", &AppModel::sortKeyRawChanged); }
-void AppModel::setSortAscending(bool v) { setAndStore(m_sortAscending, v, "sortAscending", &AppModel::sortAscendingChanged); }
+void AppModel::setSortKeyRaw(const QString& v)
+{
+    setAndStore(m_sortKeyRaw, v, "sortKey", &AppModel::sortKeyRawChanged);
+    markSearchDirty();
+}
+void AppModel::setSortAscending(bool v)
+{
+    setAndStore(m_sortAscending, v, "sortAscending", &AppModel::sortAscendingChanged);
+    markSearchDirty();
+}
 void AppModel::setCardSize(double v)
 {
     setAndStore(m_cardSize, std::clamp(v, kMinCardSize, kMaxCardSize), "cardSize", &AppModel::cardSizeChanged);
@@ -223,6 +247,15 @@ void AppModel::applyScan(int generation, QList<FileItem> result)
             if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
 
     setItems(std::move(result));
+    // Records and recognised text of files that left the library go with them.
+    QSet<QString> present;
+    present.reserve(m_items.size());
+    for (const FileItem& item : std::as_const(m_items)) present.insert(item.path);
+    if (m_imageIndex.prune(present) > 0) {
+        for (auto it = m_ocrText.begin(); it != m_ocrText.end();)
+            it = present.contains(it.key()) ? std::next(it) : m_ocrText.erase(it);
+        Q_EMIT imageRecordsChanged();
+    }
     setScanning(false);
     m_lastScan = m_env.now();
     saveCache();
@@ -280,18 +313,35 @@ void AppModel::setItems(QList<FileItem> items)
 
 void AppModel::refreshDerived()
 {
+    const Date now = m_env.now();
     m_stats = LibraryStats(m_items);
     Q_EMIT statsChanged();
-    m_lately = Lately::groups(m_items, m_env.now(), m_env.calendar(), Lately::kDefaultDays);
+    m_lately = Lately::groups(m_items, now, m_env.calendar(), Lately::kDefaultDays);
     Q_EMIT latelyChanged();
+    m_suggestions = CleanupKinds::suggestions(m_items, now, Library::downloads());
+    Q_EMIT suggestionsChanged();
+    // Folded names and paths are prepared once per list, not per keystroke.
+    m_searchIndex = SearchIndex(m_items);
+    markSearchDirty();
 }
 
 // --- cache
 
 void AppModel::loadCache()
 {
+    const QString support = Prefs::supportDir();
     if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) setItems(std::move(*cached));
-    QFile::remove(Prefs::supportDir() + QStringLiteral("/text.json"));
+    QFile::remove(support + QStringLiteral("/text.json"));
+    if (auto index = ImageIndex::load(support + QStringLiteral("/images.plist"))) {
+        m_imageIndex = std::move(*index);
+        m_ocrText.clear();
+        for (auto it = m_imageIndex.records.constBegin(); it != m_imageIndex.records.constEnd(); ++it)
+            if (!it->folded.isEmpty()) m_ocrText.insert(it.key(), it->folded);
+        Q_EMIT imageRecordsChanged();
+    }
+    m_shelf = Shelf::load(support + u'/' + QLatin1String(Shelf::kFileName));
+    Q_EMIT shelfChanged();
+    markSearchDirty();
 }
 
 void AppModel::saveCache()
@@ -330,6 +380,10 @@ void AppModel::addFolder(const QString& folder)
 void AppModel::removeFolder(const QString& path)
 {
     if (!m_extraRoots.removeOne(path)) return;
+    const QString prefix = path + u'/';
+    if ((m_sidebar.kind == SidebarItem::Kind::folder || m_sidebar.kind == SidebarItem::Kind::pinnedFolder)
+        && (m_sidebar.path == path || m_sidebar.path.startsWith(prefix)))
+        setSidebar(SidebarItem::home());
     m_settings->setValue(QStringLiteral("extraRoots"), m_extraRoots);
     Q_EMIT extraRootsChanged();
     rescanAfterFolderChange();
@@ -341,11 +395,5 @@ void AppModel::pin(const QString& folder)
     m_settings->setValue(QStringLiteral("pinnedFolders"), m_pinnedFolders);
     Q_EMIT pinnedFoldersChanged();
 }
-
-// --- hooks filled in by the image and organising sides
-
-void AppModel::runAutomaticCleanup() { Q_EMIT automaticRulesRan(); }
-void AppModel::startImageIndexing() {}
-void AppModel::cancelImageIndexing() {}
 
 }  // namespace fennic

@@ -1,15 +1,28 @@
 #pragma once
 
 #include "AppEnvironment.h"
+#include "SidebarItem.h"
+#include "Toast.h"
+#include "images/ImageIndex.h"
 #include "library/Lately.h"
 #include "library/LibraryStats.h"
 #include "model/FileItem.h"
+#include "organise/CleanupKind.h"
+#include "organise/DuplicateGroup.h"
+#include "organise/FileOps.h"
+#include "organise/Shelf.h"
+#include "search/ParsedQuery.h"
+#include "search/SavedSearch.h"
+#include "search/SearchContext.h"
+#include "search/SearchIndex.h"
+#include "search/SortKey.h"
 
 #include <QList>
 #include <QObject>
 #include <QSettings>
 #include <QStringList>
 #include <QThreadPool>
+#include <QTimer>
 #include <atomic>
 #include <memory>
 #include <optional>
@@ -44,6 +57,22 @@ class AppModel : public QObject {
     Q_PROPERTY(bool indexTextInImages READ indexTextInImages WRITE setIndexTextInImages NOTIFY indexTextInImagesChanged)
     Q_PROPERTY(QStringList pinnedFolders READ pinnedFolders NOTIFY pinnedFoldersChanged)
     Q_PROPERTY(QStringList extraRoots READ extraRoots NOTIFY extraRootsChanged)
+    // search session
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    Q_PROPERTY(bool searchSettled READ searchSettled NOTIFY searchSettledChanged)
+    Q_PROPERTY(QList<fennic::FileItem> shownItems READ shownItems NOTIFY shownItemsChanged)
+    Q_PROPERTY(QList<fennic::SavedSearch> savedSearches READ savedSearches NOTIFY savedSearchesChanged)
+    Q_PROPERTY(QString findQuery READ findQuery WRITE setFindQuery NOTIFY findQueryChanged)
+    Q_PROPERTY(QString findMode READ findMode WRITE setFindMode NOTIFY findModeChanged)
+    // image indexing
+    Q_PROPERTY(bool imageIndexPaused READ imageIndexPaused WRITE setImageIndexPaused NOTIFY imageIndexPausedChanged)
+    Q_PROPERTY(QStringList imageFolders READ imageFolders NOTIFY imageFoldersChanged)
+    Q_PROPERTY(QString imageFolderMode READ imageFolderMode WRITE setImageFolderMode NOTIFY imageFolderModeChanged)
+    // organising
+    Q_PROPERTY(fennic::Shelf shelf READ shelf NOTIFY shelfChanged)
+    Q_PROPERTY(QList<fennic::DuplicateGroup> duplicateGroups READ duplicateGroups NOTIFY duplicateGroupsChanged)
+    Q_PROPERTY(QList<fennic::DuplicateGroup> lookalikeGroups READ lookalikeGroups NOTIFY lookalikeGroupsChanged)
+    Q_PROPERTY(bool duplicatesScanned READ duplicatesScanned NOTIFY duplicatesScannedChanged)
 
 public:
     static constexpr int kMaxItems = 250000;
@@ -119,6 +148,89 @@ public:
     bool indexTextInImages() const { return m_indexTextInImages; }
     void setIndexTextInImages(bool value);
 
+    // --- search session
+    const QString& query() const { return m_query; }
+    // Parses at once (so chips can be drawn while typing) and restarts the settle delay.
+    void setQuery(const QString& text);
+    const ParsedQuery& parsed() const { return m_parsed; }
+    bool searchSettled() const { return m_searchSettled; }
+    // The selected sidebar entry's files, filtered by the request and ordered: by how well a
+    // picture fits the description when the request describes one, otherwise by the sort
+    // settings. Computed when asked for after a change.
+    const QList<FileItem>& visibleItems();
+    // visibleItems held steady while typing: an empty result shows only once the request has
+    // settled; until then the last non-empty result stays.
+    QList<FileItem> shownItems();
+    const QList<FileItem>& heldResults() const { return m_heldResults; }
+    // The files of a sidebar entry before any request, unordered.
+    QList<FileItem> baseItems(const SidebarItem& entry) const;
+    const SidebarItem& sidebar() const { return m_sidebar; }
+    void setSidebar(const SidebarItem& entry);
+    // A fresh context over the image index, the recognised text and the shelf.
+    std::unique_ptr<SearchContext> searchContext() const;
+    const QList<SavedSearch>& savedSearches() const { return m_savedSearches; }
+    void setSavedSearches(const QList<SavedSearch>& searches);
+    void saveCurrentSearch();
+    // The words to highlight in names and recognised text.
+    QStringList highlightQuery() const;
+    const QString& findQuery() const { return m_findQuery; }
+    void setFindQuery(const QString& text);
+    const QString& findMode() const { return m_findMode; }
+    void setFindMode(const QString& mode);
+    const std::optional<QString>& similarTo() const { return m_similarTo; }
+    void setSimilarTo(std::optional<QString> path);
+    SortKey sortKey() const;
+
+    // --- image indexing
+    const QHash<QString, ImageRecord>& imageRecords() const { return m_imageIndex.records; }
+    const ImageIndex& imageIndex() const { return m_imageIndex; }
+    const QHash<QString, QString>& ocrText() const { return m_ocrText; }
+    QPair<int, int> ocrProgress() const { return m_ocrProgress; }
+    bool isIndexingImages() const { return m_indexTask != nullptr; }
+    // The recognition languages in force: the stored choice, or the user's languages.
+    QStringList recognitionLanguages() const;
+    std::optional<QStringList> ocrLanguageChoice() const { return m_ocrLanguageChoice; }
+    void setOCRLanguage(const QString& code, bool on);
+    void startImageIndexing();
+    void saveImageIndex();
+    void rebuildImageIndex();
+    void deleteImageIndex();
+    bool imageIndexPaused() const { return m_imageIndexPaused; }
+    void setImageIndexPaused(bool paused);
+    const QStringList& imageFolders() const { return m_imageFolders; }
+    void addImageFolder(const QString& folder);
+    void removeImageFolder(const QString& path);
+    const QString& imageFolderMode() const { return m_imageFolderMode; }
+    void setImageFolderMode(const QString& mode);
+
+    // --- organising
+    const Shelf& shelf() const { return m_shelf; }
+    // Replaces the shelf and writes "shelf.json".
+    void setShelf(const Shelf& shelf);
+    const QList<CleanupKinds::Suggestion>& suggestions() const { return m_suggestions; }
+    void toggleFavourite(const QList<FileItem>& items);
+    void addTag(const QString& tag, const QList<FileItem>& items);
+    void newCollection(const QString& name, const QList<FileItem>& items = {});
+    void addToCollection(const QList<FileItem>& items, const QUuid& collection);
+    void deleteCollection(const QUuid& collection);
+    // Moves the files to the Trash and reports it in a toast that offers Undo.
+    FileOps::TrashResult moveToTrash(const QList<FileItem>& items);
+    // Puts back what a Trash action moved.
+    QList<FileItem> putBack(const QList<FileOps::TrashedItem>& moved);
+    void findDuplicates();
+    const QList<DuplicateGroup>& duplicateGroups() const { return m_duplicateGroups; }
+    const QList<DuplicateGroup>& lookalikeGroups() const { return m_lookalikeGroups; }
+    std::optional<double> duplicateProgress() const { return m_duplicateProgress; }
+    bool duplicatesScanned() const { return m_duplicatesScanned; }
+    // The two automatic rules (when switched on), run after every completed scan.
+    void runAutomaticCleanup();
+
+    // --- notices
+    const std::optional<Toast::Message>& toast() const { return m_toast.current(); }
+    Toast& toastCentre() { return m_toast; }
+    void showToast(const QString& text, const QString& symbol, bool isError = false,
+                   std::optional<QString> actionTitle = std::nullopt, std::function<void()> action = {});
+
     // Waits (running the event loop) until no background task of the model is running and
     // every result has been applied. For tests and the self-test.
     bool waitForIdle(int timeoutMs = 60000);
@@ -140,6 +252,30 @@ Q_SIGNALS:
     void indexTextInImagesChanged();
     void pinnedFoldersChanged();
     void extraRootsChanged();
+    void queryChanged();
+    void parsedChanged();
+    void searchSettledChanged();
+    void shownItemsChanged();
+    void sidebarChanged();
+    void savedSearchesChanged();
+    void findQueryChanged();
+    void findModeChanged();
+    void similarToChanged();
+    void imageRecordsChanged();
+    void ocrProgressChanged();
+    void imageIndexPausedChanged();
+    void imageFoldersChanged();
+    void imageFolderModeChanged();
+    void ocrLanguageChoiceChanged();
+    void imageIndexSaved(bool ok);
+    void imageIndexingFinished();
+    void shelfChanged();
+    void suggestionsChanged();
+    void duplicateGroupsChanged();
+    void lookalikeGroupsChanged();
+    void duplicateProgressChanged();
+    void duplicatesScannedChanged();
+    void toastChanged();
     // A full scan started / its result was applied (superseded results are not announced).
     void scanStarted(int generation);
     void scanFinished(int generation);
@@ -158,10 +294,12 @@ private:
     template <typename T, typename Signal>
     void setAndStore(T& field, const T& value, const char* key, Signal signal);
 
-    // Hooks of the image indexing and organising sides, called by the scan lifecycle.
-    void runAutomaticCleanup();
-    void startImageIndexing();
     void cancelImageIndexing();
+    void markSearchDirty();
+    void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
+    void removeItems(const QSet<QString>& paths);
+    void fileDesktopScreenshots();
+    struct IndexTask;
 
     AppEnvironment m_env;
     std::unique_ptr<QSettings> m_settings;
@@ -189,6 +327,41 @@ private:
     bool m_indexTextInImages = true;
     QStringList m_pinnedFolders;
     QStringList m_extraRoots;
+
+    // search session
+    QString m_query;
+    ParsedQuery m_parsed;
+    bool m_searchSettled = true;
+    QTimer* m_settleTimer = nullptr;
+    QList<FileItem> m_heldResults;
+    SidebarItem m_sidebar;
+    QList<SavedSearch> m_savedSearches;
+    QString m_findQuery;
+    QString m_findMode = QStringLiteral("everything");
+    std::optional<QString> m_similarTo;
+    SearchIndex m_searchIndex;
+    SearchContext::DescriptionScorer m_describeScorer;
+    bool m_visibleDirty = true;
+    QList<FileItem> m_visibleItems;
+
+    // image indexing
+    ImageIndex m_imageIndex;
+    QHash<QString, QString> m_ocrText;
+    QPair<int, int> m_ocrProgress{0, 0};
+    bool m_imageIndexPaused = false;
+    QStringList m_imageFolders;
+    QString m_imageFolderMode;
+    std::optional<QStringList> m_ocrLanguageChoice;
+    std::shared_ptr<IndexTask> m_indexTask;
+
+    // organising
+    Shelf m_shelf;
+    QList<CleanupKinds::Suggestion> m_suggestions;
+    QList<DuplicateGroup> m_duplicateGroups;
+    QList<DuplicateGroup> m_lookalikeGroups;
+    std::optional<double> m_duplicateProgress;
+    bool m_duplicatesScanned = false;
+    Toast m_toast;
 };
 
 }  // namespace fennic

@@ -1,0 +1,251 @@
+// The image indexing task: one background task at a time reads the library's pending pictures
+// and hands their records to the GUI thread in batches of eight, so that results show while
+// indexing goes on.
+#include "AppModel.h"
+
+#include "images/ImageAnalyzer.h"
+#include "images/OCRLanguages.h"
+#include "library/Library.h"
+#include "library/Prefs.h"
+#include "library/Scanner.h"
+
+#include <QFile>
+#include <QLocale>
+
+namespace fennic {
+namespace {
+
+QString indexFile() { return Prefs::supportDir() + QStringLiteral("/images.plist"); }
+
+// Records are handed over once the batch holds more than this many.
+constexpr int kBatchLimit = 7;
+
+bool hasCameraMetadata(const FileItem& item)
+{
+    static const QSet<QString> photos{"jpg", "jpeg", "heic", "heif", "tif", "tiff", "dng"};
+    return photos.contains(item.ext);
+}
+
+}  // namespace
+
+struct AppModel::IndexTask {
+    std::atomic<bool> cancelled{false};
+};
+
+QStringList AppModel::recognitionLanguages() const
+{
+    const QStringList supported = OCRLanguages::supported();
+    if (m_ocrLanguageChoice) return OCRLanguages::resolve(*m_ocrLanguageChoice, supported).use;
+    return OCRLanguages::defaults(QLocale::system().uiLanguages(), supported);
+}
+
+void AppModel::cancelImageIndexing()
+{
+    if (!m_indexTask) return;
+    m_indexTask->cancelled.store(true);
+    m_indexTask.reset();
+}
+
+void AppModel::startImageIndexing()
+{
+    cancelImageIndexing();
+    if (m_imageIndexPaused || m_stopping->load()) return;
+
+    const QStringList languages = recognitionLanguages();
+    QStringList folders;
+    if (m_imageFolderMode == u"chosen")
+        for (const QString& f : std::as_const(m_imageFolders)) folders.append(f.endsWith(u'/') ? f : f + u'/');
+    QList<FileItem> candidates;
+    QSet<QString> keep;
+    for (const FileItem& item : std::as_const(m_items)) {
+        if (!ImageIndex::isIndexable(item)) continue;
+        if (!folders.isEmpty()
+            && std::none_of(folders.begin(), folders.end(), [&](const QString& f) { return item.path.startsWith(f); }))
+            continue;
+        candidates.append(item);
+        keep.insert(item.path);
+    }
+    m_imageIndex.languages = languages;
+    if (m_imageIndex.prune(keep) > 0) {
+        for (auto it = m_ocrText.begin(); it != m_ocrText.end();)
+            it = keep.contains(it.key()) ? std::next(it) : m_ocrText.erase(it);
+        Q_EMIT imageRecordsChanged();
+        markSearchDirty();
+    }
+    const QList<FileItem> pending = m_imageIndex.pending(candidates, languages);
+    m_ocrProgress = {0, int(pending.size())};
+    Q_EMIT ocrProgressChanged();
+    if (pending.isEmpty()) {
+        Q_EMIT imageIndexingFinished();
+        return;
+    }
+
+    auto task = std::make_shared<IndexTask>();
+    m_indexTask = task;
+    const bool readText = m_indexTextInImages;
+    runInBackground(
+        [this, task, pending, languages, readText] {
+            // Camera models for the photos about to be read that have none yet.
+            QHash<QString, QString> cameras;
+            for (const FileItem& item : pending) {
+                if (task->cancelled.load()) return;
+                if (item.camera || !hasCameraMetadata(item)) continue;
+                if (auto model = Scanner::cameraModel(item.path)) cameras.insert(item.path, *model);
+            }
+            if (!cameras.isEmpty())
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, cameras] {
+                        QList<FileItem> items = m_items;
+                        bool changed = false;
+                        for (FileItem& item : items)
+                            if (auto it = cameras.constFind(item.path); it != cameras.constEnd() && item.camera != *it) {
+                                item.camera = *it;
+                                changed = true;
+                            }
+                        if (changed) setItems(std::move(items));
+                    },
+                    Qt::QueuedConnection);
+
+            const int total = int(pending.size());
+            QList<ImageRecord> batch;
+            for (int i = 0; i < total; ++i) {
+                if (task->cancelled.load()) return;
+                ImageRecord record = ImageAnalyzer::analyze(pending[i], languages);
+                if (!readText) {
+                    // Text reading is off: keep no text, and no languages, so that turning it on
+                    // again makes the picture pending.
+                    record.lines.clear();
+                    record.langs.clear();
+                    record.refold();
+                }
+                batch.append(std::move(record));
+                if (batch.size() > kBatchLimit || i == total - 1) {
+                    QMetaObject::invokeMethod(
+                        this,
+                        [this, task, batch, done = i + 1, total] {
+                            if (task != m_indexTask) return;  // cancelled, rebuilt or deleted meanwhile
+                            applyImageBatch(batch, done, total);
+                        },
+                        Qt::QueuedConnection);
+                    batch.clear();
+                }
+            }
+            QMetaObject::invokeMethod(
+                this,
+                [this, task] {
+                    if (task != m_indexTask) return;
+                    m_indexTask.reset();
+                    saveImageIndex();
+                    Q_EMIT imageIndexingFinished();
+                },
+                Qt::QueuedConnection);
+        },
+        /*priority=*/0);
+}
+
+void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
+{
+    for (const ImageRecord& record : batch) {
+        m_imageIndex.records.insert(record.path, record);
+        if (record.folded.isEmpty())
+            m_ocrText.remove(record.path);
+        else
+            m_ocrText.insert(record.path, record.folded);
+    }
+    m_ocrProgress = {done, total};
+    Q_EMIT ocrProgressChanged();
+    Q_EMIT imageRecordsChanged();
+    markSearchDirty();
+}
+
+void AppModel::saveImageIndex()
+{
+    const ImageIndex snapshot(recognitionLanguages(), m_imageIndex.records);
+    runInBackground(
+        [this, snapshot, file = indexFile()] {
+            const bool ok = bool(snapshot.save(file));
+            QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT imageIndexSaved(ok); }, Qt::QueuedConnection);
+        },
+        -1);
+}
+
+void AppModel::deleteImageIndex()
+{
+    cancelImageIndexing();
+    m_imageIndex.records.clear();
+    m_ocrText.clear();
+    QFile::remove(indexFile());
+    m_ocrProgress = {0, 0};
+    Q_EMIT ocrProgressChanged();
+    Q_EMIT imageRecordsChanged();
+    markSearchDirty();
+}
+
+void AppModel::rebuildImageIndex()
+{
+    deleteImageIndex();
+    startImageIndexing();
+}
+
+void AppModel::setOCRLanguage(const QString& code, bool on)
+{
+    QStringList choice = m_ocrLanguageChoice.value_or(recognitionLanguages());
+    if (on && !choice.contains(code)) choice.append(code);
+    if (!on) choice.removeAll(code);
+    m_ocrLanguageChoice = choice;
+    m_settings->setValue(QStringLiteral("ocrLanguages"), choice);
+    Q_EMIT ocrLanguageChoiceChanged();
+    startImageIndexing();
+}
+
+void AppModel::setImageIndexPaused(bool paused)
+{
+    if (paused == m_imageIndexPaused) return;
+    m_imageIndexPaused = paused;
+    Q_EMIT imageIndexPausedChanged();
+    if (paused) {
+        cancelImageIndexing();
+        saveImageIndex();
+    } else {
+        startImageIndexing();
+    }
+}
+
+void AppModel::addImageFolder(const QString& folder)
+{
+    const QString path = Library::realPath(folder);
+    if (!m_imageFolders.contains(path)) {
+        m_imageFolders.append(path);
+        m_settings->setValue(QStringLiteral("imageFolders"), m_imageFolders);
+        Q_EMIT imageFoldersChanged();
+    }
+    const QStringList libraryRoots = roots();
+    const bool inside = std::any_of(libraryRoots.begin(), libraryRoots.end(), [&](const QString& root) {
+        const QString real = Library::realPath(root);
+        return path == real || path.startsWith(real + u'/');
+    });
+    if (inside)
+        startImageIndexing();
+    else
+        addFolder(path);  // its scan ends by starting image indexing
+}
+
+void AppModel::removeImageFolder(const QString& path)
+{
+    if (!m_imageFolders.removeOne(path)) return;
+    m_settings->setValue(QStringLiteral("imageFolders"), m_imageFolders);
+    Q_EMIT imageFoldersChanged();
+    startImageIndexing();
+}
+
+void AppModel::setImageFolderMode(const QString& mode)
+{
+    if (mode == m_imageFolderMode) return;
+    m_imageFolderMode = mode;
+    m_settings->setValue(QStringLiteral("imageFolderMode"), mode);
+    Q_EMIT imageFolderModeChanged();
+    startImageIndexing();
+}
+
+}  // namespace fennic
