@@ -1,0 +1,196 @@
+#include "AppTestSupport.h"
+
+#include "library/LibraryCache.h"
+#include "library/Scanner.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <gtest/gtest.h>
+
+using namespace fennic;
+using fennic::test::AppFixture;
+
+namespace {
+
+FileItem itemFor(const QString& path)
+{
+    auto item = Scanner::makeItem(path);
+    EXPECT_TRUE(item.has_value()) << path.toStdString();
+    return item.value_or(FileItem{});
+}
+
+}  // namespace
+
+TEST(AppModelToasts, ReplacementAndTheTwoDurations)
+{
+    AppFixture f;
+    f.env.toastShortMs = 30;
+    f.env.toastLongMs = 200;
+    AppModel& m = f.make();
+    m.showToast("first", "info");
+    EXPECT_EQ(m.toastCentre().currentDuration(), 30);
+    bool undone = false;
+    m.showToast("second", "trash", false, QStringLiteral("Undo"), [&] { undone = true; });
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text, "second") << "a new message replaces the old one at once";
+    EXPECT_EQ(m.toastCentre().currentDuration(), 200);
+    m.showToast("oops", "exclamationmark.triangle", true);
+    EXPECT_EQ(m.toastCentre().currentDuration(), 200);
+
+    m.showToast("plain", "info");
+    QSignalSpy changed(&m, &AppModel::toastChanged);
+    ASSERT_TRUE(changed.wait(1000));
+    EXPECT_FALSE(m.toast()) << "a plain confirmation hides by itself";
+
+    m.showToast("undoable", "trash", false, QStringLiteral("Undo"), [&] { undone = true; });
+    m.toastCentre().perform();
+    EXPECT_TRUE(undone);
+    EXPECT_FALSE(m.toast());
+}
+
+TEST(AppModelActions, TagToastsNameOneFileOrCountSeveral)
+{
+    AppFixture f;
+    for (const char* n : {"a.txt", "b.txt", "c.txt"}) f.tree.write(QStringLiteral("Documents/") + n, "x");
+    AppModel& m = f.make();
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_EQ(m.items().size(), 3);
+
+    m.addTag("#Receipts", m.items());
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text, "Tagged 3 files #receipts");
+    m.addTag("tax", {m.items()[0]});
+    EXPECT_EQ(m.toast()->text, QStringLiteral("Tagged “%1” #tax").arg(m.items()[0].name));
+    m.addTag("  # ", {m.items()[0]});
+    EXPECT_EQ(m.toast()->text, QStringLiteral("Tagged “%1” #tax").arg(m.items()[0].name)) << "an empty tag does nothing";
+
+    m.newCollection("Trip", {m.items()[0], m.items()[1]});
+    EXPECT_EQ(m.toast()->text, "Made the collection “Trip” with 2 files");
+    const QUuid trip = m.shelf().collections().first().id;
+    m.addToCollection({m.items()[2]}, trip);
+    EXPECT_EQ(m.toast()->text, "Added 1 file to “Trip”");
+
+    m.toggleFavourite({m.items()[0], m.items()[1]});
+    EXPECT_TRUE(m.shelf().isFavourite(m.items()[1].path));
+    m.toggleFavourite({m.items()[0]});
+    EXPECT_FALSE(m.shelf().isFavourite(m.items()[0].path)) << "all starred: all are un-starred";
+    m.toggleFavourite({m.items()[0], m.items()[1]});
+    EXPECT_TRUE(m.shelf().isFavourite(m.items()[0].path)) << "some starred: the others are starred";
+    EXPECT_TRUE(m.shelf().isFavourite(m.items()[1].path));
+
+    // The shelf file follows every change.
+    ASSERT_TRUE(m.waitForIdle());
+    const Shelf stored = Shelf::load(Prefs::supportDir() + "/shelf.json");
+    EXPECT_EQ(stored, m.shelf());
+}
+
+TEST(AppModelActions, TrashWithAPartialFailureAndUndo)
+{
+    AppFixture f;
+    const QString kept = f.tree.write("Documents/keep.txt", "k");
+    const QString gone = f.tree.write("Documents/gone.txt", "g");
+    AppModel& m = f.make();
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_EQ(m.items().size(), 2);
+    QFile::remove(gone);  // vanished since the scan
+
+    const auto result = m.moveToTrash(m.items());
+    ASSERT_EQ(result.moved.size(), 1);
+    EXPECT_FALSE(QFileInfo::exists(kept));
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text,
+              "Moved 1 item to the Trash, but couldn’t move “gone.txt”. Check it isn’t locked or open in another app.");
+    EXPECT_TRUE(m.toast()->isError);
+    EXPECT_EQ(m.toast()->actionTitle, "Undo");
+    EXPECT_EQ(m.items().size(), 1) << "the moved file left the library";
+
+    m.toastCentre().perform();
+    EXPECT_TRUE(QFileInfo::exists(kept));
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text, "Put back 1 item");
+    EXPECT_EQ(m.items().size(), 2);
+    ASSERT_TRUE(m.waitForIdle());
+}
+
+TEST(AppModelRules, InstallersAreJudgedByWhenTheyArrived)
+{
+    AppFixture f;
+    f.env.loadCacheOnStart = true;
+    const QString fresh = f.tree.write("Downloads/fresh.dmg", "d");
+    const QString stale = f.tree.write("Downloads/stale.iso", "i");
+    FileItem freshItem = itemFor(fresh);
+    FileItem staleItem = itemFor(stale);
+    // Made 40 days ago but downloaded today; and one that arrived 31 days ago.
+    freshItem.created = freshItem.modified = f.now - 40 * 86400.0;
+    freshItem.added = f.now - 60;
+    staleItem.created = staleItem.modified = staleItem.added = f.now - 31 * 86400.0;
+    LibraryCache::save(LibraryCache::defaultPath(), {freshItem, staleItem});
+    AppModel& m = f.make();
+    m.setAutoCleanInstallers(true);
+    m.runAutomaticCleanup();
+    EXPECT_TRUE(QFileInfo::exists(fresh));
+    EXPECT_FALSE(QFileInfo::exists(stale));
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text, "Moved 1 item to the Trash");
+    ASSERT_TRUE(m.waitForIdle());
+}
+
+TEST(AppModelRules, DesktopScreenshotsAreFiledByMonthAndKeepTheirShelf)
+{
+    AppFixture f;
+    const QString shot = f.tree.write("Desktop/Screenshot from 2025-03-04.png", "png");
+    const QString nested = f.tree.write("Desktop/Old/Screenshot from 2025-03-05.png", "png");
+    const QString taken = f.tree.write("Pictures/Screenshots/2025-03/Screenshot from 2025-03-04.png", "earlier");
+    FileItem shotItem = itemFor(shot);
+    FileItem nestedItem = itemFor(nested);
+    FileItem takenItem = itemFor(taken);
+    ASSERT_TRUE(shotItem.isScreenshot);
+    shotItem.created = nestedItem.created = Date::fromIso("2025-03-04T10:00:00Z");
+    LibraryCache::save(LibraryCache::defaultPath(), {shotItem, nestedItem, takenItem});
+    AppModel& m = f.make();
+    m.toggleFavourite({shotItem});
+    m.addTag("work", {shotItem});
+
+    m.setAutoFileScreenshots(true);
+    m.runAutomaticCleanup();
+    const QString filed = f.tree.path("Pictures/Screenshots/2025-03/Screenshot from 2025-03-04 2.png");
+    EXPECT_TRUE(QFileInfo::exists(filed));
+    EXPECT_FALSE(QFileInfo::exists(shot));
+    EXPECT_TRUE(QFileInfo::exists(nested)) << "screenshots in sub-folders stay";
+    QFile earlier(taken);
+    ASSERT_TRUE(earlier.open(QIODevice::ReadOnly));
+    EXPECT_EQ(earlier.readAll(), "earlier") << "an existing file is never replaced";
+
+    EXPECT_TRUE(m.shelf().isFavourite(filed));
+    EXPECT_EQ(m.shelf().tagsOf(filed), QStringList{"work"});
+    EXPECT_TRUE(std::any_of(m.items().begin(), m.items().end(), [&](const FileItem& i) { return i.path == filed; }));
+    ASSERT_TRUE(m.toast());
+    EXPECT_EQ(m.toast()->text, "Filed 1 screenshot into Pictures › Screenshots");
+    ASSERT_TRUE(m.waitForIdle());
+}
+
+TEST(AppModelDuplicates, FindsCopiesAndPrunesAfterTrash)
+{
+    AppFixture f;
+    f.tree.writeSized("Documents/a.bin", 5000, 7);
+    f.tree.writeSized("Downloads/a copy.bin", 5000, 7);
+    f.tree.writeSized("Documents/other.bin", 5000, 8);
+    AppModel& m = f.make();
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle());
+    QSignalSpy progress(&m, &AppModel::duplicateProgressChanged);
+    m.findDuplicates();
+    EXPECT_EQ(m.duplicateProgress(), 0.0);
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_TRUE(m.duplicatesScanned());
+    EXPECT_FALSE(m.duplicateProgress());
+    ASSERT_EQ(m.duplicateGroups().size(), 1);
+    const DuplicateGroup group = m.duplicateGroups().first();
+    EXPECT_EQ(group.keep, f.tree.path("Documents/a.bin")) << "the copy outside Downloads is kept";
+
+    m.moveToTrash(group.toTrash());
+    EXPECT_TRUE(m.duplicateGroups().isEmpty()) << "a group left with one member is dropped";
+    ASSERT_TRUE(m.waitForIdle());
+}
