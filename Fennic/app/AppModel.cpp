@@ -4,6 +4,7 @@
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
 #include "library/Scanner.h"
+#include "images/VisualSearch.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -50,6 +51,7 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
     // Scans, writes and analysis each get a thread; the machine may have only two cores.
     m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
     Prefs::configure();
+    m_describeScorer = VisualSearch::describer();
     m_settings = openSettings(m_env.settingsFile);
     readSettings();
     if (m_env.loadCacheOnStart) loadCache();
@@ -86,6 +88,22 @@ void AppModel::readSettings()
     if (s.contains(QStringLiteral("ocrLanguages")))
         m_ocrLanguageChoice = s.value(QStringLiteral("ocrLanguages")).toStringList();
     m_savedSearches = SavedSearch::decodeList(s.value(QStringLiteral("savedSearches")).toString().toUtf8());
+    m_quickShortcut = Shortcut::fromJson(s.value(QStringLiteral("quickShortcut")).toString().toUtf8())
+                          .value_or(Shortcut::standard());
+}
+
+bool AppModel::setQuickShortcut(const Shortcut& shortcut)
+{
+    if (shortcut.problem()) return false;
+    m_quickShortcut = shortcut;
+    m_settings->setValue(QStringLiteral("quickShortcut"), QString::fromUtf8(shortcut.toJson()));
+    Q_EMIT quickShortcutChanged();
+    return true;
+}
+
+bool AppModel::quickSearchEnabled() const
+{
+    return m_settings->value(QStringLiteral("quickSearchEnabled"), true).toBool();
 }
 
 template <typename T, typename Signal>
@@ -348,9 +366,12 @@ void AppModel::saveCache()
 {
     const QList<FileItem> snapshot = m_items;
     const QString file = LibraryCache::defaultPath();
+    const auto writes = m_cacheWrites;
+    const auto ticket = writes->ticket();
     runInBackground(
-        [this, snapshot, file] {
-            const bool ok = LibraryCache::save(file, snapshot);
+        [this, snapshot, file, writes, ticket] {
+            bool ok = true;
+            writes->run(ticket, [&] { ok = LibraryCache::save(file, snapshot); });
             QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
         },
         -1);

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "AppEnvironment.h"
+#include "LatestWrite.h"
 #include "SidebarItem.h"
+#include "quick/Shortcut.h"
 #include "Toast.h"
 #include "images/ImageIndex.h"
 #include "library/Lately.h"
@@ -225,6 +227,14 @@ public:
     // The two automatic rules (when switched on), run after every completed scan.
     void runAutomaticCleanup();
 
+    // --- Quick Search
+    // The global shortcut that opens Quick Search: the stored one, or ⇧⌘Space when none is
+    // stored or the stored value can't be read.
+    const Shortcut& quickShortcut() const { return m_quickShortcut; }
+    // Stores a new shortcut; refused (false) when it has a problem (Shortcut::problem).
+    bool setQuickShortcut(const Shortcut& shortcut);
+    bool quickSearchEnabled() const;
+
     // --- notices
     const std::optional<Toast::Message>& toast() const { return m_toast.current(); }
     Toast& toastCentre() { return m_toast; }
@@ -276,6 +286,7 @@ Q_SIGNALS:
     void duplicateProgressChanged();
     void duplicatesScannedChanged();
     void toastChanged();
+    void quickShortcutChanged();
     // A full scan started / its result was applied (superseded results are not announced).
     void scanStarted(int generation);
     void scanFinished(int generation);
@@ -305,6 +316,10 @@ private:
     std::unique_ptr<QSettings> m_settings;
     QThreadPool m_pool;
     std::atomic<int> m_tasksInFlight{0};
+    // One per file of ours, so that the newest snapshot of each always lands last.
+    std::shared_ptr<LatestWrite> m_cacheWrites = std::make_shared<LatestWrite>();
+    std::shared_ptr<LatestWrite> m_shelfWrites = std::make_shared<LatestWrite>();
+    std::shared_ptr<LatestWrite> m_indexWrites = std::make_shared<LatestWrite>();
     std::shared_ptr<std::atomic<bool>> m_stopping = std::make_shared<std::atomic<bool>>(false);
 
     QList<FileItem> m_items;
@@ -362,6 +377,7 @@ private:
     std::optional<double> m_duplicateProgress;
     bool m_duplicatesScanned = false;
     Toast m_toast;
+    Shortcut m_quickShortcut = Shortcut::standard();
 };
 
 }  // namespace fennic

@@ -162,9 +162,12 @@ void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int to
 void AppModel::saveImageIndex()
 {
     const ImageIndex snapshot(recognitionLanguages(), m_imageIndex.records);
+    const auto writes = m_indexWrites;
+    const auto ticket = writes->ticket();
     runInBackground(
-        [this, snapshot, file = indexFile()] {
-            const bool ok = bool(snapshot.save(file));
+        [this, snapshot, file = indexFile(), writes, ticket] {
+            bool ok = true;
+            writes->run(ticket, [&] { ok = bool(snapshot.save(file)); });
             QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT imageIndexSaved(ok); }, Qt::QueuedConnection);
         },
         -1);
@@ -175,7 +178,8 @@ void AppModel::deleteImageIndex()
     cancelImageIndexing();
     m_imageIndex.records.clear();
     m_ocrText.clear();
-    QFile::remove(indexFile());
+    // Through the ordered writes, so that a save still under way can't bring the file back.
+    m_indexWrites->run(m_indexWrites->ticket(), [] { QFile::remove(indexFile()); });
     m_ocrProgress = {0, 0};
     Q_EMIT ocrProgressChanged();
     Q_EMIT imageRecordsChanged();

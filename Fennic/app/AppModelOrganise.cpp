@@ -42,7 +42,10 @@ void AppModel::setShelf(const Shelf& shelf)
     Q_EMIT shelfChanged();
     markSearchDirty();
     // The shelf file is small; written off the GUI thread like every other file of ours.
-    runInBackground([shelf, file = shelfFile()] { shelf.save(file); }, -1);
+    const auto writes = m_shelfWrites;
+    const auto ticket = writes->ticket();
+    runInBackground([shelf, file = shelfFile(), writes, ticket] { writes->run(ticket, [&] { shelf.save(file); }); },
+                    -1);
 }
 
 void AppModel::toggleFavourite(const QList<FileItem>& items)

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "model/FileItem.h"
+
+#include <QList>
+#include <QObject>
+#include <QTimer>
+#include <functional>
+#include <optional>
+
+namespace fennic {
+
+class AppModel;
+
+// One row of the Quick Search panel: a file, why it matched, and whether it was found by what
+// the picture shows or says rather than by its name.
+struct QuickResult {
+    FileItem item;
+    std::optional<QString> reason;
+    bool isImageMatch = false;
+    friend bool operator==(const QuickResult&, const QuickResult&) = default;
+};
+
+// The model of the Quick Search panel: the request, at most twelve results from the app model's
+// library and image index, the selected row and short flash confirmations. GUI thread only;
+// the panel's view binds to it.
+class QuickSearchModel : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    Q_PROPERTY(int index READ index NOTIFY indexChanged)
+    Q_PROPERTY(bool browsing READ browsing NOTIFY browsingChanged)
+    Q_PROPERTY(bool previewing READ previewing WRITE setPreviewing NOTIFY previewingChanged)
+    Q_PROPERTY(QString flash READ flashText NOTIFY flashChanged)
+
+public:
+    static constexpr int kMaxResults = 12;
+
+    explicit QuickSearchModel(AppModel& app, QObject* parent = nullptr);
+
+    const QString& query() const { return m_query; }
+    void setQuery(const QString& text);
+    const QList<QuickResult>& results() const { return m_results; }
+    int index() const { return m_index; }
+    bool browsing() const { return m_browsing; }
+    bool previewing() const { return m_previewing; }
+    void setPreviewing(bool on);
+    const std::optional<QString>& flash() const { return m_flash; }
+    QString flashText() const { return m_flash.value_or(QString()); }
+    std::optional<QuickResult> selected() const;
+
+    // Moves the selection by `step` rows, kept within the list; nothing on an empty list.
+    void move(int step);
+    // Shows a short confirmation that clears itself.
+    void show(const QString& flash);
+    // Re-reads the results for the current request.
+    void recompute();
+
+    // ⌘T: the recognised text of the selected picture, or none (and the flash "No text in this
+    // one").
+    std::optional<QString> copyText();
+    // ⌘⌫: moves the selected file to the Trash through the app model (which offers Undo).
+    void trashSelected();
+
+    std::function<void()> close;
+
+Q_SIGNALS:
+    void queryChanged();
+    void resultsChanged();
+    void indexChanged();
+    void browsingChanged();
+    void previewingChanged();
+    void flashChanged();
+
+private:
+    AppModel& m_app;
+    QString m_query;
+    QList<QuickResult> m_results;
+    int m_index = 0;
+    bool m_browsing = false;
+    bool m_previewing = false;
+    std::optional<QString> m_flash;
+    QTimer m_flashTimer;
+};
+
+}  // namespace fennic
