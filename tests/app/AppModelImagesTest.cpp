@@ -1,0 +1,108 @@
+#include "AppTestSupport.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QPainter>
+#include <gtest/gtest.h>
+
+using namespace fennic;
+using fennic::test::AppFixture;
+
+namespace {
+
+// Small plain pictures: quick to analyse, yet real files through the real analyser.
+void writePictures(test::TempTree& tree, const QString& folder, int count)
+{
+    for (int i = 0; i < count; ++i) {
+        QImage image(48, 48, QImage::Format_RGB32);
+        image.fill(QColor::fromHsv((i * 37) % 360, 200, 220));
+        tree.mkdir(folder);
+        image.save(tree.path(QStringLiteral("%1/p%2.png").arg(folder).arg(i)), "PNG");
+    }
+}
+
+class ImageIndexing : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        writePictures(f.tree, "Pictures", 12);
+        m = &f.make();
+        m->scan();
+        ASSERT_TRUE(m->waitForIdle(120000));  // the scan ends by starting indexing, which reads all
+        ASSERT_EQ(m->imageRecords().size(), 12);
+    }
+
+    AppFixture f;
+    AppModel* m = nullptr;
+};
+
+}  // namespace
+
+TEST_F(ImageIndexing, NothingPendingReadsNothing)
+{
+    QSignalSpy finished(m, &AppModel::imageIndexingFinished);
+    m->startImageIndexing();
+    EXPECT_EQ(finished.count(), 1);
+    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 0));
+    EXPECT_FALSE(m->isIndexingImages());
+}
+
+TEST_F(ImageIndexing, PausingKeepsWhatWasReadAndResumingReadsTheRest)
+{
+    m->rebuildImageIndex();
+    EXPECT_TRUE(m->imageRecords().isEmpty());
+    QSignalSpy batches(m, &AppModel::imageRecordsChanged);
+    ASSERT_TRUE(batches.wait(60000));
+    m->setImageIndexPaused(true);
+    ASSERT_TRUE(m->waitForIdle());
+    EXPECT_EQ(m->imageRecords().size(), 8) << "one batch of eight arrived before the pause";
+    const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
+    ASSERT_TRUE(onDisk.has_value());
+    EXPECT_EQ(onDisk->records.size(), 8) << "pausing saves what was read";
+
+    m->setImageIndexPaused(false);
+    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 4)) << "only the pictures still pending are read";
+    ASSERT_TRUE(m->waitForIdle(60000));
+    EXPECT_EQ(m->imageRecords().size(), 12);
+}
+
+TEST_F(ImageIndexing, ALanguageChangeMakesEveryPictureRereadable)
+{
+    m->setOCRLanguage("es-ES", true);
+    EXPECT_EQ(m->ocrProgress().second, 12);
+    ASSERT_TRUE(m->waitForIdle(120000));
+    for (const ImageRecord& r : m->imageRecords()) EXPECT_TRUE(r.langs.contains("es-ES")) << r.langs.toStdString();
+}
+
+TEST_F(ImageIndexing, DeleteLeavesNothingBehindAndReadsNothing)
+{
+    ASSERT_TRUE(m->waitForIdle());
+    ASSERT_TRUE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
+    m->deleteImageIndex();
+    ASSERT_TRUE(m->waitForIdle());
+    EXPECT_TRUE(m->imageRecords().isEmpty());
+    EXPECT_FALSE(m->isIndexingImages());
+    EXPECT_FALSE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
+}
+
+TEST_F(ImageIndexing, ImageFoldersJoinTheLibraryWhenOutsideIt)
+{
+    writePictures(f.tree, "Elsewhere", 2);
+    QSignalSpy scans(m, &AppModel::scanStarted);
+    m->addImageFolder(f.tree.path("Pictures"));
+    m->addImageFolder(f.tree.path("Pictures"));
+    EXPECT_EQ(m->imageFolders(), QStringList{f.tree.path("Pictures")});
+    EXPECT_EQ(scans.count(), 0) << "a folder inside the library only restarts indexing";
+
+    m->addImageFolder(f.tree.path("Elsewhere"));
+    EXPECT_EQ(scans.count(), 1);
+    EXPECT_EQ(m->extraRoots(), QStringList{f.tree.path("Elsewhere")});
+    ASSERT_TRUE(m->waitForIdle(60000));
+    EXPECT_EQ(m->imageRecords().size(), 14);
+
+    m->setImageFolderMode("chosen");
+    m->removeImageFolder(f.tree.path("Pictures"));
+    ASSERT_TRUE(m->waitForIdle(60000));
+    EXPECT_EQ(m->imageRecords().size(), 2) << "only the chosen folders' pictures stay indexed";
+}

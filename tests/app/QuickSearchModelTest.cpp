@@ -1,0 +1,73 @@
+#include "AppTestSupport.h"
+
+#include "quick/QuickSearchModel.h"
+
+#include <gtest/gtest.h>
+
+using namespace fennic;
+using fennic::test::AppFixture;
+
+namespace {
+
+class QuickSearch : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (int i = 0; i < 15; ++i) f.tree.write(QStringLiteral("Documents/note %1.txt").arg(i), "x");
+        f.tree.write("Documents/plan.pdf", "%PDF");
+        f.env.flashMs = 30;
+        m = &f.make();
+        m->scan();
+        ASSERT_TRUE(m->waitForIdle());
+        quick = std::make_unique<QuickSearchModel>(*m);
+    }
+
+    AppFixture f;
+    AppModel* m = nullptr;
+    std::unique_ptr<QuickSearchModel> quick;
+};
+
+}  // namespace
+
+TEST_F(QuickSearch, ResultsAreCappedAtTwelve)
+{
+    quick->setQuery("note");
+    EXPECT_EQ(quick->results().size(), QuickSearchModel::kMaxResults);
+    quick->setQuery("pdfs");
+    ASSERT_EQ(quick->results().size(), 1);
+    EXPECT_EQ(quick->results()[0].item.name, "plan.pdf");
+    EXPECT_FALSE(quick->results()[0].isImageMatch);
+    quick->setQuery("   ");
+    EXPECT_TRUE(quick->results().isEmpty());
+}
+
+TEST_F(QuickSearch, MovesStayInsideTheList)
+{
+    quick->move(1);
+    EXPECT_FALSE(quick->browsing()) << "an empty list ignores the arrows";
+    quick->setQuery("note");
+    quick->move(-1);
+    EXPECT_TRUE(quick->browsing());
+    EXPECT_EQ(quick->index(), 0) << "up on the first row stays there";
+    for (int i = 0; i < 20; ++i) quick->move(1);
+    EXPECT_EQ(quick->index(), QuickSearchModel::kMaxResults - 1) << "down on the last row stays there";
+    quick->setQuery("pdfs");
+    EXPECT_EQ(quick->index(), 0) << "a shorter list pulls the selection in";
+}
+
+TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
+{
+    quick->setQuery("pdfs");
+    EXPECT_FALSE(quick->copyText().has_value());
+    EXPECT_EQ(quick->flash(), "No text in this one");
+    QSignalSpy flash(quick.get(), &QuickSearchModel::flashChanged);
+    ASSERT_TRUE(flash.wait(1000));
+    EXPECT_FALSE(quick->flash().has_value());
+
+    quick->trashSelected();
+    EXPECT_EQ(quick->flash(), "Moved to the Trash — ⌘Z in Fennic puts it back");
+    EXPECT_TRUE(quick->results().isEmpty());
+    ASSERT_TRUE(m->toast());
+    EXPECT_EQ(m->toast()->actionTitle, "Undo");
+    ASSERT_TRUE(m->waitForIdle());
+}
