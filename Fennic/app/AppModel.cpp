@@ -231,8 +231,9 @@ void AppModel::scan()
     const Scanner scanner(roots(), Library::appFolders(), kMaxItems);
     const auto stopping = m_stopping;
     Q_EMIT scanStarted(generation);
+    const QList<FileItem> previous = m_items;
     runInBackground(
-        [this, scanner, generation, stopping] {
+        [this, scanner, generation, stopping, previous] {
             auto progress = [this](int count) {
                 QMetaObject::invokeMethod(
                     this,
@@ -244,31 +245,38 @@ void AppModel::scan()
                     Qt::QueuedConnection);
             };
             QList<FileItem> result = scanner.scan(progress, stopping.get());
+            if (stopping->load()) return;
+
+            // Camera models are read in the background by image indexing; the scanner does not
+            // know them, so they would be lost at every scan.
+            QHash<QString, QString> cameras;
+            for (const FileItem& old : previous)
+                if (old.camera) cameras.insert(old.path, *old.camera);
+            if (!cameras.isEmpty())
+                for (FileItem& item : result)
+                    if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
+
+            QSet<QString> present;
+            present.reserve(result.size());
+            for (const FileItem& item : std::as_const(result)) present.insert(item.path);
+            Derived derived = derive(result);
             QMetaObject::invokeMethod(
-                this, [this, generation, result = std::move(result)]() mutable { applyScan(generation, std::move(result)); },
+                this,
+                [this, generation, result = std::move(result), derived = std::move(derived),
+                 present = std::move(present)]() mutable {
+                    applyScan(generation, std::move(result), std::move(derived), std::move(present));
+                },
                 Qt::QueuedConnection);
         },
         /*priority=*/2);
 }
 
-void AppModel::applyScan(int generation, QList<FileItem> result)
+void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived, QSet<QString> present)
 {
     if (generation != m_scanGeneration || m_stopping->load()) return;
 
-    // Camera models are read in the background by image indexing; the scanner does not know
-    // them, so they would be lost at every scan.
-    QHash<QString, QString> cameras;
-    for (const FileItem& old : std::as_const(m_items))
-        if (old.camera) cameras.insert(old.path, *old.camera);
-    if (!cameras.isEmpty())
-        for (FileItem& item : result)
-            if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
-
-    setItems(std::move(result));
+    setItems(std::move(result), std::move(derived));
     // Records and recognised text of files that left the library go with them.
-    QSet<QString> present;
-    present.reserve(m_items.size());
-    for (const FileItem& item : std::as_const(m_items)) present.insert(item.path);
     if (m_imageIndex.prune(present) > 0) {
         for (auto it = m_ocrText.begin(); it != m_ocrText.end();)
             it = present.contains(it.key()) ? std::next(it) : m_ocrText.erase(it);
@@ -322,25 +330,56 @@ void AppModel::refreshDownloads()
         2);
 }
 
-void AppModel::setItems(QList<FileItem> items)
+void AppModel::setItems(QList<FileItem> items, std::optional<Derived> derived)
 {
     m_items = std::move(items);
+    ++m_itemsGeneration;
     Q_EMIT itemsChanged();
-    refreshDerived();
+    if (derived)
+        applyDerived(std::move(*derived));
+    else
+        refreshDerived();
+}
+
+AppModel::Derived AppModel::derive(const QList<FileItem>& items) const
+{
+    const Date now = m_env.now();
+    Derived d;
+    d.stats = LibraryStats(items);
+    d.lately = Lately::groups(items, now, m_env.calendar(), Lately::kDefaultDays);
+    d.suggestions = CleanupKinds::suggestions(items, now, Library::downloads());
+    // Folded names and paths are prepared once per list, not per keystroke.
+    d.searchIndex = SearchIndex(items);
+    return d;
+}
+
+void AppModel::applyDerived(Derived derived)
+{
+    m_stats = std::move(derived.stats);
+    m_lately = std::move(derived.lately);
+    m_suggestions = std::move(derived.suggestions);
+    m_searchIndex = std::move(derived.searchIndex);
+    Q_EMIT statsChanged();
+    Q_EMIT latelyChanged();
+    Q_EMIT suggestionsChanged();
+    markSearchDirty();
 }
 
 void AppModel::refreshDerived()
 {
-    const Date now = m_env.now();
-    m_stats = LibraryStats(m_items);
-    Q_EMIT statsChanged();
-    m_lately = Lately::groups(m_items, now, m_env.calendar(), Lately::kDefaultDays);
-    Q_EMIT latelyChanged();
-    m_suggestions = CleanupKinds::suggestions(m_items, now, Library::downloads());
-    Q_EMIT suggestionsChanged();
-    // Folded names and paths are prepared once per list, not per keystroke.
-    m_searchIndex = SearchIndex(m_items);
-    markSearchDirty();
+    const QList<FileItem> snapshot = m_items;
+    const int generation = m_itemsGeneration;
+    runInBackground(
+        [this, snapshot, generation] {
+            Derived derived = derive(snapshot);
+            QMetaObject::invokeMethod(
+                this,
+                [this, generation, derived = std::move(derived)]() mutable {
+                    if (generation == m_itemsGeneration) applyDerived(std::move(derived));
+                },
+                Qt::QueuedConnection);
+        },
+        1);
 }
 
 // --- cache
@@ -348,7 +387,11 @@ void AppModel::refreshDerived()
 void AppModel::loadCache()
 {
     const QString support = Prefs::supportDir();
-    if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) setItems(std::move(*cached));
+    // At start-up the window should open on a complete library, so this derives at once.
+    if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) {
+        Derived derived = derive(*cached);
+        setItems(std::move(*cached), std::move(derived));
+    }
     QFile::remove(support + QStringLiteral("/text.json"));
     if (auto index = ImageIndex::load(support + QStringLiteral("/images.plist"))) {
         m_imageIndex = std::move(*index);

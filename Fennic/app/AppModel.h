@@ -116,7 +116,9 @@ public:
     void scan();
     // Re-reads the Downloads folder only (ignored while scanning).
     void refreshDownloads();
-    // Recomputes what is derived from the items (statistics, recent files, suggestions).
+    // Recomputes what is derived from the items (statistics, recent files, suggestions, the
+    // prepared search text) on the thread pool; the values are applied when they arrive,
+    // unless the items changed again meanwhile.
     void refreshDerived();
     void loadCache();
     void saveCache();
@@ -297,8 +299,19 @@ Q_SIGNALS:
 
 private:
     void readSettings();
-    void setItems(QList<FileItem> items);
-    void applyScan(int generation, QList<FileItem> result);
+    // What is derived from one item list: computed off the GUI thread after a scan, so that
+    // applying a scan of 250,000 files never stalls the window.
+    struct Derived {
+        LibraryStats stats;
+        QList<Lately::Group> lately;
+        QList<CleanupKinds::Suggestion> suggestions;
+        SearchIndex searchIndex;
+    };
+    Derived derive(const QList<FileItem>& items) const;
+    void applyDerived(Derived derived);
+    // Replaces the items; the derived values come along, or are recomputed in the background.
+    void setItems(QList<FileItem> items, std::optional<Derived> derived = std::nullopt);
+    void applyScan(int generation, QList<FileItem> result, Derived derived, QSet<QString> present);
     void setScanning(bool value);
     void rescanAfterFolderChange();
     void runInBackground(std::function<void()> work, int priority = 0);
@@ -330,6 +343,7 @@ private:
     std::optional<Date> m_lastScan;
     bool m_showWelcome = false;
     int m_scanGeneration = 0;
+    int m_itemsGeneration = 0;  // bumped by every replacement of the items
     bool m_rescanQueued = false;
 
     QString m_viewModeRaw;

@@ -225,11 +225,17 @@ void AppModel::fileDesktopScreenshots()
     const QString screenshots = home + QStringLiteral("/Pictures/Screenshots");
     const Calendar calendar = m_env.calendar();
 
+    // Positions first, so that the (large) list is copied only when something is filed.
+    QList<qsizetype> candidates;
+    for (qsizetype i = 0; i < m_items.size(); ++i)
+        if (m_items[i].isScreenshot && m_items[i].folderPath() == desktop) candidates.append(i);
+    if (candidates.isEmpty()) return;
+
     QList<FileItem> items = m_items;
     Shelf shelf = m_shelf;
     int filed = 0;
-    for (FileItem& item : items) {
-        if (!item.isScreenshot || item.folderPath() != desktop) continue;
+    for (qsizetype position : std::as_const(candidates)) {
+        FileItem& item = items[position];
         const QString month = calendar.dateTime(item.created).toString(QStringLiteral("yyyy-MM"));
         const QString folder = screenshots + u'/' + month;
         if (!QDir().mkpath(folder)) continue;

@@ -3,6 +3,8 @@
 // files in the support folder), so that each operation can be used and checked from a shell.
 #include "CliCommand.h"
 
+#include "images/ImageAnalyzer.h"
+#include "images/ImageIndex.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
@@ -142,23 +144,63 @@ int runCleanup(CliArgs& args)
 
 // --- duplicates ------------------------------------------------------------------------
 
+QJsonArray groupsJson(const QList<DuplicateGroup>& groups)
+{
+    QJsonArray list;
+    for (const DuplicateGroup& g : groups) {
+        QJsonArray files;
+        for (const FileItem& f : g.files) files.append(QJsonObject{{"path", f.path}, {"size", f.size}});
+        list.append(QJsonObject{{"keep", g.keep}, {"reclaimable", g.reclaimable()}, {"files", files}});
+    }
+    return list;
+}
+
+void printGroups(QTextStream& s, const QList<DuplicateGroup>& groups, const QString& what)
+{
+    qint64 total = 0;
+    for (const DuplicateGroup& g : groups) total += g.reclaimable();
+    s << Fmt::count(groups.size(), QStringLiteral("group")) << " of " << what << ", " << Fmt::size(total)
+      << " reclaimable\n";
+    for (const DuplicateGroup& g : groups) {
+        s << '\n' << Fmt::count(g.files.size(), QStringLiteral("copy"), QStringLiteral("copies")) << ", "
+          << Fmt::size(g.reclaimable()) << " reclaimable\n";
+        for (const FileItem& f : g.files)
+            s << (f.path == g.keep ? "  keep  " : "        ") << Library::abbreviate(f.path) << "  " << Fmt::size(f.size)
+              << '\n';
+    }
+}
+
+// Runs like the application's "find duplicates": exact copies (the first 60 % of the
+// progress), then look-alike photos with the image index's feature prints, made from the file
+// where the index has none (the remaining 40 %).
 int runDuplicates(CliArgs& args)
 {
     const bool json = args.flag(QStringLiteral("json"));
+    const bool exactOnly = args.flag(QStringLiteral("exact-only"));
     expectNoArguments(args, "duplicates");
     const auto items = cachedItems();
     if (!items) return 1;
 
     const bool showProgress = progressOnTerminal();
     int shown = -1;
+    auto report = [&](double fraction) {
+        const int percent = int(std::floor(fraction * 100.0));
+        if (!showProgress || percent == shown) return;
+        shown = percent;
+        err() << "\rLooking for duplicates… " << percent << '%';
+        err().flush();
+    };
     const QList<DuplicateGroup> groups =
-        DuplicateFinder::exact(*items, Library::downloads(), [&](double fraction) {
-            const int percent = int(std::floor(fraction * 100.0));
-            if (!showProgress || percent == shown) return;
-            shown = percent;
-            err() << "\rLooking for duplicates… " << percent << '%';
-            err().flush();
-        });
+        DuplicateFinder::exact(*items, Library::downloads(), [&](double p) { report(exactOnly ? p : 0.6 * p); });
+    QList<DuplicateGroup> lookalikes;
+    if (!exactOnly) {
+        const ImageIndex index = ImageIndex::load(Prefs::supportDir() + u'/' + QLatin1String(ImageIndex::kFileName))
+                                     .value_or(ImageIndex());
+        lookalikes = DuplicateFinder::lookalikes(*items, DuplicateFinder::kLookalikeWindow,
+                                                 DuplicateFinder::kLookalikeThreshold,
+                                                 ImageAnalyzer::printProvider(index),
+                                                 [&](double p) { report(0.6 + 0.4 * p); });
+    }
     if (showProgress) {
         err() << "\r\x1b[K";
         err().flush();
@@ -167,23 +209,15 @@ int runDuplicates(CliArgs& args)
     qint64 total = 0;
     for (const DuplicateGroup& g : groups) total += g.reclaimable();
     if (json) {
-        QJsonArray list;
-        for (const DuplicateGroup& g : groups) {
-            QJsonArray files;
-            for (const FileItem& f : g.files) files.append(QJsonObject{{"path", f.path}, {"size", f.size}});
-            list.append(QJsonObject{{"keep", g.keep}, {"reclaimable", g.reclaimable()}, {"files", files}});
-        }
-        printJson(QJsonObject{{"groups", list}, {"reclaimable", total}});
+        QJsonObject result{{"groups", groupsJson(groups)}, {"reclaimable", total}};
+        if (!exactOnly) result.insert(QStringLiteral("lookalikes"), groupsJson(lookalikes));
+        printJson(result);
         return 0;
     }
-    QTextStream& s = out();
-    s << Fmt::count(groups.size(), QStringLiteral("group")) << " of identical files, " << Fmt::size(total)
-      << " reclaimable\n";
-    for (const DuplicateGroup& g : groups) {
-        s << '\n' << Fmt::count(g.files.size(), QStringLiteral("copy"), QStringLiteral("copies")) << " of "
-          << Fmt::size(g.files.first().size) << ", " << Fmt::size(g.reclaimable()) << " reclaimable\n";
-        for (const FileItem& f : g.files)
-            s << (f.path == g.keep ? "  keep  " : "        ") << Library::abbreviate(f.path) << '\n';
+    printGroups(out(), groups, QStringLiteral("identical files"));
+    if (!exactOnly) {
+        out() << '\n';
+        printGroups(out(), lookalikes, QStringLiteral("look-alike photos"));
     }
     return 0;
 }
@@ -496,7 +530,7 @@ int runShelf(CliArgs& args)
 
 const CliRegistration cleanupCommand({"cleanup", "cleanup [--json] [--now ISO-8601]   the six clean-up suggestions",
                                       runCleanup});
-const CliRegistration duplicatesCommand({"duplicates", "duplicates [--json]   groups of identical files", runDuplicates});
+const CliRegistration duplicatesCommand({"duplicates", "duplicates [--json] [--exact-only]   identical files and look-alike photos", runDuplicates});
 const CliRegistration trashCommand({"trash", "trash PATH… [--json]   move files to the Trash", runTrash});
 const CliRegistration putBackCommand({"put-back", "put-back [--json]   put back what the last trash moved", runPutBack});
 const CliRegistration shelfCommand(

@@ -206,6 +206,7 @@ int SelfTest::run()
     if (wants("cleanup")) {
         clock = clock + 120 * 86400.0;
         model->refreshDerived();
+        model->waitForIdle();
         const auto& suggestions = model->suggestions();
         bool installer = false;
         for (const auto& s : suggestions)
@@ -215,6 +216,7 @@ int SelfTest::run()
         check("cleanup", "something can be reclaimed", CleanupKinds::reclaimable(suggestions) > 0);
         clock = clock - 120 * 86400.0;
         model->refreshDerived();
+        model->waitForIdle();
     }
 
     // --- duplicates
