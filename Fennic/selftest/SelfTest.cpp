@@ -51,11 +51,6 @@ const QStringList& SelfTest::phases()
 QString SelfTest::prepareEnvironment()
 {
     QString root = qEnvironmentVariable("FENNIC_LIBRARY_ROOT");
-    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
-        QTemporaryDir runtime(QDir::tempPath() + QStringLiteral("/fennic-runtime-XXXXXX"));
-        runtime.setAutoRemove(false);
-        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
-    }
     if (root.isEmpty()) {
         qputenv("FENNIC_SELFTEST_OWNS_ROOT", "1");
         QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/fennic-selftest-XXXXXX"));
@@ -64,6 +59,12 @@ QString SelfTest::prepareEnvironment()
         qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(root));
     }
     QDir().mkpath(root);
+    if (!qEnvironmentVariableIsSet("XDG_RUNTIME_DIR")) {
+        const QString runtime = root + QStringLiteral("/.runtime");
+        QDir().mkpath(runtime);
+        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime));
+    }
     // The fixture's own Trash and settings: nothing of the user's is touched.
     qputenv("XDG_DATA_HOME", QFile::encodeName(root + QStringLiteral("/.local/share")));
     qputenv("XDG_CONFIG_HOME", QFile::encodeName(root + QStringLiteral("/.config")));
