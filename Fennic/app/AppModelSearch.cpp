@@ -201,23 +201,21 @@ void AppModel::setSavedSearches(const QList<SavedSearch>& searches)
 void AppModel::saveCurrentSearch()
 {
     const QString request = m_query.trimmed();
-    if (request.isEmpty()) return;
-    for (const SavedSearch& existing : std::as_const(m_savedSearches)) {
-        if (existing.query.compare(request, Qt::CaseInsensitive) == 0) {
-            // Already kept: show it rather than keeping it twice.
-            setSidebar(SidebarItem::savedSearch(existing.id));
-            return;
-        }
+    const auto saved = SavedSearch::forRequest(request, m_savedSearches);
+    if (!saved) {
+        // Blank, or kept already: show the existing entry rather than keeping it twice.
+        for (const SavedSearch& existing : std::as_const(m_savedSearches))
+            if (!request.isEmpty() && existing.query.compare(request, Qt::CaseInsensitive) == 0)
+                setSidebar(SidebarItem::savedSearch(existing.id));
+        return;
     }
-    const QString name = request.left(1).toUpper() + request.mid(1);
-    const SavedSearch saved = SavedSearch::make(name, request);
     QList<SavedSearch> searches = m_savedSearches;
-    searches.append(saved);
+    searches.append(*saved);
     setSavedSearches(searches);
-    setSidebar(SidebarItem::savedSearch(saved.id));
+    setSidebar(SidebarItem::savedSearch(saved->id));
     m_heldResults.clear();
     setQuery(QString());
-    showToast(QStringLiteral("Saved “") + name + QStringLiteral("” to the sidebar"), QStringLiteral("bookmark"));
+    showToast(QStringLiteral("Saved “") + saved->name + QStringLiteral("” to the sidebar"), QStringLiteral("bookmark"));
 }
 
 QStringList AppModel::highlightQuery() const
