@@ -73,7 +73,7 @@ QStringList absolutePaths(const QStringList& paths)
 // anything is changed.
 QStringList existingPaths(const QStringList& paths)
 {
-    const QStringList absolute = absolutePaths(paths);
+    QStringList absolute = absolutePaths(paths);
     for (const QString& p : absolute)
         if (!QFileInfo(p).exists() && !QFileInfo(p).isSymLink()) throw UsageError{QStringLiteral("no such file: ") + p};
     return absolute;
@@ -247,7 +247,7 @@ std::optional<QList<FileOps::TrashedItem>> loadLastTrash()
     const QJsonValue moved = doc.object().value(QStringLiteral("moved"));
     if (!moved.isArray()) return std::nullopt;
     QList<FileOps::TrashedItem> result;
-    for (const QJsonValue& v : moved.toArray()) {
+    for (const auto& v : moved.toArray()) {
         const auto item = itemFromJson(v.toObject().value(QStringLiteral("item")));
         if (!item) return std::nullopt;
         const QJsonValue trashed = v.toObject().value(QStringLiteral("trashed"));
@@ -302,12 +302,12 @@ int runTrash(CliArgs& args)
     }
 
     const FileOps::TrashResult result = FileOps::trash(items);
-    if (!result.moved.isEmpty()) {
-        QSet<QString> moved;
-        for (const FileOps::TrashedItem& m : result.moved) moved.insert(m.item.path);
-        updateCache(moved, {});
-        if (!saveLastTrash(result.moved)) err() << "fennic-cli: could not record the trash operation in " << lastTrashPath() << '\n';
-    }
+    QSet<QString> moved;
+    for (const FileOps::TrashedItem& m : result.moved) moved.insert(m.item.path);
+    if (!moved.isEmpty()) updateCache(moved, {});
+    // This operation replaces the one before, even when it moved nothing: as in the app, whose
+    // new notice takes the place of the one that offered Undo.
+    if (!saveLastTrash(result.moved)) err() << "fennic-cli: could not record the trash operation in " << lastTrashPath() << '\n';
     const auto notice = TrashMessages::moveToTrash(result);
 
     if (json) {

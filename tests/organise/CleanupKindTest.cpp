@@ -1,0 +1,131 @@
+#include "organise/CleanupKind.h"
+
+#include <gtest/gtest.h>
+
+using namespace fennic;
+using namespace fennic::CleanupKinds;
+
+namespace {
+
+const Date kNow{760000000.0};
+const QString kDownloads = QStringLiteral("/home/u/Downloads");
+
+FileItem file(const QString& path, qint64 size = 1000, double ageDays = 0)
+{
+    FileItem f;
+    f.path = path;
+    f.name = path.mid(path.lastIndexOf(u'/') + 1);
+    f.ext = pathExtension(f.name).toLower();
+    f.kind = FileKinds::classify(f.ext);
+    f.size = size;
+    f.created = f.modified = f.added = kNow - ageDays * kDay;
+    return f;
+}
+
+bool proposed(CleanupKind kind, const FileItem& f) { return !files(kind, {f}, kNow, kDownloads).isEmpty(); }
+
+}  // namespace
+
+TEST(CleanupKindTest, EachRuleDrawsItsLineStrictly)
+{
+    struct Row {
+        const char* name;
+        CleanupKind kind;
+        FileItem item;
+        bool expected;
+    };
+    auto screenshot = [](double addedDays, double modifiedDays) {
+        FileItem f = file(QStringLiteral("/home/u/Desktop/Screenshot.png"));
+        f.isScreenshot = true;
+        f.added = kNow - addedDays * kDay;
+        f.modified = kNow - modifiedDays * kDay;
+        return f;
+    };
+    auto video = [](qint64 size, double untouchedDays) {
+        FileItem f = file(QStringLiteral("/home/u/Movies/clip.mov"), size, 400);
+        f.modified = kNow - untouchedDays * kDay;
+        return f;
+    };
+    auto app = [](const QString& path, std::optional<double> usedDaysAgo) {
+        FileItem f = file(path, 5000, 400);
+        if (usedDaysAgo) f.lastUsed = kNow - *usedDaysAgo * kDay;
+        return f;
+    };
+    auto download = [](const QString& name, double modifiedDays, double addedDays) {
+        FileItem f = file(kDownloads + u'/' + name);
+        f.modified = kNow - modifiedDays * kDay;
+        f.added = kNow - addedDays * kDay;
+        return f;
+    };
+    const Row rows[] = {
+        {"download 91 days untouched", CleanupKind::downloads, download("a.pdf", 91, 91), true},
+        {"download exactly 90 days", CleanupKind::downloads, download("a.pdf", 90, 90), false},
+        {"download added recently", CleanupKind::downloads, download("a.pdf", 200, 10), false},
+        {"download edited recently", CleanupKind::downloads, download("a.pdf", 10, 200), false},
+        {"download in a sub-folder", CleanupKind::downloads, download("sub/a.pdf", 100, 100), false},
+        {"dmg in Downloads is an installer", CleanupKind::downloads, download("x.dmg", 100, 100), false},
+        {"mpkg in Downloads is an installer", CleanupKind::downloads, download("x.mpkg", 100, 100), false},
+        {"file beside Downloads", CleanupKind::downloads, file("/home/u/Downloads2/a.pdf", 10, 100), false},
+        {"installer 8 days", CleanupKind::installers, file("/home/u/Documents/x.pkg", 10, 8), true},
+        {"installer exactly 7 days", CleanupKind::installers, file("/home/u/Documents/x.pkg", 10, 7), false},
+        {"dmg in Downloads is an old installer", CleanupKind::installers, download("x.dmg", 100, 100), true},
+        {"zip is no installer", CleanupKind::installers, file("/home/u/x.zip", 10, 100), false},
+        {"screenshot copied in today, taken 40 days ago", CleanupKind::screenshots, screenshot(0, 40), true},
+        {"screenshot added 40 days ago, edited yesterday", CleanupKind::screenshots, screenshot(40, 1), true},
+        {"screenshot 30 days", CleanupKind::screenshots, screenshot(30, 30), false},
+        {"screenshot 31 days", CleanupKind::screenshots, screenshot(31, 31), true},
+        {"video 200,000,000 bytes", CleanupKind::videos, video(200000000, 181), false},
+        {"video one byte more", CleanupKind::videos, video(200000001, 181), true},
+        {"video touched 180 days ago", CleanupKind::videos, video(300000000, 180), false},
+        {"app unused 91 days", CleanupKind::apps, app("/Applications/Tool.app", 91), true},
+        {"per-user app folder", CleanupKind::apps, app("/home/u/Applications/Tool.app", 91), true},
+        {"app used 90 days ago", CleanupKind::apps, app("/Applications/Tool.app", 90), false},
+        {"app never seen opened", CleanupKind::apps, app("/Applications/Tool.app", std::nullopt), false},
+        {"app outside application folders", CleanupKind::apps, app("/home/u/Desktop/Tool.app", 200), false},
+        {"large 1,000,000,001 bytes", CleanupKind::large, file("/home/u/Documents/big.bin", 1000000001, 0), true},
+        {"large exactly 1 GB", CleanupKind::large, file("/home/u/Documents/big.bin", 1000000000, 0), false},
+    };
+    for (const Row& r : rows) EXPECT_EQ(proposed(r.kind, r.item), r.expected) << r.name;
+}
+
+TEST(CleanupKindTest, SuggestionsListEveryRuleInOrderLargestFirst)
+{
+    const QList<FileItem> items{
+        file(kDownloads + "/b.pdf", 500, 100),
+        file(kDownloads + "/a.pdf", 500, 100),
+        file(kDownloads + "/c.pdf", 900, 100),
+        file(kDownloads + "/new.pdf", 900, 1),
+    };
+    const QList<Suggestion> suggestions = CleanupKinds::suggestions(items, kNow, kDownloads + u'/');
+    ASSERT_EQ(suggestions.size(), 6);
+    for (int i = 0; i < 6; ++i) EXPECT_EQ(suggestions[i].kind, allCases[size_t(i)]);
+    QStringList paths;
+    for (const FileItem& f : suggestions[0].files) paths << f.name;
+    EXPECT_EQ(paths, QStringList({"c.pdf", "a.pdf", "b.pdf"})) << "size descending, then path";
+    EXPECT_EQ(suggestions[0].size(), 1900);
+    EXPECT_TRUE(suggestions[5].files.isEmpty());
+}
+
+TEST(CleanupKindTest, ReclaimableCountsAFileProposedTwiceOnce)
+{
+    FileItem bigOldVideo = file(QStringLiteral("/home/u/Movies/long.mov"), 3000000000, 400);
+    FileItem huge = file(QStringLiteral("/home/u/Documents/disk.img"), 2000000000, 0);
+    const QList<Suggestion> s = CleanupKinds::suggestions({bigOldVideo, huge}, kNow, kDownloads);
+    EXPECT_EQ(s[3].files.size(), 1);
+    EXPECT_EQ(s[5].files.size(), 2) << "listed by both rules";
+    EXPECT_EQ(reclaimable(s), 5000000000);
+
+    const QList<Suggestion> none = CleanupKinds::suggestions({}, kNow, kDownloads);
+    EXPECT_EQ(none.size(), 6);
+    for (const Suggestion& e : none) EXPECT_TRUE(e.files.isEmpty());
+    EXPECT_EQ(reclaimable(none), 0);
+}
+
+TEST(CleanupKindTest, RawValuesRoundTripAndNounsCountApps)
+{
+    for (CleanupKind k : allCases) EXPECT_EQ(fromRawValue(rawValue(k)), k);
+    EXPECT_EQ(fromRawValue(u"Downloads"), std::nullopt);
+    EXPECT_EQ(noun(CleanupKind::apps), "app");
+    EXPECT_EQ(noun(CleanupKind::videos), "file");
+    EXPECT_EQ(detail(CleanupKind::apps), QStringLiteral("Apps you haven\u2019t opened in 3 months"));
+}
