@@ -31,6 +31,12 @@ struct EntryValues {
 
 // Walks the library's folders and turns every file worth showing into a FileItem.
 // An immutable value: scan() may run on any thread and reports progress on that thread.
+//
+// The walk reads each folder once (names sorted, so that results and a capped walk are always
+// the same) and makes one statx per entry, relative to the open folder, never following a
+// link. Reading a file's extended attributes costs a second lookup about as dear as its statx,
+// so a scan hands the accepted entries in order to one helper thread that reads attributes and
+// builds the items while the walk goes on.
 class Scanner {
 public:
     static constexpr int kDefaultMaxItems = 250000;
@@ -42,18 +48,22 @@ public:
     const QStringList& appFolders() const { return m_appFolders; }
     int maxItems() const { return m_maxItems; }
 
-    // The walk: roots first (redundant roots dropped, symbolic links never followed, hidden
-    // files, skipped folders and skipped packages left out, at most maxItems items), then the
-    // applications of appFolders. `progress` gets the running count every 500 items. Setting
-    // `cancel` stops the walk early and returns what was found so far. Never fails: anything
-    // unreadable is skipped.
+    // The walk: roots first (standardised, redundant roots dropped, symbolic links never
+    // followed, hidden entries, skipped folders, skipped packages, sync placeholders and names
+    // that are not UTF-8 left out, at most maxItems items, in depth-first name order), then
+    // the applications of appFolders (not counted against maxItems). `progress` gets the
+    // running count every 500 items, on the calling thread. Setting `cancel` stops the walk
+    // early and returns what was found so far. Blocking; never fails: anything unreadable is
+    // skipped. Uses one helper thread for the duration of the call.
     QList<FileItem> scan(const std::function<void(int)>& progress = {},
                          const std::atomic<bool>* cancel = nullptr) const;
 
-    // Builds an item from a path and its already read values; none when the name is not
-    // valid UTF-8 (such a path could not be acted on safely later).
+    // Builds an item from a path and its already read values (attributes and, for a package,
+    // its size are read here); none when the path holds unpaired surrogates and so names no
+    // file faithfully.
     static std::optional<FileItem> makeItem(const QString& path, const EntryValues& values);
-    // Reads the values of one path first; none when they can't be read.
+    // Reads the values of one path first (without following a final link); none when they
+    // can't be read, e.g. the file has vanished.
     static std::optional<FileItem> makeItem(const QString& path);
     static std::optional<EntryValues> readValues(const QString& path);
 
@@ -63,9 +73,11 @@ public:
     static bool isScreenshot(const QString& path, const QString& name, const QString& ext);
     // Sum of the sizes of everything below a folder (hidden files included, links not).
     static qint64 directorySize(const QString& path);
-    // When an application was last opened (its access time), if the file system records it.
+    // When an application was last opened: its access time, none when the file system is
+    // mounted without access times.
     static std::optional<Date> lastUsedDate(const QString& path);
-    // Exif model, else make, of an image; none when unreadable or absent.
+    // Exif model, else make, of an image (libexiv2); none when unreadable or absent. Reads the
+    // file: call it off the GUI thread.
     static std::optional<QString> cameraModel(const QString& path);
     // Raw value of one extended attribute (of the link target); none if absent or empty.
     static std::optional<QByteArray> xattrData(const QString& path, const char* name);
