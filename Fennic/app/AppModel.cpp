@@ -13,6 +13,7 @@
 #include <QHash>
 #include <QThread>
 #include <algorithm>
+#include <utility>
 
 namespace fennic {
 namespace {
@@ -232,8 +233,9 @@ void AppModel::scan()
     const auto stopping = m_stopping;
     Q_EMIT scanStarted(generation);
     const QList<FileItem> previous = m_items;
+    QHash<QString, ImageRecord> records = m_imageIndex.records;
     runInBackground(
-        [this, scanner, generation, stopping, previous] {
+        [this, scanner, generation, stopping, previous, records]() mutable {
             auto progress = [this](int count) {
                 QMetaObject::invokeMethod(
                     this,
@@ -256,32 +258,40 @@ void AppModel::scan()
                 for (FileItem& item : result)
                     if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
 
+            // Image records of files that left the library, found here so that the GUI thread
+            // only removes them.
             QSet<QString> present;
             present.reserve(result.size());
             for (const FileItem& item : std::as_const(result)) present.insert(item.path);
+            QStringList gone;
+            for (auto it = records.constBegin(); it != records.constEnd(); ++it)
+                if (!present.contains(it.key())) gone.append(it.key());
+            records = {};  // shared with the GUI thread's index: let go before handing back
+            present = {};
             Derived derived = derive(result);
             QMetaObject::invokeMethod(
                 this,
                 [this, generation, result = std::move(result), derived = std::move(derived),
-                 present = std::move(present)]() mutable {
-                    applyScan(generation, std::move(result), std::move(derived), std::move(present));
+                 gone = std::move(gone)]() mutable {
+                    applyScan(generation, std::move(result), std::move(derived), std::move(gone));
                 },
                 Qt::QueuedConnection);
         },
         /*priority=*/2);
 }
 
-void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived, QSet<QString> present)
+void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived, QStringList gone)
 {
     if (generation != m_scanGeneration || m_stopping->load()) return;
 
     setItems(std::move(result), std::move(derived));
     // Records and recognised text of files that left the library go with them.
-    if (m_imageIndex.prune(present) > 0) {
-        for (auto it = m_ocrText.begin(); it != m_ocrText.end();)
-            it = present.contains(it.key()) ? std::next(it) : m_ocrText.erase(it);
-        Q_EMIT imageRecordsChanged();
+    bool dropped = false;
+    for (const QString& path : std::as_const(gone)) {
+        dropped |= m_imageIndex.records.remove(path);
+        m_ocrText.remove(path);
     }
+    if (dropped) Q_EMIT imageRecordsChanged();
     setScanning(false);
     m_lastScan = m_env.now();
     saveCache();
@@ -330,9 +340,15 @@ void AppModel::refreshDownloads()
         2);
 }
 
+void AppModel::disposeInBackground(QList<FileItem> items, SearchIndex index)
+{
+    // Freeing a quarter of a million items takes tens of milliseconds: not on the GUI thread.
+    if (items.isDetached() || index.size() > 0) runInBackground([items = std::move(items), index = std::move(index)] {}, -1);
+}
+
 void AppModel::setItems(QList<FileItem> items, std::optional<Derived> derived)
 {
-    m_items = std::move(items);
+    disposeInBackground(std::exchange(m_items, std::move(items)), SearchIndex());
     ++m_itemsGeneration;
     Q_EMIT itemsChanged();
     if (derived)
@@ -358,7 +374,7 @@ void AppModel::applyDerived(Derived derived)
     m_stats = std::move(derived.stats);
     m_lately = std::move(derived.lately);
     m_suggestions = std::move(derived.suggestions);
-    m_searchIndex = std::move(derived.searchIndex);
+    disposeInBackground({}, std::exchange(m_searchIndex, std::move(derived.searchIndex)));
     Q_EMIT statsChanged();
     Q_EMIT latelyChanged();
     Q_EMIT suggestionsChanged();

@@ -311,7 +311,9 @@ private:
     void applyDerived(Derived derived);
     // Replaces the items; the derived values come along, or are recomputed in the background.
     void setItems(QList<FileItem> items, std::optional<Derived> derived = std::nullopt);
-    void applyScan(int generation, QList<FileItem> result, Derived derived, QSet<QString> present);
+    void applyScan(int generation, QList<FileItem> result, Derived derived, QStringList gone);
+    // Hands large values that the GUI thread no longer needs to the pool to be freed there.
+    void disposeInBackground(QList<FileItem> items, SearchIndex index);
     void setScanning(bool value);
     void rescanAfterFolderChange();
     void runInBackground(std::function<void()> work, int priority = 0);

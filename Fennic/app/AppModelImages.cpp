@@ -55,57 +55,79 @@ void AppModel::startImageIndexing()
     QStringList folders;
     if (m_imageFolderMode == u"chosen")
         for (const QString& f : std::as_const(m_imageFolders)) folders.append(f.endsWith(u'/') ? f : f + u'/');
-    QList<FileItem> candidates;
-    QSet<QString> keep;
-    for (const FileItem& item : std::as_const(m_items)) {
-        if (!ImageIndex::isIndexable(item)) continue;
-        if (!folders.isEmpty()
-            && std::none_of(folders.begin(), folders.end(), [&](const QString& f) { return item.path.startsWith(f); }))
-            continue;
-        candidates.append(item);
-        keep.insert(item.path);
-    }
-    m_imageIndex.languages = languages;
-    if (m_imageIndex.prune(keep) > 0) {
-        for (auto it = m_ocrText.begin(); it != m_ocrText.end();)
-            it = keep.contains(it.key()) ? std::next(it) : m_ocrText.erase(it);
-        Q_EMIT imageRecordsChanged();
-        markSearchDirty();
-    }
-    const QList<FileItem> pending = m_imageIndex.pending(candidates, languages);
-    m_ocrProgress = {0, int(pending.size())};
-    Q_EMIT ocrProgressChanged();
-    if (pending.isEmpty()) {
-        Q_EMIT imageIndexingFinished();
-        return;
-    }
 
     auto task = std::make_shared<IndexTask>();
     m_indexTask = task;
     const bool readText = m_indexTextInImages;
+    // Choosing the candidates and the pending files walks the whole library and sorts the
+    // pictures: done on the pool with snapshots, so the GUI thread never waits for it.
+    const QList<FileItem> items = m_items;
+    const int itemsGeneration = m_itemsGeneration;
+    ImageIndex index = m_imageIndex;
     runInBackground(
-        [this, task, pending, languages, readText] {
-            // Camera models for the photos about to be read that have none yet.
+        [this, task, items, itemsGeneration, index, languages, folders, readText]() mutable {
+            QList<FileItem> candidates;
+            QSet<QString> keep;
+            for (const FileItem& item : items) {
+                if (!ImageIndex::isIndexable(item)) continue;
+                if (!folders.isEmpty() && std::none_of(folders.begin(), folders.end(), [&](const QString& f) {
+                        return item.path.startsWith(f);
+                    }))
+                    continue;
+                candidates.append(item);
+                keep.insert(item.path);
+            }
+            QStringList dropped;
+            for (auto it = index.records.constBegin(); it != index.records.constEnd(); ++it)
+                if (!keep.contains(it.key())) dropped.append(it.key());
+            index.prune(keep);
+            const QList<FileItem> pending = index.pending(candidates, languages);
+            // Let go of the shared records now: while this task held them, the first batch
+            // added on the GUI thread would have had to copy the whole index.
+            index = ImageIndex();
+            QMetaObject::invokeMethod(
+                this,
+                [this, task, dropped, languages, total = int(pending.size())] {
+                    if (task != m_indexTask) return;
+                    m_imageIndex.languages = languages;
+                    if (!dropped.isEmpty()) {
+                        for (const QString& path : dropped) {
+                            m_imageIndex.records.remove(path);
+                            m_ocrText.remove(path);
+                        }
+                        Q_EMIT imageRecordsChanged();
+                        markSearchDirty();
+                    }
+                    m_ocrProgress = {0, total};
+                    Q_EMIT ocrProgressChanged();
+                    if (total == 0) {
+                        m_indexTask.reset();
+                        Q_EMIT imageIndexingFinished();
+                    }
+                },
+                Qt::QueuedConnection);
+            if (pending.isEmpty()) return;
+
+            // Camera models for the photos about to be read that have none yet, merged into a
+            // copy of the list here rather than on the GUI thread.
             QHash<QString, QString> cameras;
             for (const FileItem& item : pending) {
                 if (task->cancelled.load()) return;
                 if (item.camera || !hasCameraMetadata(item)) continue;
                 if (auto model = Scanner::cameraModel(item.path)) cameras.insert(item.path, *model);
             }
-            if (!cameras.isEmpty())
+            if (!cameras.isEmpty()) {
+                QList<FileItem> withCameras = items;
+                for (FileItem& item : withCameras)
+                    if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
                 QMetaObject::invokeMethod(
                     this,
-                    [this, cameras] {
-                        QList<FileItem> items = m_items;
-                        bool changed = false;
-                        for (FileItem& item : items)
-                            if (auto it = cameras.constFind(item.path); it != cameras.constEnd() && item.camera != *it) {
-                                item.camera = *it;
-                                changed = true;
-                            }
-                        if (changed) setItems(std::move(items));
+                    [this, withCameras = std::move(withCameras), itemsGeneration]() mutable {
+                        // A list that changed meanwhile wins; the models are read again next time.
+                        if (itemsGeneration == m_itemsGeneration) setItems(std::move(withCameras));
                     },
                     Qt::QueuedConnection);
+            }
 
             const int total = int(pending.size());
             QList<ImageRecord> batch;

@@ -228,7 +228,7 @@ void AppModel::fileDesktopScreenshots()
     // Positions first, so that the (large) list is copied only when something is filed.
     QList<qsizetype> candidates;
     for (qsizetype i = 0; i < m_items.size(); ++i)
-        if (m_items[i].isScreenshot && m_items[i].folderPath() == desktop) candidates.append(i);
+        if (m_items.at(i).isScreenshot && m_items.at(i).folderPath() == desktop) candidates.append(i);
     if (candidates.isEmpty()) return;
 
     QList<FileItem> items = m_items;

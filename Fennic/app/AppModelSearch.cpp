@@ -144,7 +144,8 @@ const QList<FileItem>& AppModel::visibleItems()
         SortKeys::sortPositions(key, m_items, positions, m_sortAscending);
         m_visibleItems.clear();
         m_visibleItems.reserve(qsizetype(positions.size()));
-        for (qsizetype p : positions) m_visibleItems.append(m_items[p]);
+        // at(), not [], which would detach the list from the search index that shares it.
+        for (qsizetype p : positions) m_visibleItems.append(m_items.at(p));
         return m_visibleItems;
     }
 

@@ -43,7 +43,7 @@ TEST_F(ImageIndexing, NothingPendingReadsNothing)
 {
     QSignalSpy finished(m, &AppModel::imageIndexingFinished);
     m->startImageIndexing();
-    EXPECT_EQ(finished.count(), 1);
+    ASSERT_TRUE(finished.wait(10000));
     EXPECT_EQ(m->ocrProgress(), qMakePair(0, 0));
     EXPECT_FALSE(m->isIndexingImages());
 }
@@ -61,7 +61,9 @@ TEST_F(ImageIndexing, PausingKeepsWhatWasReadAndResumingReadsTheRest)
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 8) << "pausing saves what was read";
 
+    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
     m->setImageIndexPaused(false);
+    ASSERT_TRUE(progress.wait(10000));
     EXPECT_EQ(m->ocrProgress(), qMakePair(0, 4)) << "only the pictures still pending are read";
     ASSERT_TRUE(m->waitForIdle(60000));
     EXPECT_EQ(m->imageRecords().size(), 12);
@@ -69,7 +71,9 @@ TEST_F(ImageIndexing, PausingKeepsWhatWasReadAndResumingReadsTheRest)
 
 TEST_F(ImageIndexing, ALanguageChangeMakesEveryPictureRereadable)
 {
+    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
     m->setOCRLanguage("es-ES", true);
+    ASSERT_TRUE(progress.wait(10000));
     EXPECT_EQ(m->ocrProgress().second, 12);
     ASSERT_TRUE(m->waitForIdle(120000));
     for (const ImageRecord& r : m->imageRecords()) EXPECT_TRUE(r.langs.contains("es-ES")) << r.langs.toStdString();
