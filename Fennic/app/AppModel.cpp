@@ -13,10 +13,14 @@
 #include <QHash>
 #include <QThread>
 #include <algorithm>
+#include <sys/resource.h>
 #include <utility>
 
 namespace fennic {
 namespace {
+
+// How much background threads defer to the GUI thread.
+constexpr int kBackgroundNice = 5;
 
 std::unique_ptr<QSettings> openSettings(const QString& file)
 {
@@ -162,6 +166,10 @@ void AppModel::runInBackground(std::function<void()> work, int priority)
     ++m_tasksInFlight;
     m_pool.start(
         [this, work = std::move(work)] {
+            // Background work yields to the GUI thread: on Linux a thread's nice value is its
+            // own, and threads it starts (the scanner's helper) inherit it.
+            static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
+            Q_UNUSED(niced);
             work();
             // Counted down on the GUI thread, after every result the task posted there.
             QMetaObject::invokeMethod(this, [this] { --m_tasksInFlight; }, Qt::QueuedConnection);

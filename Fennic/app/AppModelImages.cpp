@@ -98,6 +98,9 @@ void AppModel::startImageIndexing()
                         Q_EMIT imageRecordsChanged();
                         markSearchDirty();
                     }
+                    // Room for every record up front: growing a large hash batch by batch
+                    // would rehash it on the GUI thread.
+                    m_imageIndex.records.reserve(m_imageIndex.records.size() + total);
                     m_ocrProgress = {0, total};
                     Q_EMIT ocrProgressChanged();
                     if (total == 0) {
