@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/Date.h"
+#include "model/FileItem.h"
 
 #include <QString>
 #include <QStringList>
@@ -44,6 +45,9 @@ struct CliRegistration {
 
 QTextStream& out();
 QTextStream& err();
+// The cached library ("index.json"), or none after printing why there is none (never scanned,
+// or unreadable).
+std::optional<QList<FileItem>> cachedItems();
 // True when standard error is a terminal, so that progress lines may be drawn.
 bool progressOnTerminal();
 

@@ -29,19 +29,6 @@ void expectNoArguments(CliArgs& args, const char* command)
     if (!rest.isEmpty()) throw UsageError{QStringLiteral("%1 takes no arguments (got %2)").arg(QLatin1String(command), rest.first())};
 }
 
-// The cached library, or a message saying why there is none.
-std::optional<QList<FileItem>> cachedItems()
-{
-    const QString file = LibraryCache::defaultPath();
-    if (!QFileInfo::exists(file)) {
-        err() << "fennic-cli: no library yet: run fennic-cli scan\n";
-        return std::nullopt;
-    }
-    auto items = LibraryCache::load(file);
-    if (!items) err() << "fennic-cli: the library cache " << file << " is unreadable or damaged: run fennic-cli scan\n";
-    return items;
-}
-
 // Large outputs go straight to stdout as bytes: a quarter of a million lines through a text
 // stream would cost more than reading the cache.
 void writeStdout(const QByteArray& bytes)

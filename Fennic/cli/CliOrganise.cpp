@@ -48,19 +48,6 @@ void printJson(const QJsonObject& object)
     out() << QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Indented));
 }
 
-// The cached library, or a message saying why there is none.
-std::optional<QList<FileItem>> cachedItems()
-{
-    const QString file = LibraryCache::defaultPath();
-    if (!QFileInfo::exists(file)) {
-        err() << "fennic-cli: no library yet: run fennic-cli scan\n";
-        return std::nullopt;
-    }
-    auto items = LibraryCache::load(file);
-    if (!items) err() << "fennic-cli: the library cache " << file << " is unreadable or damaged: run fennic-cli scan\n";
-    return items;
-}
-
 // Absolute, cleaned paths as typed (links are not resolved: trashing a link trashes the link).
 QStringList absolutePaths(const QStringList& paths)
 {

@@ -1,8 +1,10 @@
 #include "CliCommand.h"
+#include "library/LibraryCache.h"
 #include "library/Prefs.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QFileInfo>
 #include <algorithm>
 #include <unistd.h>
 #include <vector>
@@ -44,6 +46,20 @@ QTextStream& err()
 }
 
 bool progressOnTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+std::optional<QList<FileItem>> cachedItems()
+{
+    const QString file = LibraryCache::defaultPath();
+    if (!QFileInfo::exists(file)) {
+        err() << "fennic-cli: no library yet: run fennic-cli scan\n";
+        return std::nullopt;
+    }
+    auto items = LibraryCache::load(file);
+    if (!items) err() << "fennic-cli: the library cache " << file << " is unreadable or damaged: run fennic-cli scan\n";
+    return items;
+}
+
+
 
 bool CliArgs::flag(const QString& name)
 {
