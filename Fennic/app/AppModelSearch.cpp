@@ -35,9 +35,9 @@ SortKey AppModel::sortKey() const { return SortKeys::fromRawValue(m_sortKeyRaw).
 
 std::unique_ptr<SearchContext> AppModel::searchContext() const
 {
-    auto context = std::make_unique<SearchContext>(m_imageIndex.records, m_shelf, m_describeScorer);
-    for (auto it = m_ocrText.constBegin(); it != m_ocrText.constEnd(); ++it) context->ocr.insert(it.key(), it.value());
-    return context;
+    // The records' folded text is the recognised text the context reads; ocrText mirrors it
+    // for the views, so it needs no copy here.
+    return std::make_unique<SearchContext>(m_imageIndex.records, m_shelf, m_describeScorer);
 }
 
 QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const

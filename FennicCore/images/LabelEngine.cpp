@@ -6,14 +6,14 @@
 #include <cmath>
 
 namespace fennic {
-namespace {
-
 bool isWordCharacter(QChar c)
 {
     const char16_t u = c.unicode();
     if (u < 0x80) return (u >= u'a' && u <= u'z') || (u >= u'A' && u <= u'Z') || (u >= u'0' && u <= u'9');
     return c.isLetterOrNumber() || c.isMark();
 }
+
+namespace {
 
 QString percent(float share)
 {

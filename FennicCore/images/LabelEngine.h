@@ -59,5 +59,7 @@ public:
 // Whether `word` occurs in folded `text` as a word: starting at a word boundary and ending at
 // one, or followed by a plural "s"/"es" ("cup" is in "two cups" but not in "cupboard").
 bool containsWord(const QString& text, const QString& word);
+// Whether a character belongs to a word (letters, digits and combining marks).
+bool isWordCharacter(QChar c);
 
 }  // namespace fennic

@@ -3,17 +3,6 @@
 #include "images/LabelEngine.h"
 
 namespace fennic {
-namespace {
-
-bool isWordCharacter(QChar c)
-{
-    const char16_t u = c.unicode();
-    if (u < 0x80) return (u >= u'a' && u <= u'z') || (u >= u'A' && u <= u'Z') || (u >= u'0' && u <= u'9');
-    return c.isLetterOrNumber() || c.isMark();
-}
-
-}  // namespace
-
 int TextNeedles::add(const QString& needle)
 {
     const int index = m_count++;
