@@ -38,6 +38,14 @@ QString cleanFolder(const QString& folder)
     return path;
 }
 
+// Background work yields to the GUI thread: on Linux a thread's nice value is its own, and
+// threads it starts (the scanner's helper) inherit it.
+void lowerThreadPriority()
+{
+    static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
+    Q_UNUSED(niced);
+}
+
 }  // namespace
 
 AppModel::AppModel(AppEnvironment environment, QObject* parent)
@@ -151,7 +159,10 @@ void AppModel::setAutoFileScreenshots(bool v)
 }
 void AppModel::setIndexTextInImages(bool v)
 {
+    if (v == m_indexTextInImages) return;
     setAndStore(m_indexTextInImages, v, "indexTextInImages", &AppModel::indexTextInImagesChanged);
+    // Turned on, the pictures read without text become pending; turned off, reading stops.
+    startImageIndexing();
 }
 
 QStringList AppModel::roots() const
@@ -165,12 +176,13 @@ void AppModel::runInBackground(std::function<void()> work, int priority)
 {
     ++m_tasksInFlight;
     m_pool.start(
-        [this, work = std::move(work)] {
-            // Background work yields to the GUI thread: on Linux a thread's nice value is its
-            // own, and threads it starts (the scanner's helper) inherit it.
-            static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
-            Q_UNUSED(niced);
+        [this, work = std::move(work)]() mutable {
+            lowerThreadPriority();
             work();
+            // What the task captured is freed here: the pool deletes a finished task while
+            // holding the lock that the GUI thread needs to start the next one, and freeing a
+            // whole library's items takes tens of milliseconds.
+            work = nullptr;
             // Counted down on the GUI thread, after every result the task posted there.
             QMetaObject::invokeMethod(this, [this] { --m_tasksInFlight; }, Qt::QueuedConnection);
         },
@@ -348,15 +360,10 @@ void AppModel::refreshDownloads()
         2);
 }
 
-void AppModel::disposeInBackground(QList<FileItem> items, SearchIndex index)
-{
-    // Freeing a quarter of a million items takes tens of milliseconds: not on the GUI thread.
-    if (items.isDetached() || index.size() > 0) runInBackground([items = std::move(items), index = std::move(index)] {}, -1);
-}
-
 void AppModel::setItems(QList<FileItem> items, std::optional<Derived> derived)
 {
-    disposeInBackground(std::exchange(m_items, std::move(items)), SearchIndex());
+    if (m_items.isDetached()) disposeInBackground(std::exchange(m_items, std::move(items)));
+    else m_items = std::move(items);
     ++m_itemsGeneration;
     Q_EMIT itemsChanged();
     if (derived)
@@ -379,10 +386,11 @@ AppModel::Derived AppModel::derive(const QList<FileItem>& items) const
 
 void AppModel::applyDerived(Derived derived)
 {
-    m_stats = std::move(derived.stats);
-    m_lately = std::move(derived.lately);
-    m_suggestions = std::move(derived.suggestions);
-    disposeInBackground({}, std::exchange(m_searchIndex, std::move(derived.searchIndex)));
+    std::swap(m_stats, derived.stats);
+    std::swap(m_lately, derived.lately);
+    std::swap(m_suggestions, derived.suggestions);
+    std::swap(m_searchIndex, derived.searchIndex);
+    disposeInBackground(std::move(derived));  // now the old values
     Q_EMIT statsChanged();
     Q_EMIT latelyChanged();
     Q_EMIT suggestionsChanged();
@@ -432,13 +440,13 @@ void AppModel::loadCache()
 void AppModel::saveCache()
 {
     const QList<FileItem> snapshot = m_items;
-    const QString file = LibraryCache::defaultPath();
     const auto writes = m_cacheWrites;
     const auto ticket = writes->ticket();
     runInBackground(
-        [this, snapshot, file, writes, ticket] {
+        [this, snapshot, writes, ticket] {
             bool ok = true;
-            writes->run(ticket, [&] { ok = LibraryCache::save(file, snapshot); });
+            // The path is found here: finding it makes sure the folder exists, which is disk work.
+            writes->run(ticket, [&] { ok = LibraryCache::save(LibraryCache::defaultPath(), snapshot); });
             QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
         },
         -1);

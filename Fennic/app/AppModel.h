@@ -19,6 +19,7 @@
 #include "search/SearchIndex.h"
 #include "search/SortKey.h"
 
+#include <QElapsedTimer>
 #include <QList>
 #include <QObject>
 #include <QSettings>
@@ -312,8 +313,13 @@ private:
     // Replaces the items; the derived values come along, or are recomputed in the background.
     void setItems(QList<FileItem> items, std::optional<Derived> derived = std::nullopt);
     void applyScan(int generation, QList<FileItem> result, Derived derived, QStringList gone);
-    // Hands large values that the GUI thread no longer needs to the pool to be freed there.
-    void disposeInBackground(QList<FileItem> items, SearchIndex index);
+    // Hands large values that the GUI thread no longer needs to the pool to be freed there:
+    // freeing a quarter of a million items takes tens of milliseconds.
+    template <typename T>
+    void disposeInBackground(T value)
+    {
+        runInBackground([value = std::move(value)] {}, -1);
+    }
     void setScanning(bool value);
     void rescanAfterFolderChange();
     void runInBackground(std::function<void()> work, int priority = 0);
@@ -323,6 +329,7 @@ private:
     void cancelImageIndexing();
     void markSearchDirty();
     void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
+    void applyHeldRecords();
     void removeItems(const QSet<QString>& paths);
     void fileDesktopScreenshots();
     struct IndexTask;
@@ -384,6 +391,10 @@ private:
     QString m_imageFolderMode;
     std::optional<QStringList> m_ocrLanguageChoice;
     std::shared_ptr<IndexTask> m_indexTask;
+    // Records read but not yet in the index, because a save still held a snapshot of it.
+    QList<ImageRecord> m_heldRecords;
+    QElapsedTimer m_heldSince;
+    QElapsedTimer m_sinceIndexSave;
 
     // organising
     Shelf m_shelf;

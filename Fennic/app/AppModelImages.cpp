@@ -11,6 +11,7 @@
 
 #include <QFile>
 #include <QLocale>
+#include <cmath>
 
 namespace fennic {
 namespace {
@@ -19,6 +20,9 @@ QString indexFile() { return Prefs::supportDir() + QStringLiteral("/images.plist
 
 // Records are handed over once the batch holds more than this many.
 constexpr int kBatchLimit = 7;
+
+// How long read records may wait for a save to let go of the index before they are added anyway.
+constexpr qint64 kHoldLimitMs = 10000;
 
 bool hasCameraMetadata(const FileItem& item)
 {
@@ -41,6 +45,7 @@ QStringList AppModel::recognitionLanguages() const
 
 void AppModel::cancelImageIndexing()
 {
+    applyHeldRecords();  // read before the cancel, so still good
     if (!m_indexTask) return;
     m_indexTask->cancelled.store(true);
     m_indexTask.reset();
@@ -64,8 +69,9 @@ void AppModel::startImageIndexing()
     const QList<FileItem> items = m_items;
     const int itemsGeneration = m_itemsGeneration;
     ImageIndex index = m_imageIndex;
+    QHash<QString, QString> ocrText = m_ocrText;
     runInBackground(
-        [this, task, items, itemsGeneration, index, languages, folders, readText]() mutable {
+        [this, task, items, itemsGeneration, index, ocrText, languages, folders, readText]() mutable {
             QList<FileItem> candidates;
             QSet<QString> keep;
             for (const FileItem& item : items) {
@@ -77,31 +83,58 @@ void AppModel::startImageIndexing()
                 candidates.append(item);
                 keep.insert(item.path);
             }
+            // The GUI thread's maps as they were when this task started: if they are still the
+            // same when the task hands over, it takes the pruned copies made here.
+            QHash<QString, ImageRecord> startRecords = index.records;
+            QHash<QString, QString> startText = ocrText;
             QStringList dropped;
             for (auto it = index.records.constBegin(); it != index.records.constEnd(); ++it)
                 if (!keep.contains(it.key())) dropped.append(it.key());
             index.prune(keep);
-            const QList<FileItem> pending = index.pending(candidates, languages);
-            // Let go of the shared records now: while this task held them, the first batch
-            // added on the GUI thread would have had to copy the whole index.
+            for (const QString& path : std::as_const(dropped)) ocrText.remove(path);
+            QList<FileItem> pending = index.pending(candidates, languages);
+            if (!readText) {
+                // With text reading off, a picture read with other languages (or none) is
+                // current: only new and changed pictures are read.
+                pending.removeIf([&index](const FileItem& item) {
+                    const auto it = index.records.constFind(item.path);
+                    return it != index.records.cend() && it->size == item.size
+                        && std::abs(it->modified - item.modified) <= ImageIndex::kModifiedTolerance;
+                });
+            }
+            // Room for every record up front, made here: growing a large hash batch by batch,
+            // or even reserving it, costs the GUI thread tens of milliseconds.
+            QHash<QString, ImageRecord> records = std::move(index.records);
             index = ImageIndex();
+            records.reserve(records.size() + pending.size());
+            ocrText.reserve(ocrText.size() + pending.size());
             QMetaObject::invokeMethod(
                 this,
-                [this, task, dropped, languages, total = int(pending.size())] {
+                [this, task, startRecords, startText, records = std::move(records), ocrText = std::move(ocrText),
+                 dropped, languages, total = int(pending.size())]() mutable {
                     if (task != m_indexTask) return;
                     m_imageIndex.languages = languages;
-                    if (!dropped.isEmpty()) {
-                        for (const QString& path : dropped) {
+                    if (m_imageIndex.records.isSharedWith(startRecords) && m_ocrText.isSharedWith(startText)) {
+                        // Nothing changed the maps meanwhile. The old ones are freed on the pool.
+                        runInBackground([records = std::exchange(m_imageIndex.records, std::move(records)),
+                                         text = std::exchange(m_ocrText, std::move(ocrText))] {},
+                                        -1);
+                    } else {
+                        records = {};
+                        ocrText = {};
+                        for (const QString& path : std::as_const(dropped)) {
                             m_imageIndex.records.remove(path);
                             m_ocrText.remove(path);
                         }
+                    }
+                    startRecords.clear();
+                    startText.clear();
+                    if (!dropped.isEmpty()) {
                         Q_EMIT imageRecordsChanged();
                         markSearchDirty();
                     }
-                    // Room for every record up front: growing a large hash batch by batch
-                    // would rehash it on the GUI thread.
-                    m_imageIndex.records.reserve(m_imageIndex.records.size() + total);
                     m_ocrProgress = {0, total};
+                    m_sinceIndexSave.start();
                     Q_EMIT ocrProgressChanged();
                     if (total == 0) {
                         m_indexTask.reset();
@@ -136,14 +169,9 @@ void AppModel::startImageIndexing()
             QList<ImageRecord> batch;
             for (int i = 0; i < total; ++i) {
                 if (task->cancelled.load()) return;
-                ImageRecord record = ImageAnalyzer::analyze(pending[i], languages);
-                if (!readText) {
-                    // Text reading is off: keep no text, and no languages, so that turning it on
-                    // again makes the picture pending.
-                    record.lines.clear();
-                    record.langs.clear();
-                    record.refold();
-                }
+                ImageRecord record = ImageAnalyzer::analyze(pending[i], languages,
+                                                            readText ? ImageAnalyzer::Text::read
+                                                                     : ImageAnalyzer::Text::skip);
                 batch.append(std::move(record));
                 if (batch.size() > kBatchLimit || i == total - 1) {
                     QMetaObject::invokeMethod(
@@ -171,28 +199,45 @@ void AppModel::startImageIndexing()
 
 void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
 {
-    for (const ImageRecord& record : batch) {
+    if (m_heldRecords.isEmpty()) m_heldSince.start();
+    m_heldRecords.append(batch);
+    m_ocrProgress = {done, total};
+    Q_EMIT ocrProgressChanged();
+    // While a save (or a duplicate scan) still holds a snapshot of the records, adding to them
+    // would copy the whole map on this thread: new records wait a little for it to let go.
+    const QHash<QString, ImageRecord>& records = m_imageIndex.records;
+    if (records.isDetached() || records.capacity() == 0 || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords();
+    // A long run keeps what it read so far on disk, should Fennic be stopped.
+    if (done < total && m_sinceIndexSave.isValid() && m_sinceIndexSave.hasExpired(m_env.indexSaveIntervalMs))
+        saveImageIndex();
+}
+
+void AppModel::applyHeldRecords()
+{
+    if (m_heldRecords.isEmpty()) return;
+    for (const ImageRecord& record : std::as_const(m_heldRecords)) {
         m_imageIndex.records.insert(record.path, record);
         if (record.folded.isEmpty())
             m_ocrText.remove(record.path);
         else
             m_ocrText.insert(record.path, record.folded);
     }
-    m_ocrProgress = {done, total};
-    Q_EMIT ocrProgressChanged();
+    m_heldRecords.clear();
     Q_EMIT imageRecordsChanged();
     markSearchDirty();
 }
 
 void AppModel::saveImageIndex()
 {
+    applyHeldRecords();
+    m_sinceIndexSave.start();
     const ImageIndex snapshot(recognitionLanguages(), m_imageIndex.records);
     const auto writes = m_indexWrites;
     const auto ticket = writes->ticket();
     runInBackground(
-        [this, snapshot, file = indexFile(), writes, ticket] {
+        [this, snapshot, writes, ticket] {
             bool ok = true;
-            writes->run(ticket, [&] { ok = bool(snapshot.save(file)); });
+            writes->run(ticket, [&] { ok = bool(snapshot.save(indexFile())); });
             QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT imageIndexSaved(ok); }, Qt::QueuedConnection);
         },
         -1);
@@ -203,8 +248,11 @@ void AppModel::deleteImageIndex()
     cancelImageIndexing();
     m_imageIndex.records.clear();
     m_ocrText.clear();
-    // Through the ordered writes, so that a save still under way can't bring the file back.
-    m_indexWrites->run(m_indexWrites->ticket(), [] { QFile::remove(indexFile()); });
+    // Through the ordered writes, so that a save still under way can't bring the file back; on
+    // the pool, since waiting for that save would hold the GUI thread.
+    const auto writes = m_indexWrites;
+    runInBackground([writes, ticket = writes->ticket()] { writes->run(ticket, [] { QFile::remove(indexFile()); }); },
+                    -1);
     m_ocrProgress = {0, 0};
     Q_EMIT ocrProgressChanged();
     Q_EMIT imageRecordsChanged();

@@ -44,7 +44,7 @@ void AppModel::setShelf(const Shelf& shelf)
     // The shelf file is small; written off the GUI thread like every other file of ours.
     const auto writes = m_shelfWrites;
     const auto ticket = writes->ticket();
-    runInBackground([shelf, file = shelfFile(), writes, ticket] { writes->run(ticket, [&] { shelf.save(file); }); },
+    runInBackground([shelf, writes, ticket] { writes->run(ticket, [&] { shelf.save(shelfFile()); }); },
                     -1);
 }
 

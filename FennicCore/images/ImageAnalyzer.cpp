@@ -359,9 +359,10 @@ std::vector<float> fallbackPrint(const QImage& image)
     return values;
 }
 
-void analyze(const QImage& image, ImageRecord& record, const QStringList& languages)
+void analyze(const QImage& image, ImageRecord& record, const QStringList& languages, Text text)
 {
-    record.lines = recognizeText(image, languages);
+    if (text == Text::read) record.lines = recognizeText(image, languages);
+    else record.lines.clear();
 
     record.labels.clear();
     if (const auto model = VisionModel::shared()) {
@@ -379,7 +380,7 @@ void analyze(const QImage& image, ImageRecord& record, const QStringList& langua
     record.colors = palette(image);
 }
 
-ImageRecord analyze(const FileItem& item, const QStringList& languages)
+ImageRecord analyze(const FileItem& item, const QStringList& languages, Text text)
 {
     ImageRecord record(item.path, item.size, item.modified, {}, {}, {}, QString(), std::nullopt, 0, 0, false);
     try {
@@ -387,13 +388,13 @@ ImageRecord analyze(const FileItem& item, const QStringList& languages)
         record.pixelWidth = decoded.pixelWidth;
         record.pixelHeight = decoded.pixelHeight;
         if (!decoded.opened || decoded.image.isNull()) record.failed = true;
-        else analyze(decoded.image, record, languages);
+        else analyze(decoded.image, record, languages, text);
     } catch (const std::exception&) {
         record = ImageRecord(item.path, item.size, item.modified, {}, {}, {}, QString(), std::nullopt, 0, 0, true);
     }
     // Kept on failures too, so that a failed file is read again only when it or the language
     // choice changes.
-    record.langs = languages.join(u',');
+    if (text == Text::read) record.langs = languages.join(u',');
     record.refold();
     return record;
 }

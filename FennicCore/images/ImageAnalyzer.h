@@ -17,17 +17,21 @@ namespace fennic::ImageAnalyzer {
 // The twelve colour names a record may hold, in this order.
 const QStringList& colorNames();
 
+// Whether a picture's text is read. A record read without it keeps no languages, so that it is
+// pending again once text is read.
+enum class Text { read, skip };
+
 // Reads one picture and returns its record: text lines, labels, feature print, colours and
 // pixel size. Never throws and never fails: a file that cannot be opened or decoded gives a
 // record with `failed` set. `languages` are recognition language identifiers in recognition
 // order (OCRLanguages::resolve's `use`); they are stored in the record's `langs`. Runs on the
 // calling thread (a background thread in the application); any thread.
-ImageRecord analyze(const FileItem& item, const QStringList& languages);
+ImageRecord analyze(const FileItem& item, const QStringList& languages, Text text = Text::read);
 
 // Runs text recognition, the vision model and the palette on an already decoded picture and
 // fills the record's `lines`, `labels`, `print` and `colors`. An empty language list means
 // en-US. Does not refold the record.
-void analyze(const QImage& image, ImageRecord& record, const QStringList& languages);
+void analyze(const QImage& image, ImageRecord& record, const QStringList& languages, Text text = Text::read);
 
 // Text recognition alone, as analyze() runs it: the lines of a decoded picture in reading
 // order, with the second pass for Chinese or Japanese that was not asked for. An empty

@@ -2,9 +2,13 @@
 // settled request, and the longest stall of the GUI thread's event loop during a full scan
 // followed by image indexing.
 //
-//   bench_app FOLDER [--files N] [--seconds S]
+//   bench_app FOLDER [--files N] [--seconds S] [--save-every S]
 //
 // FOLDER becomes FENNIC_LIBRARY_ROOT; the synthetic home is written there once (reused later).
+// Construction loads the image index a previous run left; the scan starts without one, so that
+// every picture is read, and indexing writes the index every S seconds (5 unless told), so that
+// index writes fall inside the measured time. With FENNIC_BENCH_SLOW_MS=N set, every event the GUI thread took longer
+// than N ms to handle, and every gap between ticks over N ms, is printed to stderr.
 #include "support/SyntheticHome.h"
 #include "app/AppModel.h"
 #include "library/Library.h"
@@ -30,6 +34,14 @@ double median(std::vector<double> v)
     return v.empty() ? 0 : v[v.size() / 2];
 }
 
+qint64 slowReportNs()
+{
+    static const qint64 ns = qEnvironmentVariableIsSet("FENNIC_BENCH_SLOW_MS")
+                                 ? qint64(qEnvironmentVariableIntValue("FENNIC_BENCH_SLOW_MS")) * 1000000
+                                 : -1;
+    return ns;
+}
+
 // Ticks the event loop every millisecond and remembers the longest gap between two ticks.
 class StallMeter {
 public:
@@ -39,6 +51,8 @@ public:
         QObject::connect(&m_timer, &QTimer::timeout, [this] {
             const qint64 now = m_clock.nsecsElapsed();
             if (m_last >= 0) m_longest = std::max(m_longest, now - m_last);
+            if (m_last >= 0 && slowReportNs() >= 0 && now - m_last > slowReportNs())
+                std::fprintf(stderr, "gap of %.1f ms at %.3f s\n", (now - m_last) / 1e6, now / 1e9);
             m_last = now;
         });
     }
@@ -58,12 +72,32 @@ private:
     qint64 m_longest = 0;
 };
 
+// Reports every event the GUI thread took longer than FENNIC_BENCH_SLOW_MS to deliver, to find
+// what makes the event loop stall.
+class TimedApplication : public QGuiApplication {
+public:
+    using QGuiApplication::QGuiApplication;
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        if (slowReportNs() < 0) return QGuiApplication::notify(receiver, event);
+        QElapsedTimer t;
+        t.start();
+        const int type = event->type();
+        const bool handled = QGuiApplication::notify(receiver, event);
+        if (const qint64 ns = t.nsecsElapsed(); ns > slowReportNs())
+            std::fprintf(stderr, "slow event: type %d to %s, %.1f ms\n", type,
+                         receiver->metaObject()->className(), ns / 1e6);
+        return handled;
+    }
+};
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication app(argc, argv);
+    TimedApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);  // keeps the order of results and slow-event lines
     const QStringList args = app.arguments();
     if (args.size() < 2) {
         std::fprintf(stderr, "usage: bench_app FOLDER [--files N] [--seconds S]\n");
@@ -74,6 +108,8 @@ int main(int argc, char** argv)
     int seconds = 60;
     if (int i = args.indexOf("--files"); i > 0 && i + 1 < args.size()) files = args[i + 1].toInt();
     if (int i = args.indexOf("--seconds"); i > 0 && i + 1 < args.size()) seconds = args[i + 1].toInt();
+    int saveEvery = 5;
+    if (int i = args.indexOf("--save-every"); i > 0 && i + 1 < args.size()) saveEvery = args[i + 1].toInt();
     const quint32 seed = 42;
 
     qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(root));
@@ -92,15 +128,18 @@ int main(int argc, char** argv)
     const QList<FileItem> items = bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
     LibraryCache::save(LibraryCache::defaultPath(), items);
     std::vector<double> construct;
+    qsizetype records = 0;
     for (int run = 0; run < 5; ++run) {
         QElapsedTimer t;
         t.start();
         AppModel model(env);
         construct.push_back(t.nsecsElapsed() / 1e6);
+        records = model.imageRecords().size();
         if (model.items().size() != items.size()) std::printf("warning: %lld items loaded\n", qlonglong(model.items().size()));
         model.waitForIdle();
     }
-    std::printf("construction with %lld cached items: median %.0f ms (runs:", qlonglong(items.size()), median(construct));
+    std::printf("construction with %lld cached items and %lld image records: median %.0f ms (runs:",
+                qlonglong(items.size()), qlonglong(records), median(construct));
     for (double c : construct) std::printf(" %.0f", c);
     std::printf(")\n");
 
@@ -126,8 +165,12 @@ int main(int argc, char** argv)
     }
 
     // 3. The longest stall of the event loop during a full scan and image indexing.
+    QFile::remove(Prefs::supportDir() + QStringLiteral("/images.plist"));
+    env.indexSaveIntervalMs = saveEvery * 1000;
     {
+        int saves = 0;
         AppModel model(env);
+        QObject::connect(&model, &AppModel::imageIndexSaved, [&saves] { ++saves; });
         StallMeter meter;
         meter.start();
         QElapsedTimer t;
@@ -142,14 +185,15 @@ int main(int argc, char** argv)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         std::printf("full scan of %lld items: %.0f ms; longest event-loop stall during the scan %.1f ms\n",
                     qlonglong(model.items().size()), scanMs, scanStall);
-        std::printf("image indexing for %.0f s (%d of %d read, then the index saved): longest stall overall %.1f ms\n",
+        std::printf("image indexing for %.0f s (%d of %d read): longest stall overall %.1f ms\n",
                     indexing.elapsed() / 1000.0, model.ocrProgress().first, model.ocrProgress().second,
                     meter.longestMs());
         model.setImageIndexPaused(true);  // saves what was read, off the GUI thread
         QElapsedTimer save;
         save.start();
         while (save.elapsed() < 3000) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
-        std::printf("after pausing and saving the index: longest stall overall %.1f ms\n", meter.longestMs());
+        std::printf("after pausing and saving the index (%d index writes in all): longest stall overall %.1f ms\n",
+                    saves, meter.longestMs());
     }
     return 0;
 }

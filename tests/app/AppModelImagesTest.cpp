@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QFont>
 #include <QImage>
 #include <QPainter>
 #include <gtest/gtest.h>
@@ -109,4 +110,58 @@ TEST_F(ImageIndexing, ImageFoldersJoinTheLibraryWhenOutsideIt)
     m->removeImageFolder(f.tree.path("Pictures"));
     ASSERT_TRUE(m->waitForIdle(60000));
     EXPECT_EQ(m->imageRecords().size(), 2) << "only the chosen folders' pictures stay indexed";
+}
+
+TEST_F(ImageIndexing, TextReadingOffSkipsTextWithoutRereadingUntilTurnedOn)
+{
+    QImage note(700, 200, QImage::Format_RGB32);
+    note.fill(Qt::white);
+    QPainter painter(&note);
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(48);
+    painter.setFont(font);
+    painter.setPen(Qt::black);
+    painter.drawText(30, 120, QStringLiteral("INVOICE 2041"));
+    painter.end();
+    ASSERT_TRUE(note.save(f.tree.path("Pictures/note.png"), "PNG"));
+    const QString notePath = f.tree.path("Pictures/note.png");
+
+    m->setIndexTextInImages(false);
+    m->scan();
+    ASSERT_TRUE(m->waitForIdle(120000));
+    ASSERT_TRUE(m->imageRecords().contains(notePath));
+    const ImageRecord unread = m->imageRecords().value(notePath);
+    EXPECT_FALSE(unread.failed);
+    EXPECT_TRUE(unread.lines.isEmpty());
+    EXPECT_TRUE(unread.langs.isEmpty());
+    EXPECT_FALSE(m->ocrText().contains(notePath));
+
+    QSignalSpy finished(m, &AppModel::imageIndexingFinished);
+    m->startImageIndexing();
+    ASSERT_TRUE(finished.wait(10000));
+    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 0)) << "pictures read with or without text are current while it is off";
+
+    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
+    m->setIndexTextInImages(true);
+    ASSERT_TRUE(m->waitForIdle(120000));
+    ASSERT_FALSE(progress.isEmpty());
+    EXPECT_EQ(m->ocrProgress().second, 1)
+        << "turned on, only the picture read without text is read again";
+    EXPECT_TRUE(m->ocrText().value(notePath).contains(QStringLiteral("invoice")))
+        << m->ocrText().value(notePath).toStdString();
+}
+
+TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)
+{
+    f.env.indexSaveIntervalMs = 0;  // a save after every batch
+    m = &f.make();
+    ASSERT_TRUE(m->waitForIdle());
+    QSignalSpy saves(m, &AppModel::imageIndexSaved);
+    m->rebuildImageIndex();
+    ASSERT_TRUE(m->waitForIdle(120000));
+    EXPECT_GE(saves.count(), 2) << "one save along the way, one at the end";
+    EXPECT_EQ(m->imageRecords().size(), 12);
+    const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
+    ASSERT_TRUE(onDisk.has_value());
+    EXPECT_EQ(onDisk->records.size(), 12) << "records that waited for a save are in the last one";
 }
