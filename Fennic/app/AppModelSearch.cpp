@@ -35,9 +35,9 @@ SortKey AppModel::sortKey() const { return SortKeys::fromRawValue(m_sortKeyRaw).
 
 std::unique_ptr<SearchContext> AppModel::searchContext() const
 {
-    // The records' folded text is the recognised text the context reads; ocrText mirrors it
-    // for the views, so it needs no copy here.
-    return std::make_unique<SearchContext>(m_imageIndex.records, m_shelf, m_describeScorer);
+    // ocrText holds the records' folded text where there is any, so text searches look only
+    // there rather than in every picture's record. Both maps are shared, not copied.
+    return std::make_unique<SearchContext>(m_imageIndex.records, m_ocrText, m_shelf, m_describeScorer);
 }
 
 QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const

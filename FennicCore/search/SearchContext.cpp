@@ -15,6 +15,14 @@ SearchContext::SearchContext(QHash<QString, ImageRecord> images, Shelf shelf, De
     favourites = QSet<QString>(starred.begin(), starred.end());
 }
 
+SearchContext::SearchContext(QHash<QString, ImageRecord> images, QHash<QString, QString> ocr, Shelf shelf,
+                             DescriptionScorer describe)
+    : SearchContext(std::move(images), std::move(shelf), std::move(describe))
+{
+    this->ocr = std::move(ocr);
+    m_textGivenApart = true;
+}
+
 SearchContext::~SearchContext() = default;
 
 const QString* SearchContext::recognisedText(const QString& path) const
@@ -23,11 +31,19 @@ const QString* SearchContext::recognisedText(const QString& path) const
         const auto it = ocr.constFind(path);
         if (it != ocr.constEnd()) return &it.value();
     }
-    if (!images.isEmpty()) {
+    if (!images.isEmpty() && !m_textGivenApart) {
         const auto it = images.constFind(path);
         if (it != images.constEnd() && !it->searchText().isEmpty()) return &it->searchText();
     }
     return nullptr;
+}
+
+void SearchContext::forEachRecognisedText(const std::function<void(const QString&, const QString&)>& visit) const
+{
+    for (auto it = ocr.cbegin(); it != ocr.cend(); ++it) visit(it.key(), it.value());
+    if (m_textGivenApart) return;
+    for (auto it = images.cbegin(); it != images.cend(); ++it)
+        if (!it->searchText().isEmpty() && !ocr.contains(it.key())) visit(it.key(), it->searchText());
 }
 
 std::optional<float> SearchContext::visualScore(const QString& description, const QString& path)

@@ -36,6 +36,11 @@ public:
     // Image records (whose folded text serves as the recognised text), the shelf and the
     // description scorer. Copies are cheap: the containers are implicitly shared.
     SearchContext(QHash<QString, ImageRecord> images, Shelf shelf, DescriptionScorer describe = {});
+    // The same, with the recognised text given apart (path -> folded text of the records that
+    // have any): text searches then look only there, which is much quicker when most pictures
+    // hold no text.
+    SearchContext(QHash<QString, ImageRecord> images, QHash<QString, QString> ocr, Shelf shelf,
+                  DescriptionScorer describe = {});
     ~SearchContext();
     SearchContext(const SearchContext&) = delete;
     SearchContext& operator=(const SearchContext&) = delete;
@@ -48,9 +53,12 @@ public:
     QHash<QString, RecordScorer> queries;  // description -> its prepared scorer
     QHash<QString, std::optional<float>> scores;  // description + "\n" + path -> score
 
-    // The folded recognised text of a file: from `ocr`, else from its image record; null
-    // when there is none.
+    // The folded recognised text of a file: from `ocr`, else (unless the text was given apart)
+    // from its image record; null when there is none.
     const QString* recognisedText(const QString& path) const;
+
+    // Every file's folded recognised text, as recognisedText() would give it, once each.
+    void forEachRecognisedText(const std::function<void(const QString& path, const QString& text)>& visit) const;
 
     // The score of one image for one description, or none when the file has no image record,
     // no scorer is set, or nothing of the description fits. Prepares each description once
@@ -61,6 +69,7 @@ public:
     SearchMatcher& matcher(const QList<SearchFilter>& filters);
 
 private:
+    bool m_textGivenApart = false;
     QList<SearchFilter> m_matcherFilters;
     std::unique_ptr<SearchMatcher> m_matcher;
 };

@@ -159,9 +159,7 @@ void SearchMatcher::prepareForPass(const SearchIndex* index, bool scanPaths)
             for (qsizetype i = 0; i < c.wordTexts.size(); ++i)
                 if (text.contains(c.wordTexts[i])) c.ocrHits[size_t(i)].insert(path);
         };
-        for (auto it = m_context.ocr.cbegin(); it != m_context.ocr.cend(); ++it) scan(it.key(), it.value());
-        for (auto it = m_context.images.cbegin(); it != m_context.images.cend(); ++it)
-            if (!m_context.ocr.contains(it.key())) scan(it.key(), it->searchText());
+        m_context.forEachRecognisedText(scan);
         c.ocrPrepared = true;
     }
 }
