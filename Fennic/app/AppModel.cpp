@@ -249,6 +249,7 @@ void AppModel::scan()
     cancelImageIndexing();
 
     const int generation = ++m_scanGeneration;
+    m_scanJournal = {};
     const Scanner scanner(roots(), Library::appFolders(), kMaxItems);
     const auto stopping = m_stopping;
     Q_EMIT scanStarted(generation);
@@ -300,9 +301,40 @@ void AppModel::scan()
         /*priority=*/2);
 }
 
+void AppModel::ScanJournal::apply(QList<FileItem>& items) const
+{
+    QSet<QString> present;
+    present.reserve(items.size());
+    items.removeIf([this](const FileItem& item) { return removed.contains(item.path); });
+    for (FileItem& item : items) {
+        present.insert(item.path);
+        if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
+    }
+    for (const FileItem& item : added)
+        if (!present.contains(item.path)) items.append(item);
+}
+
 void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived, QStringList gone)
 {
     if (generation != m_scanGeneration || m_stopping->load()) return;
+    if (!m_scanJournal.isEmpty()) {
+        // The list changed while the scan ran: the result takes those changes on the pool, and
+        // comes back here, where anything changed meanwhile is taken the same way.
+        runInBackground(
+            [this, generation, result, gone, journal = std::exchange(m_scanJournal, {})]() mutable {
+                journal.apply(result);
+                Derived rederived = derive(result);
+                QMetaObject::invokeMethod(
+                    this,
+                    [this, generation, result = std::move(result), rederived = std::move(rederived),
+                     gone = std::move(gone)]() mutable {
+                        applyScan(generation, std::move(result), std::move(rederived), std::move(gone));
+                    },
+                    Qt::QueuedConnection);
+            },
+            2);
+        return;
+    }
 
     setItems(std::move(result), std::move(derived));
     // Records and recognised text of files that left the library go with them.

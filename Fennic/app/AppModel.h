@@ -330,6 +330,7 @@ private:
     void markSearchDirty();
     void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
     void applyHeldRecords();
+    void addCameraModels(const QHash<QString, QString>& cameras);
     void removeItems(const QSet<QString>& paths);
     void fileDesktopScreenshots();
     struct IndexTask;
@@ -348,6 +349,16 @@ private:
     LibraryStats m_stats;
     QList<Lately::Group> m_lately;
     bool m_isScanning = false;
+    // Changes made to the item list while a scan runs. The scan's result gets them too, or it
+    // would bring back files trashed meanwhile and lose camera models read meanwhile.
+    struct ScanJournal {
+        QSet<QString> removed;
+        QList<FileItem> added;
+        QHash<QString, QString> cameras;  // path -> camera model
+        bool isEmpty() const { return removed.isEmpty() && added.isEmpty() && cameras.isEmpty(); }
+        void apply(QList<FileItem>& items) const;
+    };
+    ScanJournal m_scanJournal;
     int m_scannedCount = 0;
     std::optional<Date> m_lastScan;
     bool m_showWelcome = false;

@@ -67,11 +67,10 @@ void AppModel::startImageIndexing()
     // Choosing the candidates and the pending files walks the whole library and sorts the
     // pictures: done on the pool with snapshots, so the GUI thread never waits for it.
     const QList<FileItem> items = m_items;
-    const int itemsGeneration = m_itemsGeneration;
     ImageIndex index = m_imageIndex;
     QHash<QString, QString> ocrText = m_ocrText;
     runInBackground(
-        [this, task, items, itemsGeneration, index, ocrText, languages, folders, readText]() mutable {
+        [this, task, items, index, ocrText, languages, folders, readText]() mutable {
             QList<FileItem> candidates;
             QSet<QString> keep;
             for (const FileItem& item : items) {
@@ -144,26 +143,15 @@ void AppModel::startImageIndexing()
                 Qt::QueuedConnection);
             if (pending.isEmpty()) return;
 
-            // Camera models for the photos about to be read that have none yet, merged into a
-            // copy of the list here rather than on the GUI thread.
+            // Camera models for the photos about to be read that have none yet.
             QHash<QString, QString> cameras;
             for (const FileItem& item : pending) {
                 if (task->cancelled.load()) return;
                 if (item.camera || !hasCameraMetadata(item)) continue;
                 if (auto model = Scanner::cameraModel(item.path)) cameras.insert(item.path, *model);
             }
-            if (!cameras.isEmpty()) {
-                QList<FileItem> withCameras = items;
-                for (FileItem& item : withCameras)
-                    if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
-                QMetaObject::invokeMethod(
-                    this,
-                    [this, withCameras = std::move(withCameras), itemsGeneration]() mutable {
-                        // A list that changed meanwhile wins; the models are read again next time.
-                        if (itemsGeneration == m_itemsGeneration) setItems(std::move(withCameras));
-                    },
-                    Qt::QueuedConnection);
-            }
+            if (!cameras.isEmpty())
+                QMetaObject::invokeMethod(this, [this, cameras] { addCameraModels(cameras); }, Qt::QueuedConnection);
 
             const int total = int(pending.size());
             QList<ImageRecord> batch;
@@ -195,6 +183,26 @@ void AppModel::startImageIndexing()
                 Qt::QueuedConnection);
         },
         /*priority=*/0);
+}
+
+void AppModel::addCameraModels(const QHash<QString, QString>& cameras)
+{
+    if (m_isScanning) m_scanJournal.cameras.insert(cameras);  // the scan's result takes them too
+    // Merged into a copy of the list on the pool; should the list change meanwhile, the merge
+    // is done again on the newer one, since these photos will not be read again.
+    runInBackground(
+        [this, items = m_items, generation = m_itemsGeneration, cameras]() mutable {
+            for (FileItem& item : items)
+                if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
+            QMetaObject::invokeMethod(
+                this,
+                [this, items = std::move(items), generation, cameras]() mutable {
+                    if (generation == m_itemsGeneration) setItems(std::move(items));
+                    else addCameraModels(cameras);
+                },
+                Qt::QueuedConnection);
+        },
+        1);
 }
 
 void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)

@@ -104,11 +104,21 @@ void AppModel::deleteCollection(const QUuid& collection)
 void AppModel::removeItems(const QSet<QString>& paths)
 {
     if (paths.isEmpty()) return;
+    if (m_isScanning) {
+        m_scanJournal.removed.unite(paths);
+        m_scanJournal.added.removeIf([&paths](const FileItem& item) { return paths.contains(item.path); });
+    }
     QList<FileItem> kept;
     kept.reserve(m_items.size());
     for (const FileItem& item : std::as_const(m_items))
         if (!paths.contains(item.path)) kept.append(item);
     setItems(std::move(kept));
+    // The shown list is recomputed once the derived values catch up with the new list; until
+    // then it just loses the removed files, so that none is shown after it has gone.
+    const auto removed = [&paths](const FileItem& item) { return paths.contains(item.path); };
+    if (!m_visibleDirty) m_visibleItems.removeIf(removed);
+    m_heldResults.removeIf(removed);
+    Q_EMIT shownItemsChanged();
     m_duplicateGroups = DuplicateGroup::prune(m_duplicateGroups, paths);
     m_lookalikeGroups = DuplicateGroup::prune(m_lookalikeGroups, paths);
     Q_EMIT duplicateGroupsChanged();
@@ -144,8 +154,13 @@ QList<FileItem> AppModel::putBack(const QList<FileOps::TrashedItem>& moved)
         QSet<QString> present;
         for (const FileItem& i : std::as_const(m_items)) present.insert(i.path);
         QList<FileItem> items = m_items;
-        for (const FileItem& i : restored)
+        for (const FileItem& i : restored) {
             if (!present.contains(i.path)) items.append(i);
+            if (m_isScanning) {
+                m_scanJournal.removed.remove(i.path);
+                m_scanJournal.added.append(i);
+            }
+        }
         setItems(std::move(items));
         saveCache();
     }

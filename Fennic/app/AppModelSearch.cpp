@@ -226,7 +226,7 @@ QStringList AppModel::highlightQuery() const
         return m_findQuery.isEmpty() ? QStringList() : QStringList{m_findQuery};
     QStringList words;
     for (const SearchFilter& f : m_parsed.filters)
-        if (const auto* text = f.as<SearchFilter::Text>()) words.append(text->words);
+        if (const auto* text = f.as<SearchFilter::Text>()) words.append(text->words.split(u' ', Qt::SkipEmptyParts));
     return words;
 }
 

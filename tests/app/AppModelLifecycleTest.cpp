@@ -2,6 +2,10 @@
 
 #include "library/LibraryCache.h"
 
+#include <QImage>
+#include <QThread>
+#include <exiv2/exiv2.hpp>
+
 #include <QSettings>
 #include <gtest/gtest.h>
 
@@ -83,26 +87,65 @@ TEST(AppModelLifecycle, FolderAddedDuringAScanGivesExactlyOneMoreScanThenTheRule
     EXPECT_EQ(countPath(m.items(), f.tree.path("Elsewhere/b.txt")), 1);
 }
 
-TEST(AppModelLifecycle, ScanningTwiceKeepsOneCopyAndCarriesCameraModelsOver)
+TEST(AppModelLifecycle, CameraModelsReadByIndexingSurviveScans)
 {
     AppFixture f;
-    f.tree.write("Pictures/p.jpg", "not really a jpeg");
+    QImage image(64, 48, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    const QString photo = f.tree.path("Pictures/p.jpg");
+    ASSERT_TRUE(image.save(photo, "JPEG"));
+    auto exif = Exiv2::ImageFactory::open(QFile::encodeName(photo).toStdString());
+    exif->readMetadata();
+    exif->exifData()["Exif.Image.Model"] = std::string("Pocket 3");
+    exif->writeMetadata();
+
+    AppModel& m = f.make();
+    m.setImageIndexPaused(true);
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_EQ(m.items().size(), 1);
+    ASSERT_FALSE(m.items()[0].camera.has_value()) << "the scanner does not read camera models";
+
+    // As at launch, indexing runs alongside a scan.
+    m.scan();
+    m.setImageIndexPaused(false);
+    ASSERT_TRUE(m.waitForIdle(60000));
+    ASSERT_EQ(m.items().size(), 1);
+    EXPECT_EQ(m.items()[0].camera, "Pocket 3");
+
+    m.scan();  // the photo is indexed now and its model is not read again: it is carried over
+    ASSERT_TRUE(m.waitForIdle(60000));
+    ASSERT_EQ(m.items().size(), 1);
+    EXPECT_EQ(m.items()[0].camera, "Pocket 3");
+}
+
+TEST(AppModelLifecycle, TrashAndPutBackDuringAScanSurviveItsResult)
+{
+    AppFixture f;
+    f.tree.write("Documents/gone.txt", "a");
+    f.tree.write("Documents/back.txt", "b");
     AppModel& m = f.make();
     m.scan();
     ASSERT_TRUE(m.waitForIdle());
-    ASSERT_EQ(m.items().size(), 1);
+    ASSERT_EQ(m.items().size(), 2);
+    const auto item = [&](const char* name) {
+        for (const FileItem& i : m.items())
+            if (i.name == QLatin1String(name)) return i;
+        return FileItem();
+    };
+    const auto trashed = m.moveToTrash({item("back.txt")});
+    ASSERT_EQ(trashed.moved.size(), 1);
 
-    // The camera model comes from image indexing, not from the scan.
-    QList<FileItem> withCamera = m.items();
-    withCamera[0].camera = QStringLiteral("Pocket 3");
-    LibraryCache::save(LibraryCache::defaultPath(), withCamera);
-    m.loadCache();
-    ASSERT_EQ(m.items()[0].camera, "Pocket 3");
-
+    // The scan's result is handed over only when events are processed: after this pause the
+    // scanner has listed the folder (with gone.txt, without back.txt), and its result waits.
     m.scan();
+    QThread::msleep(300);
+    ASSERT_EQ(m.moveToTrash({item("gone.txt")}).moved.size(), 1);
+    ASSERT_EQ(m.putBack(trashed.moved).size(), 1);
     ASSERT_TRUE(m.waitForIdle());
-    ASSERT_EQ(m.items().size(), 1);
-    EXPECT_EQ(m.items()[0].camera, "Pocket 3");
+    EXPECT_EQ(countPath(m.items(), f.tree.path("Documents/gone.txt")), 0) << "a trashed file does not come back";
+    EXPECT_EQ(countPath(m.items(), f.tree.path("Documents/back.txt")), 1) << "a file put back stays";
+    EXPECT_EQ(m.items().size(), 1);
 }
 
 TEST(AppModelLifecycle, BecomingActiveRescansOnlyAfterFiveMinutes)

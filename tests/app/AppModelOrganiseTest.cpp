@@ -95,6 +95,7 @@ TEST(AppModelActions, TrashWithAPartialFailureAndUndo)
     ASSERT_TRUE(m.waitForIdle());
     ASSERT_EQ(m.items().size(), 2);
     QFile::remove(gone);  // vanished since the scan
+    ASSERT_EQ(m.shownItems().size(), 2);
 
     const auto result = m.moveToTrash(m.items());
     ASSERT_EQ(result.moved.size(), 1);
@@ -105,6 +106,7 @@ TEST(AppModelActions, TrashWithAPartialFailureAndUndo)
     EXPECT_TRUE(m.toast()->isError);
     EXPECT_EQ(m.toast()->actionTitle, "Undo");
     EXPECT_EQ(m.items().size(), 1) << "the moved file left the library";
+    EXPECT_EQ(m.shownItems().size(), 1) << "and the shown list, at once";
 
     m.toastCentre().perform();
     EXPECT_TRUE(QFileInfo::exists(kept));

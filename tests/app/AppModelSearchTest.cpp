@@ -133,6 +133,9 @@ TEST_F(SearchSession, HighlightsComeFromTextFiltersOrTheFinder)
 {
     m->setQuery("plan pdfs");
     EXPECT_EQ(m->highlightQuery(), QStringList{"plan"});
+    m->setQuery("plan pdfs report");
+    EXPECT_EQ(m->highlightQuery(), (QStringList{"plan", "report"})) << "each word on its own";
+    m->setQuery("plan pdfs");
     m->setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
     m->setFindQuery("receipt");
     EXPECT_EQ(m->highlightQuery(), QStringList{"receipt"});
