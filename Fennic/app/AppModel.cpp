@@ -255,8 +255,12 @@ void AppModel::scan()
     Q_EMIT scanStarted(generation);
     const QList<FileItem> previous = m_items;
     QHash<QString, ImageRecord> records = m_imageIndex.records;
+    QStringList grouped;
+    for (const QList<DuplicateGroup>* groups : {&m_duplicateGroups, &m_lookalikeGroups})
+        for (const DuplicateGroup& group : *groups)
+            for (const FileItem& file : group.files) grouped.append(file.path);
     runInBackground(
-        [this, scanner, generation, stopping, previous, records]() mutable {
+        [this, scanner, generation, stopping, previous, records, grouped]() mutable {
             auto progress = [this](int count) {
                 QMetaObject::invokeMethod(
                     this,
@@ -279,14 +283,16 @@ void AppModel::scan()
                 for (FileItem& item : result)
                     if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
 
-            // Image records of files that left the library, found here so that the GUI thread
-            // only removes them.
+            // Files that left the library and still have an image record or a place in a
+            // duplicate group, found here so that the GUI thread only removes them.
             QSet<QString> present;
             present.reserve(result.size());
             for (const FileItem& item : std::as_const(result)) present.insert(item.path);
             QStringList gone;
             for (auto it = records.constBegin(); it != records.constEnd(); ++it)
                 if (!present.contains(it.key())) gone.append(it.key());
+            for (const QString& path : std::as_const(grouped))
+                if (!present.contains(path)) gone.append(path);
             records = {};  // shared with the GUI thread's index: let go before handing back
             present = {};
             Derived derived = derive(result);
@@ -323,6 +329,7 @@ void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived
         runInBackground(
             [this, generation, result, gone, journal = std::exchange(m_scanJournal, {})]() mutable {
                 journal.apply(result);
+                for (const FileItem& item : std::as_const(journal.added)) gone.removeAll(item.path);
                 Derived rederived = derive(result);
                 QMetaObject::invokeMethod(
                     this,
@@ -344,8 +351,10 @@ void AppModel::applyScan(int generation, QList<FileItem> result, Derived derived
         m_ocrText.remove(path);
     }
     if (dropped) Q_EMIT imageRecordsChanged();
+    if (!gone.isEmpty()) pruneGroups(QSet<QString>(gone.begin(), gone.end()));
     setScanning(false);
     m_lastScan = m_env.now();
+    Q_EMIT lastScanChanged();
     saveCache();
     Q_EMIT scanFinished(generation);
 

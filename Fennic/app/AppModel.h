@@ -67,6 +67,7 @@ class AppModel : public QObject {
     Q_PROPERTY(QList<fennic::SavedSearch> savedSearches READ savedSearches NOTIFY savedSearchesChanged)
     Q_PROPERTY(QString findQuery READ findQuery WRITE setFindQuery NOTIFY findQueryChanged)
     Q_PROPERTY(QString findMode READ findMode WRITE setFindMode NOTIFY findModeChanged)
+    Q_PROPERTY(bool homeResults READ homeResults WRITE setHomeResults NOTIFY homeResultsChanged)
     // image indexing
     Q_PROPERTY(bool imageIndexPaused READ imageIndexPaused WRITE setImageIndexPaused NOTIFY imageIndexPausedChanged)
     Q_PROPERTY(QStringList imageFolders READ imageFolders NOTIFY imageFoldersChanged)
@@ -182,6 +183,9 @@ public:
     void setFindQuery(const QString& text);
     const QString& findMode() const { return m_findMode; }
     void setFindMode(const QString& mode);
+    // Whether the home page shows the results of the request rather than its suggestions.
+    bool homeResults() const { return m_homeResults; }
+    void setHomeResults(bool shown);
     const std::optional<QString>& similarTo() const { return m_similarTo; }
     void setSimilarTo(std::optional<QString> path);
     SortKey sortKey() const;
@@ -253,6 +257,7 @@ Q_SIGNALS:
     void statsChanged();
     void latelyChanged();
     void isScanningChanged();
+    void lastScanChanged();
     void scannedCountChanged();
     void showWelcomeChanged();
     void viewModeRawChanged();
@@ -273,6 +278,7 @@ Q_SIGNALS:
     void savedSearchesChanged();
     void findQueryChanged();
     void findModeChanged();
+    void homeResultsChanged();
     void similarToChanged();
     void imageRecordsChanged();
     void ocrProgressChanged();
@@ -331,6 +337,8 @@ private:
     void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
     void applyHeldRecords();
     void addCameraModels(const QHash<QString, QString>& cameras);
+    // Drops files that left the library from the duplicate and look-alike groups.
+    void pruneGroups(const QSet<QString>& removed);
     void removeItems(const QSet<QString>& paths);
     void fileDesktopScreenshots();
     struct IndexTask;
@@ -381,6 +389,7 @@ private:
     QString m_query;
     ParsedQuery m_parsed;
     bool m_searchSettled = true;
+    bool m_homeResults = false;
     QTimer* m_settleTimer = nullptr;
     QList<FileItem> m_heldResults;
     SidebarItem m_sidebar;

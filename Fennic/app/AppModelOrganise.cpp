@@ -12,8 +12,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <cerrno>
-#include <cstdio>
-#include <fcntl.h>
 
 namespace fennic {
 namespace {
@@ -119,10 +117,25 @@ void AppModel::removeItems(const QSet<QString>& paths)
     if (!m_visibleDirty) m_visibleItems.removeIf(removed);
     m_heldResults.removeIf(removed);
     Q_EMIT shownItemsChanged();
-    m_duplicateGroups = DuplicateGroup::prune(m_duplicateGroups, paths);
-    m_lookalikeGroups = DuplicateGroup::prune(m_lookalikeGroups, paths);
-    Q_EMIT duplicateGroupsChanged();
-    Q_EMIT lookalikeGroupsChanged();
+    pruneGroups(paths);
+}
+
+void AppModel::pruneGroups(const QSet<QString>& removed)
+{
+    const auto holdsAny = [&removed](const QList<DuplicateGroup>& groups) {
+        for (const DuplicateGroup& group : groups)
+            for (const FileItem& file : group.files)
+                if (removed.contains(file.path)) return true;
+        return false;
+    };
+    if (holdsAny(m_duplicateGroups)) {
+        m_duplicateGroups = DuplicateGroup::prune(m_duplicateGroups, removed);
+        Q_EMIT duplicateGroupsChanged();
+    }
+    if (holdsAny(m_lookalikeGroups)) {
+        m_lookalikeGroups = DuplicateGroup::prune(m_lookalikeGroups, removed);
+        Q_EMIT lookalikeGroupsChanged();
+    }
 }
 
 FileOps::TrashResult AppModel::moveToTrash(const QList<FileItem>& items)
@@ -256,14 +269,11 @@ void AppModel::fileDesktopScreenshots()
         if (!QDir().mkpath(folder)) continue;
         const QString stem = item.ext.isEmpty() ? item.name : item.name.left(item.name.size() - item.ext.size() - 1);
         const QString suffix = item.ext.isEmpty() ? QString() : item.name.mid(stem.size());
-        // RENAME_NOREPLACE: a name taken meanwhile is never overwritten, the next one is tried.
-        const QByteArray source = QFile::encodeName(item.path);
+        // A name taken meanwhile is never overwritten: the next one is tried.
         QString target = folder + u'/' + item.name;
         bool moved = false;
         for (int n = 2; n < 10000; ++n) {
-            if (::renameat2(AT_FDCWD, source.constData(), AT_FDCWD, QFile::encodeName(target).constData(),
-                            RENAME_NOREPLACE)
-                == 0) {
+            if (FileOps::moveNoReplace(item.path, target)) {
                 moved = true;
                 break;
             }
@@ -279,6 +289,7 @@ void AppModel::fileDesktopScreenshots()
         ++filed;
     }
     if (filed == 0) return;
+    Q_EMIT imageRecordsChanged();
     setShelf(shelf);
     saveImageIndex();
     setItems(std::move(items));

@@ -244,6 +244,13 @@ void AppModel::setFindMode(const QString& mode)
     Q_EMIT findModeChanged();
 }
 
+void AppModel::setHomeResults(bool shown)
+{
+    if (shown == m_homeResults) return;
+    m_homeResults = shown;
+    Q_EMIT homeResultsChanged();
+}
+
 void AppModel::setSimilarTo(std::optional<QString> path)
 {
     if (path == m_similarTo) return;

@@ -45,29 +45,6 @@ bool makeFolder(const QString& path)
     return errno == EEXIST && QFileInfo(path).isDir();
 }
 
-// Moves without ever replacing what is at `to`; false (with errno set) when it cannot.
-bool moveNoReplace(const QString& from, const QString& to)
-{
-    const QByteArray src = native(from);
-    const QByteArray dst = native(to);
-    if (::renameat2(AT_FDCWD, src.constData(), AT_FDCWD, dst.constData(), RENAME_NOREPLACE) == 0) return true;
-    if (errno != EINVAL && errno != ENOSYS) return false;
-    // A file system without the no-replace flag: a hard link fails on an existing name, and
-    // for a folder the last-moment check is the best that remains.
-    if (::link(src.constData(), dst.constData()) == 0) {
-        if (::unlink(src.constData()) == 0) return true;
-        const int saved = errno;
-        ::unlink(dst.constData());
-        errno = saved;
-        return false;
-    }
-    if (exists(to)) {
-        errno = EEXIST;
-        return false;
-    }
-    return ::rename(src.constData(), dst.constData()) == 0;
-}
-
 // The Trash folder holding `trashed` (".../Trash/files/NAME" gives ".../Trash"), when the
 // path really lies in the "files" folder of a home or volume Trash.
 std::optional<QString> trashFolderOf(const QString& trashed, const std::optional<QString>& home)
@@ -122,6 +99,28 @@ QString undoStrayMove(const QString& original, const QString& stray, const Stray
 }
 
 }  // namespace
+
+bool moveNoReplace(const QString& from, const QString& to)
+{
+    const QByteArray src = native(from);
+    const QByteArray dst = native(to);
+    if (::renameat2(AT_FDCWD, src.constData(), AT_FDCWD, dst.constData(), RENAME_NOREPLACE) == 0) return true;
+    if (errno != EINVAL && errno != ENOSYS) return false;
+    // A file system without the no-replace flag: a hard link fails on an existing name, and
+    // for a folder the last-moment check is the best that remains.
+    if (::link(src.constData(), dst.constData()) == 0) {
+        if (::unlink(src.constData()) == 0) return true;
+        const int saved = errno;
+        ::unlink(dst.constData());
+        errno = saved;
+        return false;
+    }
+    if (exists(to)) {
+        errno = EEXIST;
+        return false;
+    }
+    return ::rename(src.constData(), dst.constData()) == 0;
+}
 
 void setLogSink(LogSink sink) { logSink() = std::move(sink); }
 

@@ -42,6 +42,11 @@ TrashResult trash(const QList<FileItem>& items);
 // Trash: nothing is ever overwritten. Returns the items that are back, in input order.
 QList<FileItem> putBack(const QList<TrashedItem>& moved);
 
+// Renames a file or folder without ever replacing what is at `to`: false, with errno set
+// (EEXIST when the name is taken), when it cannot. On a file system without an atomic
+// no-replace rename, a hard link stands in for files.
+bool moveNoReplace(const QString& from, const QString& to);
+
 // The home Trash folder ($XDG_DATA_HOME/Trash), made with its "files" and "info" folders
 // (mode 0700) when missing; none when it cannot be made.
 std::optional<QString> homeTrash();

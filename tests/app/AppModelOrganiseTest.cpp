@@ -173,12 +173,14 @@ TEST(AppModelRules, DesktopScreenshotsAreFiledByMonthAndKeepTheirShelf)
     ASSERT_TRUE(m.waitForIdle());
 }
 
-TEST(AppModelDuplicates, FindsCopiesAndPrunesAfterTrash)
+TEST(AppModelDuplicates, FindsCopiesAndPrunesAfterTrashAndScans)
 {
     AppFixture f;
     f.tree.writeSized("Documents/a.bin", 5000, 7);
     f.tree.writeSized("Downloads/a copy.bin", 5000, 7);
     f.tree.writeSized("Documents/other.bin", 5000, 8);
+    f.tree.writeSized("Music/b.bin", 6000, 9);
+    const QString bCopy = f.tree.writeSized("Music/b copy.bin", 6000, 9);
     AppModel& m = f.make();
     m.scan();
     ASSERT_TRUE(m.waitForIdle());
@@ -188,6 +190,11 @@ TEST(AppModelDuplicates, FindsCopiesAndPrunesAfterTrash)
     ASSERT_TRUE(m.waitForIdle());
     EXPECT_TRUE(m.duplicatesScanned());
     EXPECT_FALSE(m.duplicateProgress());
+    ASSERT_EQ(m.duplicateGroups().size(), 2);
+
+    QFile::remove(bCopy);  // deleted by hand: the next scan drops its group
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle());
     ASSERT_EQ(m.duplicateGroups().size(), 1);
     const DuplicateGroup group = m.duplicateGroups().first();
     EXPECT_EQ(group.keep, f.tree.path("Documents/a.bin")) << "the copy outside Downloads is kept";
