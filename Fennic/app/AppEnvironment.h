@@ -2,6 +2,7 @@
 
 #include "model/Calendar.h"
 #include "model/Date.h"
+#include "system/SystemSound.h"
 
 #include <QDateTime>
 #include <QString>
@@ -26,6 +27,8 @@ struct AppEnvironment {
     QString settingsFile;
     // Load the library cache, image index and shelf while constructing.
     bool loadCacheOnStart = true;
+    // Plays a named system sound ("Purr" when files go to the Trash).
+    std::function<void(const QString& name)> playSound = SystemSound::play;
 };
 
 }  // namespace fennic

@@ -142,6 +142,7 @@ FileOps::TrashResult AppModel::moveToTrash(const QList<FileItem>& items)
 {
     FileOps::TrashResult result = FileOps::trash(items);
     const auto notice = TrashMessages::moveToTrash(result);
+    if (notice && notice->playsSound && m_env.playSound) m_env.playSound(QStringLiteral("Purr"));
     if (!result.moved.isEmpty()) {
         QSet<QString> moved;
         for (const FileOps::TrashedItem& t : std::as_const(result.moved)) moved.insert(t.item.path);

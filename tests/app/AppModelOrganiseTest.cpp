@@ -97,8 +97,11 @@ TEST(AppModelActions, TrashWithAPartialFailureAndUndo)
     QFile::remove(gone);  // vanished since the scan
     ASSERT_EQ(m.shownItems().size(), 2);
 
+    ASSERT_TRUE(m.moveToTrash({}).moved.isEmpty());
+    EXPECT_TRUE(f.sounds.isEmpty()) << "nothing moved, no sound";
     const auto result = m.moveToTrash(m.items());
     ASSERT_EQ(result.moved.size(), 1);
+    EXPECT_EQ(f.sounds, QStringList{"Purr"});
     EXPECT_FALSE(QFileInfo::exists(kept));
     ASSERT_TRUE(m.toast());
     EXPECT_EQ(m.toast()->text,

@@ -23,6 +23,7 @@ public:
         env.now = [this] { return now; };
         env.calendar = [] { return Calendar{}; };
         env.settingsFile = tree.path(".fennic-support/settings.ini");
+        env.playSound = [this](const QString& name) { sounds << name; };
     }
     ~AppFixture()
     {
@@ -41,6 +42,7 @@ public:
     Date now = Date::fromIso("2026-03-10T12:00:00Z");
     AppEnvironment env;
     std::unique_ptr<AppModel> model;
+    QStringList sounds;  // the sounds the model played
 };
 
 }  // namespace fennic::test
