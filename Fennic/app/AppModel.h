@@ -174,6 +174,9 @@ public:
     void setSidebar(const SidebarItem& entry);
     // A fresh context over the image index, the recognised text and the shelf.
     std::unique_ptr<SearchContext> searchContext() const;
+    // The library's files that every filter holds for, in the current sort order, at most
+    // `limit` of them; through the prepared search index when it is ready.
+    QList<FileItem> matching(const QList<SearchFilter>& filters, qsizetype limit) const;
     const QList<SavedSearch>& savedSearches() const { return m_savedSearches; }
     void setSavedSearches(const QList<SavedSearch>& searches);
     void saveCurrentSearch();

@@ -171,6 +171,22 @@ const QList<FileItem>& AppModel::visibleItems()
     return m_visibleItems;
 }
 
+QList<FileItem> AppModel::matching(const QList<SearchFilter>& filters, qsizetype limit) const
+{
+    auto context = searchContext();
+    std::vector<qsizetype> positions;
+    if (m_searchIndex.isFor(m_items)) {
+        positions = m_searchIndex.filter(filters, *context);
+    } else {
+        for (qsizetype i = 0; i < m_items.size(); ++i)
+            if (SearchParser::matches(m_items.at(i), filters, *context)) positions.push_back(i);
+    }
+    SortKeys::sortPositions(sortKey(), m_items, positions, m_sortAscending);
+    QList<FileItem> found;
+    for (size_t i = 0; i < positions.size() && found.size() < limit; ++i) found.append(m_items.at(positions[i]));
+    return found;
+}
+
 QList<FileItem> AppModel::shownItems()
 {
     const QList<FileItem>& visible = visibleItems();

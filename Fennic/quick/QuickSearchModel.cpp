@@ -3,9 +3,13 @@
 #include "app/AppModel.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
+#include "search/Fold.h"
 #include "search/SearchParser.h"
 
+#include <QCoreApplication>
+#include <QPointer>
 #include <QSet>
+#include <QThreadPool>
 #include <algorithm>
 
 namespace fennic {
@@ -29,40 +33,75 @@ void QuickSearchModel::setQuery(const QString& text)
 
 void QuickSearchModel::recompute()
 {
+    const int generation = ++m_generation;
     QList<QuickResult> results;
     const QString request = m_query.trimmed();
     if (!request.isEmpty()) {
         const AppEnvironment& env = m_app.environment();
         const ParsedQuery parsed = SearchParser::parse(request, env.now(), env.calendar(), Library::home());
-        QSet<QString> taken;
-        if (!parsed.filters.isEmpty()) {
-            auto context = m_app.searchContext();
-            QList<FileItem> kept;
-            for (const FileItem& item : m_app.items())
-                if (SearchParser::matches(item, parsed.filters, *context)) kept.append(item);
-            kept = SortKeys::sort(m_app.sortKey(), kept, m_app.sortAscending());
-            for (const FileItem& item : kept) {
-                if (results.size() >= kMaxResults) break;
-                results.append(QuickResult{item, std::nullopt, false});
-                taken.insert(item.path);
-            }
-        }
-        if (results.size() < kMaxResults && !m_app.imageRecords().isEmpty()) {
-            QHash<QString, const FileItem*> byPath;
-            for (const FileItem& item : m_app.items()) byPath.insert(item.path, &item);
-            const QList<ImageRecord> records = m_app.imageRecords().values();
-            for (const VisualMatch& match : VisualSearch::search(request, VisualSearch::Mode::everything, records)) {
-                if (results.size() >= kMaxResults) break;
-                const FileItem* item = byPath.value(match.path);
-                if (!item || taken.contains(match.path)) continue;
-                taken.insert(match.path);
-                results.append(QuickResult{*item,
-                                           match.reasons.isEmpty() ? std::nullopt
-                                                                   : std::optional(match.reasons.join(QStringLiteral(", "))),
-                                           true});
-            }
-        }
+        if (!parsed.filters.isEmpty())
+            for (const FileItem& item : m_app.matching(parsed.filters, kMaxResults)) results.append(resultFor(item, parsed));
     }
+    setResults(results);
+    if (request.isEmpty() || results.size() >= kMaxResults || m_app.imageRecords().isEmpty()) return;
+
+    // Pictures found by what they show or say: scoring every record takes a while in a large
+    // library, so it is done on the pool and the rows are added when it is done, unless the
+    // request changed meanwhile.
+    QSet<QString> taken;
+    for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
+    const qsizetype room = kMaxResults - results.size();
+    QPointer<QuickSearchModel> self(this);
+    QThreadPool::globalInstance()->start(
+        [self, generation, request, room, taken, records = m_app.imageRecords(), items = m_app.items()] {
+            QList<VisualMatch> matches;
+            for (const VisualMatch& match : VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {
+                if (matches.size() >= room) break;
+                if (!taken.contains(match.path)) matches.append(match);
+            }
+            QHash<QString, qsizetype> wanted;
+            for (qsizetype i = 0; i < matches.size(); ++i) wanted.insert(matches[i].path, i);
+            QList<std::optional<FileItem>> found(matches.size());
+            if (!wanted.isEmpty())
+                for (const FileItem& item : items)
+                    if (auto it = wanted.constFind(item.path); it != wanted.constEnd()) found[*it] = item;
+            QList<QuickResult> rows;
+            for (qsizetype i = 0; i < matches.size(); ++i) {
+                if (!found[i]) continue;  // a record of a file that is no longer in the library
+                const QStringList& reasons = matches[i].reasons;
+                rows.append(QuickResult{*found[i],
+                                        reasons.isEmpty() ? std::nullopt : std::optional(reasons.join(QStringLiteral(", "))),
+                                        true});
+            }
+            // Through the application object: the panel's model may be gone by now, which only
+            // the GUI thread can tell.
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(),
+                [self, generation, rows] {
+                    if (!self || generation != self->m_generation || rows.isEmpty()) return;
+                    self->setResults(self->m_results + rows);
+                },
+                Qt::QueuedConnection);
+        });
+}
+
+QuickResult QuickSearchModel::resultFor(const FileItem& item, const ParsedQuery& parsed)
+{
+    // A picture kept for words its name does not hold was found by what it says.
+    QStringList inText;
+    if (item.kind == FileKind::image) {
+        const QString path = Fold::text(item.path);
+        for (const SearchFilter& filter : parsed.filters)
+            if (const auto* text = filter.as<SearchFilter::Text>())
+                for (const QString& word : text->words.split(u' ', Qt::SkipEmptyParts))
+                    if (!path.contains(Fold::text(word))) inText.append(QStringLiteral("“%1” in text").arg(word));
+    }
+    if (inText.isEmpty()) return QuickResult{item, std::nullopt, false};
+    return QuickResult{item, inText.join(QStringLiteral(", ")), true};
+}
+
+void QuickSearchModel::setResults(const QList<QuickResult>& results)
+{
     m_results = results;
     Q_EMIT resultsChanged();
     const int clamped = m_results.isEmpty() ? 0 : std::clamp(m_index, 0, int(m_results.size()) - 1);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "model/FileItem.h"
+#include "search/ParsedQuery.h"
 
 #include <QList>
 #include <QObject>
@@ -52,7 +53,8 @@ public:
     void move(int step);
     // Shows a short confirmation that clears itself.
     void show(const QString& flash);
-    // Re-reads the results for the current request.
+    // Re-reads the results for the current request: the files the request's filters hold for
+    // at once, then (from a background thread) pictures found by what they show or say.
     void recompute();
 
     // ⌘T: the recognised text of the selected picture, or none (and the flash "No text in this
@@ -72,7 +74,11 @@ Q_SIGNALS:
     void flashChanged();
 
 private:
+    static QuickResult resultFor(const FileItem& item, const ParsedQuery& parsed);
+    void setResults(const QList<QuickResult>& results);
+
     AppModel& m_app;
+    int m_generation = 0;
     QString m_query;
     QList<QuickResult> m_results;
     int m_index = 0;

@@ -2,6 +2,9 @@
 
 #include "quick/QuickSearchModel.h"
 
+#include <QFont>
+#include <QImage>
+#include <QPainter>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -70,4 +73,39 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
     ASSERT_TRUE(m->toast());
     EXPECT_EQ(m->toast()->actionTitle, "Undo");
     ASSERT_TRUE(m->waitForIdle());
+}
+
+TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhy)
+{
+    AppFixture f;
+    QImage receipt(700, 200, QImage::Format_RGB32);
+    receipt.fill(Qt::white);
+    QPainter painter(&receipt);
+    QFont font(QStringLiteral("DejaVu Sans"));
+    font.setPixelSize(48);
+    painter.setFont(font);
+    painter.setPen(Qt::black);
+    painter.drawText(30, 120, QStringLiteral("INVOICE 2041"));
+    painter.end();
+    f.tree.mkdir("Pictures");
+    ASSERT_TRUE(receipt.save(f.tree.path("Pictures/scan.png"), "PNG"));
+    f.tree.write("Documents/invoice.txt", "x");
+    AppModel& m = f.make();
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle(120000));  // scanned, then the picture read
+
+    QuickSearchModel quick(m);
+    quick.setQuery("invoice");
+    ASSERT_EQ(quick.results().size(), 2);
+    for (const QuickResult& row : quick.results()) {
+        if (row.item.name == "invoice.txt") {
+            EXPECT_FALSE(row.isImageMatch);
+            EXPECT_FALSE(row.reason.has_value());
+        } else {
+            EXPECT_TRUE(row.isImageMatch) << "found by what the picture says";
+            EXPECT_EQ(row.reason, "“invoice” in text");
+        }
+    }
+    QSignalSpy later(&quick, &QuickSearchModel::resultsChanged);
+    EXPECT_FALSE(later.wait(500)) << "the picture search adds nothing already shown";
 }
