@@ -6,7 +6,14 @@
 #include "search/Fold.h"
 #include "search/SearchParser.h"
 
+#include <QClipboard>
 #include <QCoreApplication>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImage>
+#include <QMimeData>
+#include <QUrl>
 #include <QPointer>
 #include <QSet>
 #include <QThreadPool>
@@ -143,6 +150,65 @@ void QuickSearchModel::show(const QString& flash)
     m_flash = flash;
     Q_EMIT flashChanged();
     m_flashTimer.start(m_app.environment().flashMs);
+}
+
+QuickSearchModel::Actions QuickSearchModel::desktopActions()
+{
+    Actions a;
+    a.open = [](const QString& path) { QDesktopServices::openUrl(QUrl::fromLocalFile(path)); };
+    a.reveal = [](const QString& path) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
+    };
+    a.copyImage = [](const QString& path) {
+        auto* data = new QMimeData;
+        data->setUrls({QUrl::fromLocalFile(path)});
+        data->setImageData(QImage(path));
+        QGuiApplication::clipboard()->setMimeData(data);
+    };
+    a.copyText = [](const QString& text) { QGuiApplication::clipboard()->setText(text); };
+    return a;
+}
+
+bool QuickSearchModel::handle(int key, Qt::KeyboardModifiers modifiers, bool fieldHasSelection)
+{
+    const bool command = modifiers.testFlag(Qt::ControlModifier);
+    const auto row = selected();
+    switch (key) {
+    case Qt::Key_Down: move(1); return true;
+    case Qt::Key_Up: move(-1); return true;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+        if (!row) return false;
+        if (actions.open) actions.open(row->item.path);
+        if (close) close();
+        return true;
+    case Qt::Key_Space:
+        if (!m_browsing || command) return false;  // a space typed into the request
+        setPreviewing(!m_previewing);
+        return true;
+    case Qt::Key_Escape:
+        if (m_previewing) setPreviewing(false);
+        else if (close) close();
+        return true;
+    default: break;
+    }
+    if (!command || !row) return false;
+    switch (key) {
+    case Qt::Key_C:
+        if (fieldHasSelection || row->item.kind != FileKind::image) return false;
+        if (actions.copyImage) actions.copyImage(row->item.path);
+        show(QStringLiteral("Copied the image"));
+        return true;
+    case Qt::Key_T:
+        if (const auto text = copyText(); text && actions.copyText) actions.copyText(*text);
+        return true;
+    case Qt::Key_R:
+        if (actions.reveal) actions.reveal(row->item.path);
+        return true;
+    case Qt::Key_Backspace:
+    case Qt::Key_Delete: trashSelected(); return true;
+    default: return false;
+    }
 }
 
 std::optional<QString> QuickSearchModel::copyText()

@@ -63,6 +63,27 @@ public:
     // ⌘⌫: moves the selected file to the Trash through the app model (which offers Undo).
     void trashSelected();
 
+    // What the panel's keys do outside the panel. By default: the desktop's opener for files
+    // and folders, and the clipboard.
+    struct Actions {
+        std::function<void(const QString& path)> open;
+        std::function<void(const QString& path)> reveal;
+        std::function<void(const QString& path)> copyImage;
+        std::function<void(const QString& text)> copyText;
+    };
+    static Actions desktopActions();
+    Actions actions = desktopActions();
+
+    // The panel's keys (Ctrl stands for ⌘): ↓ ↑ move; ↩ opens the selected file; Space, once
+    // browsing, toggles the preview; Esc closes the preview, then the panel; ⌘C copies the
+    // picture (unless the field has a selection, which the field copies); ⌘T copies its text;
+    // ⌘R shows it in its folder; ⌘⌫ moves it to the Trash. True when the key was used.
+    bool handle(int key, Qt::KeyboardModifiers modifiers, bool fieldHasSelection);
+
+    static constexpr const char* kHelp =
+        "A small panel opens over any app: ↩ opens, Space previews, ⌘C copies the image, ⌘T its text, "
+        "⌘R shows it in Finder, ⌘⌫ moves it to the Trash.";
+
     std::function<void()> close;
 
 Q_SIGNALS:

@@ -2,6 +2,7 @@
 
 #include "quick/QuickSearchModel.h"
 
+#include <QFileInfo>
 #include <QFont>
 #include <QImage>
 #include <QPainter>
@@ -75,7 +76,7 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
     ASSERT_TRUE(m->waitForIdle());
 }
 
-TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhy)
+TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhyAndTheKeysActOnThem)
 {
     AppFixture f;
     QImage receipt(700, 200, QImage::Format_RGB32);
@@ -108,4 +109,37 @@ TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhy)
     }
     QSignalSpy later(&quick, &QuickSearchModel::resultsChanged);
     EXPECT_FALSE(later.wait(500)) << "the picture search adds nothing already shown";
+
+    // The keys, with the desktop replaced by a record of what was asked of it.
+    QStringList asked;
+    quick.actions = {[&](const QString& p) { asked << "open " + QFileInfo(p).fileName(); },
+                     [&](const QString& p) { asked << "reveal " + QFileInfo(p).fileName(); },
+                     [&](const QString& p) { asked << "image " + QFileInfo(p).fileName(); },
+                     [&](const QString& t) { asked << "text " + t; }};
+    int closed = 0;
+    quick.close = [&] { ++closed; };
+    EXPECT_FALSE(quick.handle(Qt::Key_Space, {}, false)) << "a space before browsing is typed";
+    const int picture = quick.results()[0].isImageMatch ? 0 : 1;
+    for (int i = 0; i < picture; ++i) quick.handle(Qt::Key_Down, {}, false);
+    if (picture == 0) quick.handle(Qt::Key_Up, {}, false);
+    ASSERT_TRUE(quick.browsing());
+    EXPECT_TRUE(quick.handle(Qt::Key_Space, {}, false));
+    EXPECT_TRUE(quick.previewing());
+    EXPECT_FALSE(quick.handle(Qt::Key_C, Qt::ControlModifier, true)) << "the field copies its own selection";
+    EXPECT_TRUE(quick.handle(Qt::Key_C, Qt::ControlModifier, false));
+    EXPECT_EQ(quick.flash(), "Copied the image");
+    EXPECT_TRUE(quick.handle(Qt::Key_T, Qt::ControlModifier, false));
+    EXPECT_TRUE(quick.handle(Qt::Key_R, Qt::ControlModifier, false));
+    ASSERT_EQ(asked.size(), 3);
+    EXPECT_EQ(asked[0], "image scan.png");
+    EXPECT_TRUE(asked[1].startsWith("text ")) << asked[1].toStdString();
+    EXPECT_TRUE(asked[1].contains("2041"));
+    EXPECT_EQ(asked[2], "reveal scan.png");
+    EXPECT_TRUE(quick.handle(Qt::Key_Escape, {}, false));
+    EXPECT_FALSE(quick.previewing());
+    EXPECT_EQ(closed, 0) << "Esc closes the preview first";
+    EXPECT_TRUE(quick.handle(Qt::Key_Escape, {}, false));
+    EXPECT_EQ(closed, 1);
+    EXPECT_TRUE(quick.handle(Qt::Key_Return, {}, false));
+    EXPECT_EQ(asked.last(), "open scan.png");
 }
