@@ -249,27 +249,41 @@ int SelfTest::run()
               !matches.isEmpty() && matches[0].path == real(fx.receiptPicture));
         check("images", "images.plist is written", QFileInfo::exists(support + QStringLiteral("/images.plist")));
         model->setQuery(QString());
+        model->waitForIdle();
+        AppModel again(env);
+        check("images", "a restart brings back the image index and the shelf",
+              again.imageRecords().size() == records.size() && again.shelf() == model->shelf()
+                  && again.ocrText().value(real(fx.receiptPicture)).contains(fx.receiptWord),
+              QStringLiteral("%1 records").arg(again.imageRecords().size()));
     }
 
     // --- automatic rules
+    // The rules run at the end of every scan.
     if (wants("rules")) {
+        const FileItem* shot = find(model->items(), real(fx.desktopShot));
+        const QString month = shot ? env.calendar().dateTime(shot->created).toString(QStringLiteral("yyyy-MM")) : QString();
+        const bool wasIndexed = model->imageRecords().contains(real(fx.desktopShot));
+        if (shot) model->toggleFavourite({*shot});
         model->setAutoFileScreenshots(true);
-        model->runAutomaticCleanup();
-        const QString month = QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM"));
+        model->setAutoCleanInstallers(true);
+        model->scan();
+        model->waitForIdle();
         const QString filed = home + QStringLiteral("/Pictures/Screenshots/") + month + u'/'
                               + QFileInfo(fx.desktopShot).fileName();
-        check("rules", "files the Desktop screenshot by month", QFileInfo::exists(filed) && find(model->items(), filed),
-              filed);
+        check("rules", "files the Desktop screenshot by the month it was taken",
+              QFileInfo::exists(filed) && find(model->items(), filed) && !QFileInfo::exists(real(fx.desktopShot)), filed);
+        check("rules", "its star and image record follow it",
+              model->shelf().isFavourite(filed) && model->imageRecords().contains(filed) == wasIndexed);
         check("rules", "leaves screenshots in sub-folders alone", QFileInfo::exists(real(fx.nestedShot)));
         check("rules", "says so", model->toast() && model->toast()->text == u"Filed 1 screenshot into Pictures › Screenshots");
-
-        model->setAutoCleanInstallers(true);
-        model->runAutomaticCleanup();
         check("rules", "keeps an installer that arrived today", QFileInfo::exists(real(fx.oldInstaller)));
+
         clock = clock + 31 * 86400.0;
-        model->runAutomaticCleanup();
-        check("rules", "trashes an installer that arrived 31 days ago", !QFileInfo::exists(real(fx.oldInstaller)));
+        model->scan();
         model->waitForIdle();
+        check("rules", "trashes an installer that arrived 31 days ago, with Undo",
+              !QFileInfo::exists(real(fx.oldInstaller)) && model->toast() && model->toast()->actionTitle == u"Undo",
+              model->toast() ? model->toast()->text : QString());
     }
 
     model.reset();

@@ -10,6 +10,18 @@
 namespace fennic::SystemSound {
 namespace {
 
+// A sound server's socket or a sound card. Without either there is nothing to play on, and
+// trying makes the sound library complain on stderr.
+bool hasAudioOutput()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty()
+        && (QFileInfo::exists(runtime + QStringLiteral("/pulse/native"))
+            || QFileInfo::exists(runtime + QStringLiteral("/pipewire-0"))))
+        return true;
+    return !QDir(QStringLiteral("/dev/snd")).entryList({QStringLiteral("pcmC*p")}, QDir::System).isEmpty();
+}
+
 // The part of libcanberra's C interface used here.
 struct ca_context;
 using CreateFn = int (*)(ca_context**);
@@ -32,6 +44,7 @@ public:
 private:
     void open()
     {
+        if (!hasAudioOutput()) return;
         void* library = ::dlopen("libcanberra.so.0", RTLD_NOW | RTLD_LOCAL);
         if (!library) return;
         const auto create = reinterpret_cast<CreateFn>(::dlsym(library, "ca_context_create"));
