@@ -66,11 +66,8 @@ void AppModel::startImageIndexing()
     const bool readText = m_indexTextInImages;
     // Choosing the candidates and the pending files walks the whole library and sorts the
     // pictures: done on the pool with snapshots, so the GUI thread never waits for it.
-    const QList<FileItem> items = m_items;
-    ImageIndex index = m_imageIndex;
-    QHash<QString, QString> ocrText = m_ocrText;
     runInBackground(
-        [this, task, items, index, ocrText, languages, folders, readText]() mutable {
+        [this, task, items = m_items, index = m_imageIndex, ocrText = m_ocrText, languages, folders, readText]() mutable {
             QList<FileItem> candidates;
             QSet<QString> keep;
             for (const FileItem& item : items) {
@@ -141,6 +138,12 @@ void AppModel::startImageIndexing()
                     }
                 },
                 Qt::QueuedConnection);
+            // What follows can take hours: hold on to nothing the GUI thread may replace.
+            startRecords = {};
+            startText = {};
+            items = {};
+            candidates = {};
+            keep = {};
             if (pending.isEmpty()) return;
 
             // Camera models for the photos about to be read that have none yet.
