@@ -514,9 +514,16 @@ void AppModel::addFolder(const QString& folder)
     rescanAfterFolderChange();
 }
 
-void AppModel::removeFolder(const QString& path)
+void AppModel::removeFolder(const QString& folder)
 {
-    if (!m_extraRoots.removeOne(path)) return;
+    // Given as stored, or as the user sees it (a trailing slash, a link to it).
+    const QString real = cleanFolder(Library::realPath(folder));
+    const auto it = std::find_if(m_extraRoots.begin(), m_extraRoots.end(), [&](const QString& root) {
+        return root == folder || cleanFolder(Library::realPath(root)) == real;
+    });
+    if (it == m_extraRoots.end()) return;
+    const QString path = *it;
+    m_extraRoots.erase(it);
     const QString prefix = path + u'/';
     if ((m_sidebar.kind == SidebarItem::Kind::folder || m_sidebar.kind == SidebarItem::Kind::pinnedFolder)
         && (m_sidebar.path == path || m_sidebar.path.startsWith(prefix)))

@@ -9,6 +9,24 @@
 #include <algorithm>
 
 namespace fennic {
+namespace {
+
+// The files of several lists, each path once, in order of first appearance.
+QList<FileItem> eachOnce(const QList<QList<FileItem>>& lists)
+{
+    QSet<QString> seen;
+    QList<FileItem> out;
+    for (const QList<FileItem>& list : lists)
+        for (const FileItem& f : list)
+            if (!seen.contains(f.path)) {
+                seen.insert(f.path);
+                out.append(f);
+            }
+    return out;
+}
+
+}  // namespace
+
 
 void AppModel::setQuery(const QString& text)
 {
@@ -60,21 +78,16 @@ QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const
     case K::findImages:
         return where([](const FileItem& i) { return i.kind == FileKind::image; });
     case K::duplicates: {
-        QList<FileItem> out;
+        // A photo can be both an exact copy and a look-alike: listed once.
+        QList<QList<FileItem>> lists;
         for (const auto* groups : {&m_duplicateGroups, &m_lookalikeGroups})
-            for (const DuplicateGroup& g : *groups) out.append(g.files);
-        return out;
+            for (const DuplicateGroup& g : *groups) lists.append(g.files);
+        return eachOnce(lists);
     }
     case K::cleanup: {
-        QSet<QString> seen;
-        QList<FileItem> out;
-        for (const auto& suggestion : m_suggestions)
-            for (const FileItem& f : suggestion.files)
-                if (!seen.contains(f.path)) {
-                    seen.insert(f.path);
-                    out.append(f);
-                }
-        return out;
+        QList<QList<FileItem>> lists;
+        for (const auto& suggestion : m_suggestions) lists.append(suggestion.files);
+        return eachOnce(lists);
     }
     case K::cleanupCard:
         for (const auto& suggestion : m_suggestions)
@@ -115,6 +128,8 @@ QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const
     case K::screenshots:
         return where([](const FileItem& i) { return i.isScreenshot; });
     case K::downloadedFrom:
+        // Without a source: everything downloaded from anywhere.
+        if (entry.name.isEmpty()) return where([](const FileItem& i) { return i.sourceKey.has_value(); });
         return where([&](const FileItem& i) { return i.sourceKey == entry.name; });
     }
     return {};

@@ -27,7 +27,7 @@ struct SidebarItem {
         favourites,
         largeFiles,
         screenshots,
-        downloadedFrom,  // a download source (`name` holds its key)
+        downloadedFrom,  // a download source (`name` holds its key; empty: every downloaded file)
     };
 
     Kind kind = Kind::home;

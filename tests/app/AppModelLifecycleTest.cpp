@@ -85,6 +85,15 @@ TEST(AppModelLifecycle, FolderAddedDuringAScanGivesExactlyOneMoreScanThenTheRule
     EXPECT_EQ(rules.count(), 1) << "the rules run only after the second scan";
     EXPECT_EQ(m.extraRoots(), QStringList{f.tree.path("Elsewhere")});
     EXPECT_EQ(countPath(m.items(), f.tree.path("Elsewhere/b.txt")), 1);
+
+    // Removing it, named as the user sees it, leaves the folder's page and rescans.
+    m.setSidebar(SidebarItem::folder(f.tree.path("Elsewhere")));
+    m.removeFolder(f.tree.path("Elsewhere/"));
+    EXPECT_TRUE(m.extraRoots().isEmpty());
+    EXPECT_EQ(m.sidebar().kind, SidebarItem::Kind::home);
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_EQ(started.count(), 3);
+    EXPECT_EQ(countPath(m.items(), f.tree.path("Elsewhere/b.txt")), 0);
 }
 
 TEST(AppModelLifecycle, CameraModelsReadByIndexingSurviveScans)

@@ -97,6 +97,8 @@ TEST_F(SearchSession, RequestsSearchTheWholeLibraryOrTheSelectedFolder)
 
     m->setSidebar(SidebarItem::downloadedFrom("gmail"));
     EXPECT_EQ(names(m->shownItems()), QStringList{"invoice.pdf"});
+    m->setSidebar(SidebarItem::downloadedFrom(QString()));
+    EXPECT_EQ(m->shownItems().size(), 2) << "every downloaded file, whatever its source";
     m->setSidebar(SidebarItem::page(SidebarItem::Kind::recents));
     EXPECT_EQ(m->shownItems().size(), 4);
 }
