@@ -15,31 +15,25 @@
 #include <random>
 #include <sys/resource.h>
 #include <thread>
+#include <tuple>
 
 using namespace fennic;
+
+// Readable QString and QByteArray values in test failure messages.
+static void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
+static void PrintTo(const QByteArray& b, std::ostream* os) { *os << '"' << b.toStdString() << '"'; }
 
 namespace {
 
 // FileItem equality is by path alone; a round trip must keep every field, dates bit for bit.
 void expectSameItem(const FileItem& a, const FileItem& b)
 {
-    SCOPED_TRACE(a.path.toStdString());
-    EXPECT_EQ(a.path, b.path);
-    EXPECT_EQ(a.name, b.name);
-    EXPECT_EQ(a.ext, b.ext);
-    EXPECT_EQ(a.size, b.size);
-    EXPECT_EQ(a.created.seconds, b.created.seconds);
-    EXPECT_EQ(a.modified.seconds, b.modified.seconds);
-    EXPECT_EQ(a.added.seconds, b.added.seconds);
-    EXPECT_EQ(a.kind, b.kind);
-    EXPECT_EQ(a.isScreenshot, b.isScreenshot);
-    EXPECT_EQ(a.whereFrom, b.whereFrom);
-    EXPECT_EQ(a.sourceKey, b.sourceKey);
-    EXPECT_EQ(a.lastUsed.has_value(), b.lastUsed.has_value());
-    if (a.lastUsed && b.lastUsed) {
-        EXPECT_EQ(a.lastUsed->seconds, b.lastUsed->seconds);
-    }
-    EXPECT_EQ(a.camera, b.camera);
+    const auto fields = [](const FileItem& f) {
+        return std::tuple(f.path, f.name, f.ext, f.size, f.created.seconds, f.modified.seconds, f.added.seconds, f.kind,
+                          f.isScreenshot, f.whereFrom, f.sourceKey,
+                          f.lastUsed ? std::optional(f.lastUsed->seconds) : std::nullopt, f.camera);
+    };
+    EXPECT_EQ(fields(a), fields(b));
 }
 
 void expectSameList(const QList<FileItem>& a, const QList<FileItem>& b)
@@ -111,23 +105,12 @@ QList<FileItem> trickyItems()
     return items;
 }
 
-// One object with the ten required keys, and what is spliced in.
-QByteArray object(const QByteArray& extra = {}, const QByteArray& without = {})
+// One item with the ten required keys, as the encoder writes it, and what is spliced in.
+QByteArray object(const QByteArray& extra = {})
 {
-    const QList<QPair<QByteArray, QByteArray>> fields{
-        {"path", "\"/home/u/a.txt\""}, {"name", "\"a.txt\""},   {"ext", "\"txt\""},
-        {"size", "12"},                {"created", "1.5"},      {"modified", "2"},
-        {"added", "3.25"},             {"kind", "\"document\""}, {"isScreenshot", "false"},
-        {"whereFrom", "[]"},
-    };
-    QByteArray out = "{";
-    for (const auto& [key, value] : fields) {
-        if (key == without) continue;
-        if (out.size() > 1) out += ',';
-        out += '"' + key + "\":" + value;
-    }
-    if (!extra.isEmpty()) out += (out.size() > 1 ? "," : "") + extra;
-    return out + '}';
+    const QByteArray item = R"({"path":"/home/u/a.txt","name":"a.txt","ext":"txt","size":12,"created":1.5,"modified":2,)"
+                            R"("added":3.25,"kind":"document","isScreenshot":false,"whereFrom":[]})";
+    return extra.isEmpty() ? item : item.chopped(1) + ',' + extra + '}';
 }
 
 class LibraryCacheTest : public ::testing::Test {
@@ -141,23 +124,30 @@ protected:
 
 }  // namespace
 
-TEST_F(LibraryCacheTest, RoundTripKeepsEveryFieldExactly)
+TEST_F(LibraryCacheTest, RoundTripKeepsEveryFieldAndAnyJsonReaderAgrees)
 {
-    const QList<FileItem> items = trickyItems();
-    const auto decoded = LibraryCache::decode(LibraryCache::encode(items));
+    QList<FileItem> items = trickyItems();
+    for (const FileKind k : FileKinds::allCases) items << item("/k/" + FileKinds::rawValue(k), 1, k);
+    const QByteArray bytes = LibraryCache::encode(items);
+    const auto decoded = LibraryCache::decode(bytes);
     ASSERT_TRUE(decoded.has_value());
     expectSameList(*decoded, items);
 
-    // Every kind's raw string is the one FileKinds uses.
-    QList<FileItem> kinds;
-    for (const FileKind k : FileKinds::allCases) kinds << item("/k/" + FileKinds::rawValue(k), 1, k);
-    const QJsonArray json = QJsonDocument::fromJson(LibraryCache::encode(kinds)).array();
-    ASSERT_EQ(json.size(), qsizetype(FileKinds::allCases.size()));
-    for (qsizetype i = 0; i < json.size(); ++i)
-        EXPECT_EQ(json[i].toObject()["kind"].toString(), FileKinds::rawValue(kinds[i].kind));
-    const auto back = LibraryCache::decode(LibraryCache::encode(kinds));
-    ASSERT_TRUE(back.has_value());
-    expectSameList(*back, kinds);
+    // Control characters are escaped, and an independent reader sees the same strings and the
+    // kind names that FileKinds uses.
+    for (const char c : bytes) EXPECT_GE(static_cast<unsigned char>(c), 0x20) << "raw control byte in output";
+    QJsonParseError error{};
+    const QJsonArray json = QJsonDocument::fromJson(bytes, &error).array();
+    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
+    ASSERT_EQ(json.size(), items.size());
+    for (qsizetype i = 0; i < items.size(); ++i) {
+        const QJsonObject o = json[i].toObject();
+        EXPECT_EQ(o["path"].toString(), items[i].path);
+        EXPECT_EQ(o["name"].toString(), items[i].name);
+        EXPECT_EQ(o["whereFrom"].toVariant().toStringList(), items[i].whereFrom);
+        EXPECT_EQ(o["kind"].toString(), FileKinds::rawValue(items[i].kind));
+        EXPECT_EQ(o.contains("camera"), items[i].camera.has_value());
+    }
 }
 
 TEST_F(LibraryCacheTest, EncodingIsCompactKeyedInFieldOrderWithOptionalKeysLeftOut)
@@ -167,103 +157,34 @@ TEST_F(LibraryCacheTest, EncodingIsCompactKeyedInFieldOrderWithOptionalKeysLeftO
     f.modified = Date{0.5};
     f.added = Date{-12.125};
     f.whereFrom = {"https://a.example/r.pdf", "https://a.example/"};
-    EXPECT_EQ(LibraryCache::encode({f}),
-              R"([{"path":"/h/Downloads/r.pdf","name":"r.pdf","ext":"pdf","size":2048,)"
-              R"("created":-63113904000,"modified":0.5,"added":-12.125,"kind":"document",)"
-              R"("isScreenshot":false,"whereFrom":["https://a.example/r.pdf","https://a.example/"]}])");
-
+    const QByteArray required = R"({"path":"/h/Downloads/r.pdf","name":"r.pdf","ext":"pdf","size":2048,)"
+                                R"("created":-63113904000,"modified":0.5,"added":-12.125,"kind":"document",)"
+                                R"("isScreenshot":false,"whereFrom":["https://a.example/r.pdf","https://a.example/"])";
+    EXPECT_EQ(LibraryCache::encode({f}), '[' + required + "}]");
     f.sourceKey = "site:a.example";
     f.lastUsed = Date{1.0};
     f.camera = "X100";
-    EXPECT_EQ(LibraryCache::encodeItem(f),
-              R"({"path":"/h/Downloads/r.pdf","name":"r.pdf","ext":"pdf","size":2048,)"
-              R"("created":-63113904000,"modified":0.5,"added":-12.125,"kind":"document",)"
-              R"("isScreenshot":false,"whereFrom":["https://a.example/r.pdf","https://a.example/"],)"
-              R"("sourceKey":"site:a.example","lastUsed":1,"camera":"X100"})");
+    EXPECT_EQ(LibraryCache::encodeItem(f), required + R"(,"sourceKey":"site:a.example","lastUsed":1,"camera":"X100"})");
     EXPECT_EQ(LibraryCache::encode({}), "[]");
 }
 
-TEST_F(LibraryCacheTest, StringsAreEscapedSoThatAnyJsonReaderAgrees)
-{
-    const QList<FileItem> items = trickyItems();
-    const QByteArray bytes = LibraryCache::encode(items);
-    for (const char c : bytes) EXPECT_GE(static_cast<unsigned char>(c), 0x20) << "raw control byte in output";
-
-    // An independent reader sees the same strings.
-    QJsonParseError error{};
-    const QJsonArray json = QJsonDocument::fromJson(bytes, &error).array();
-    ASSERT_EQ(error.error, QJsonParseError::NoError) << error.errorString().toStdString();
-    ASSERT_EQ(json.size(), items.size());
-    for (qsizetype i = 0; i < items.size(); ++i) {
-        const QJsonObject o = json[i].toObject();
-        EXPECT_EQ(o["path"].toString(), items[i].path);
-        EXPECT_EQ(o["name"].toString(), items[i].name);
-        QStringList whereFrom;
-        for (const QJsonValue v : o["whereFrom"].toArray()) whereFrom << v.toString();
-        EXPECT_EQ(whereFrom, items[i].whereFrom);
-        EXPECT_EQ(o.contains("camera"), items[i].camera.has_value());
-    }
-}
-
-TEST_F(LibraryCacheTest, AcceptedDocuments)
-{
-    struct Case {
-        const char* name;
-        QByteArray json;
-        qsizetype count;
-    };
-    const Case cases[] = {
-        {"empty array", "[]", 0},
-        {"whitespace around", " \n[ \t]\r\n", 0},
-        {"optional keys missing", '[' + object() + ']', 1},
-        {"optional keys null", '[' + object(R"("sourceKey":null,"lastUsed":null,"camera":null)") + ']', 1},
-        {"unknown keys ignored", '[' + object(R"("future":{"a":[1,2,{"b":null}]},"x":1)") + ']', 1},
-        {"integer dates", '[' + object({}, "created") .replace("{", R"({"created":-63113904000,)") + ']', 1},
-        {"two items", '[' + object() + ',' + object() + ']', 2},
-        {"keys written with escapes", '[' + object().replace("\"path\"", "\"p\\u0061th\"").replace("\"kind\"", "\"kin\\u0064\"") + ']', 1},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        const auto items = LibraryCache::decode(c.json);
-        ASSERT_TRUE(items.has_value());
-        ASSERT_EQ(items->size(), c.count);
-        for (const FileItem& f : *items) {
-            EXPECT_EQ(f.path, "/home/u/a.txt");
-            EXPECT_EQ(f.kind, FileKind::document);
-            EXPECT_FALSE(f.sourceKey.has_value());
-            EXPECT_FALSE(f.lastUsed.has_value());
-            EXPECT_FALSE(f.camera.has_value());
-        }
-    }
-    // Keys in another order mean the same item.
-    const auto reordered = LibraryCache::decode(
-        R"([{"whereFrom":["u"],"kind":"app","camera":"C","added":3,"ext":"app","lastUsed":9.5,"isScreenshot":true,)"
-        R"("size":7,"name":"Z.app","modified":2,"sourceKey":"s","created":1,"path":"/A/Z.app"}])");
-    ASSERT_TRUE(reordered.has_value());
-    FileItem expected = item("/A/Z.app", 7, FileKind::app);
-    expected.created = Date{1};
-    expected.modified = Date{2};
-    expected.added = Date{3};
-    expected.isScreenshot = true;
-    expected.whereFrom = {"u"};
-    expected.sourceKey = "s";
-    expected.lastUsed = Date{9.5};
-    expected.camera = "C";
-    expectSameItem(reordered->at(0), expected);
-}
-
-TEST_F(LibraryCacheTest, AnyFaultRejectsTheWholeFile)
+TEST_F(LibraryCacheTest, DecodingTakesWellFormedCachesAndRejectsAnyFaultWhole)
 {
     const QByteArray good = object();
     struct Case {
         const char* name;
         QByteArray json;
+        qsizetype count = -1;  // -1: the whole file is rejected
     };
     QList<Case> cases{
-        {"empty file", ""},
+        {"empty array", "[]", 0},
+        {"whitespace around", " \n[ \t]\r\n", 0},
+        {"optional keys missing", '[' + good + ']', 1},
+        {"optional keys null", '[' + object(R"("sourceKey":null,"lastUsed":null,"camera":null)") + ']', 1},
+        {"unknown keys ignored", '[' + object(R"("future":{"a":[1,2,{"b":null}]},"x":1)") + ']', 1},
+        {"two items", '[' + good + ',' + good + ']', 2},
+        {"keys written with escapes", '[' + QByteArray(good).replace("\"path\"", "\"p\\u0061th\"").replace("\"kind\"", "\"kin\\u0064\"") + ']', 1},
         {"object instead of array", good},
-        {"truncated array", '[' + good + ',' + good},
-        {"truncated object", '[' + good.left(good.size() - 5)},
         {"trailing garbage", "[]x"},
         {"two documents", "[][]"},
         {"unknown kind", '[' + good + ',' + QByteArray(good).replace("\"document\"", "\"folder\"") + ']'},
@@ -289,10 +210,29 @@ TEST_F(LibraryCacheTest, AnyFaultRejectsTheWholeFile)
         {"bad literal under an unknown key", '[' + object(R"("x":{"y":tru})") + ']'},
         {"bad number under an unknown key", '[' + object(R"("x":[-])") + ']'},
     };
-    for (const char* key : {"path", "name", "ext", "size", "created", "modified", "added", "kind", "isScreenshot", "whereFrom"})
-        cases.append({key, '[' + good + ',' + object({}, key) + ']'});
+    for (const char* key : {"path", "name", "ext", "size", "created", "modified", "added", "kind", "isScreenshot", "whereFrom"}) {
+        QJsonObject without = QJsonDocument::fromJson(good).object();
+        without.remove(QLatin1String(key));
+        cases.append({key, '[' + good + ',' + QJsonDocument(without).toJson(QJsonDocument::Compact) + ']'});
+    }
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto items = LibraryCache::decode(c.json);
+        EXPECT_EQ(items.has_value(), c.count >= 0);
+        if (!items || c.count < 0) continue;
+        EXPECT_EQ(items->size(), c.count);
+        for (const FileItem& f : *items) EXPECT_EQ(LibraryCache::encodeItem(f), good);
+    }
 
-    for (const Case& c : cases) EXPECT_FALSE(LibraryCache::decode(c.json).has_value()) << c.name;
+    // Keys in another order mean the same item.
+    const auto reordered = LibraryCache::decode(
+        R"([{"whereFrom":["u"],"kind":"app","camera":"C","added":3,"ext":"app","lastUsed":9.5,"isScreenshot":true,)"
+        R"("size":7,"name":"Z.app","modified":2,"sourceKey":"s","created":1,"path":"/A/Z.app"}])");
+    ASSERT_TRUE(reordered.has_value());
+    ASSERT_EQ(reordered->size(), 1);
+    EXPECT_EQ(LibraryCache::encodeItem(reordered->at(0)),
+              QByteArray(R"({"path":"/A/Z.app","name":"Z.app","ext":"app","size":7,"created":1,"modified":2,"added":3,)"
+                         R"("kind":"app","isScreenshot":true,"whereFrom":["u"],"sourceKey":"s","lastUsed":9.5,"camera":"C"})"));
 }
 
 TEST_F(LibraryCacheTest, DamagedBytesNeverCrashAndNeverGiveAPartialList)
@@ -300,7 +240,7 @@ TEST_F(LibraryCacheTest, DamagedBytesNeverCrashAndNeverGiveAPartialList)
     const QList<FileItem> items = trickyItems();
     const QByteArray good = LibraryCache::encode(items);
 
-    // Every truncation is rejected.
+    // Every truncation is rejected (the empty file included).
     for (qsizetype n = 0; n < good.size(); ++n)
         ASSERT_FALSE(LibraryCache::decode(good.left(n)).has_value()) << "prefix of " << n << " bytes";
 
@@ -321,10 +261,14 @@ TEST_F(LibraryCacheTest, DamagedBytesNeverCrashAndNeverGiveAPartialList)
     EXPECT_GT(rejected, 0);
 }
 
-TEST_F(LibraryCacheTest, SaveThenLoadThroughRealFiles)
+TEST_F(LibraryCacheTest, SaveThenLoadThroughRealFilesAtTheDefaultPath)
 {
     test::TempTree tree;
-    const QString file = tree.path("index.json");
+    qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.path("fixture")));
+    Prefs::configure();
+    const QString relative = "fixture/.fennic-support/index.json";
+    const QString file = LibraryCache::defaultPath();
+    EXPECT_EQ(file, tree.path(relative));
     EXPECT_FALSE(LibraryCache::load(file).has_value()) << "missing file";
 
     const QList<FileItem> items = trickyItems();
@@ -332,17 +276,13 @@ TEST_F(LibraryCacheTest, SaveThenLoadThroughRealFiles)
     const auto loaded = LibraryCache::load(file);
     ASSERT_TRUE(loaded.has_value());
     expectSameList(*loaded, items);
-
     // The temporary file is gone: the folder holds the cache and nothing else.
-    EXPECT_EQ(QDir(tree.root()).entryList(QDir::Files | QDir::Hidden), QStringList{"index.json"});
+    EXPECT_EQ(QDir(tree.path("fixture/.fennic-support")).entryList(QDir::Files | QDir::Hidden), QStringList{"index.json"});
 
-    tree.write("index.json", "[]");
-    const auto empty = LibraryCache::load(file);
-    ASSERT_TRUE(empty.has_value());
-    EXPECT_TRUE(empty->isEmpty());
-
-    tree.write("index.json", "[{\"path\":");
-    EXPECT_FALSE(LibraryCache::load(file).has_value());
+    for (const QByteArray& damaged : {QByteArray(), QByteArray("[{\"path\":")}) {
+        tree.write(relative, damaged);
+        EXPECT_FALSE(LibraryCache::load(file).has_value()) << damaged.constData();
+    }
     EXPECT_FALSE(LibraryCache::load(tree.mkdir("folder")).has_value()) << "a folder is not a cache";
 }
 
@@ -402,14 +342,4 @@ TEST_F(LibraryCacheTest, ReadersNeverSeeHalfAFile)
     }
     writer.join();
     EXPECT_GT(reads, 0);
-}
-
-TEST_F(LibraryCacheTest, DefaultPathIsInTheSupportFolder)
-{
-    test::TempTree tree;
-    qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.path("fixture")));
-    Prefs::configure();
-    EXPECT_EQ(LibraryCache::defaultPath(), tree.path("fixture/.fennic-support/index.json"));
-    ASSERT_TRUE(LibraryCache::save(LibraryCache::defaultPath(), trickyItems()));
-    EXPECT_TRUE(QFile::exists(tree.path("fixture/.fennic-support/index.json")));
 }

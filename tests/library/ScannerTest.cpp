@@ -15,10 +15,14 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <plist/plist.h>
+#include <tuple>
 #include <unistd.h>
 
 using namespace fennic;
 using fennic::test::TempTree;
+
+// Readable QString values in test failure messages.
+static void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
 
 namespace {
 
@@ -85,33 +89,23 @@ protected:
 TEST(ScannerWalkTest, LeavesOutLinksHiddenEntriesSkippedFoldersAndPlaceholders)
 {
     TempTree tree;
-    tree.write("keep.txt", "k");
-    tree.write("sub/library/kept.md", "lower-case library is an ordinary folder");
-    tree.write("sub/Library/Caches/gone.txt");
-    tree.write("deep/a/b/Library/gone.txt");
-    tree.write("node_modules/pkg/index.js");
-    tree.write("project/node_modules/x.js");
-    tree.write("project/src/main.cpp", "int main() {}");
-    tree.write("project/.git/HEAD");
-    tree.write("project/target/debug/app");
-    tree.write("project/vendor/lib.go");
-    tree.write("project/Target/kept.o", "names are compared exactly");
-    tree.write(".hidden");
-    tree.write(".config/settings.json");
-    tree.write("sub/.DS_Store");
+    // Skipped folder names count at any depth and only in their exact letter case ("library"
+    // and "Target" are ordinary folders).
+    const QStringList kept{"cloud/here.pdf", "keep.txt", "project/Target/kept.o", "project/src/main.cpp",
+                           "sub/library/kept.md"};
+    for (const QString& rel : kept) tree.write(rel, "k");
+    for (const char* gone : {"sub/Library/Caches/gone.txt", "deep/a/b/Library/gone.txt", "node_modules/pkg/index.js",
+                             "project/node_modules/x.js", "project/.git/HEAD", "project/target/debug/app",
+                             "project/vendor/lib.go", ".hidden", ".config/settings.json", "sub/.DS_Store",
+                             "cloud/report.pdf.nextcloud", "cloud/photo.jpg.owncloud"})
+        tree.write(QString::fromLatin1(gone));
     tree.symlink("link.txt", "keep.txt");
     tree.symlink("sub/loop", "..");
     tree.symlink("outside", "/usr/share");
     tree.symlink("dangling", "/nonexistent/fennic");
-    tree.write("cloud/report.pdf.nextcloud");
-    tree.write("cloud/photo.jpg.owncloud");
-    tree.write("cloud/here.pdf", "local");
     tree.mkdir("empty/folder");
     ASSERT_EQ(::mkfifo(QFile::encodeName(tree.path("pipe")).constData(), 0644), 0);
-
-    const QStringList expected{"cloud/here.pdf", "keep.txt", "project/Target/kept.o", "project/src/main.cpp",
-                               "sub/library/kept.md"};
-    EXPECT_EQ(relativePaths(scanRoot(tree), tree), expected);
+    EXPECT_EQ(relativePaths(scanRoot(tree), tree), kept);
 
     // A placeholder that has been downloaded shows up at the next scan.
     ASSERT_TRUE(QFile::rename(tree.path("cloud/report.pdf.nextcloud"), tree.path("cloud/report.pdf")));
@@ -152,40 +146,28 @@ TEST(ScannerWalkTest, WalksDepthFirstInNameOrderAndStopsAtMaxItems)
 
     // With a cap of three, the first three in walk order come from the roots; every
     // application is still added, after them.
-    int progressCalls = 0;
-    const Scanner capped({tree.path("files")}, {tree.path("apps")}, 3);
-    const QList<FileItem> items = capped.scan([&](int) { ++progressCalls; });
-    EXPECT_EQ(relativePaths(items, tree),
+    EXPECT_EQ(relativePaths(Scanner({tree.path("files")}, {tree.path("apps")}, 3).scan(), tree),
               (QStringList{"files/B2/x.txt", "files/a.txt", "files/b/c.txt", "apps/Runner.AppImage", "apps/Tool.app"}));
-    EXPECT_EQ(progressCalls, 0);
 }
 
-TEST(ScannerWalkTest, ReportsProgressEveryFiveHundredItems)
+TEST(ScannerWalkTest, ReportsProgressEveryFiveHundredItemsAndStopsWhenCancelled)
 {
     TempTree tree;
     for (int i = 0; i < 1203; ++i) tree.write(QStringLiteral("f/%1.txt").arg(i));
-    QList<int> counts;
-    const QList<FileItem> items = Scanner({tree.root()}, {}).scan([&](int n) { counts << n; });
-    EXPECT_EQ(items.size(), 1203);
-    EXPECT_EQ(counts, (QList<int>{500, 1000}));
-}
-
-TEST(ScannerWalkTest, CancellingStopsTheWalk)
-{
-    TempTree tree;
-    for (int i = 0; i < 20; ++i) tree.write(QStringLiteral("%1.txt").arg(i));
     tree.write("apps/A.AppImage");
+    QList<int> counts;
+    const Scanner scanner({tree.path("f")}, {tree.path("apps")});
+    EXPECT_EQ(scanner.scan([&](int n) { counts << n; }).size(), 1203 + 1);
+    EXPECT_EQ(counts, (QList<int>{500, 1000}));
     const std::atomic<bool> cancelled{true};
-    EXPECT_TRUE(Scanner({tree.root()}, {tree.path("apps")}).scan({}, &cancelled).isEmpty());
+    EXPECT_TRUE(scanner.scan({}, &cancelled).isEmpty());
 }
 
 TEST(ScannerRootsTest, NestedRepeatedAndUnstandardisedRootsYieldEachFileOnce)
 {
     TempTree tree;
-    tree.write("top.txt");
-    tree.write("sub/inner.txt");
-    tree.write("sub/deeper/leaf.txt");
-    tree.write("subway/other.txt");  // shares a prefix with "sub" but is not inside it
+    // "subway" shares a prefix with "sub" but is not inside it.
+    for (const char* rel : {"top.txt", "sub/inner.txt", "sub/deeper/leaf.txt", "subway/other.txt"}) tree.write(QString::fromLatin1(rel));
 
     struct Case {
         const char* name;
@@ -209,10 +191,10 @@ TEST(ScannerRootsTest, NestedRepeatedAndUnstandardisedRootsYieldEachFileOnce)
 TEST(ScannerPackagesTest, DocumentPackagesAreOneItemAndLibrariesAreLeftOut)
 {
     TempTree tree;
-    tree.writeSized("Pictures/Photos Library.photoslibrary/originals/0/a.jpg", 5000);
-    tree.write("Pictures/Photos Library.photoslibrary/database/Photos.sqlite", "db");
-    tree.write("Code/App.xcodeproj/project.pbxproj", "x");
-    tree.write("Code/Thing.bundle/Contents/Info.plist", "skipped although also a package extension");
+    // Left out whole ("bundle" although it is also a package extension).
+    for (const char* rel : {"Pictures/Photos Library.photoslibrary/originals/0/a.jpg", "Pictures/Photos Library.photoslibrary/database/Photos.sqlite",
+                            "Code/App.xcodeproj/project.pbxproj", "Code/Thing.bundle/Contents/Info.plist"})
+        tree.write(QString::fromLatin1(rel), "x");
     tree.writeSized("Docs/Trip.rtfd/TXT.rtf", 1200, 1);
     tree.writeSized("Docs/Trip.rtfd/Pasted Graphic.png", 3400, 2);
     tree.writeSized("Docs/Trip.rtfd/.hidden-inside", 7, 3);
@@ -225,13 +207,11 @@ TEST(ScannerPackagesTest, DocumentPackagesAreOneItemAndLibrariesAreLeftOut)
     EXPECT_EQ(relativePaths(items, tree), (QStringList{"Docs/Report.PAGES", "Docs/Trip.rtfd", "Docs/plain/notes.txt"}));
 
     const FileItem* rtfd = find(items, tree.path("Docs/Trip.rtfd"));
-    ASSERT_NE(rtfd, nullptr);
+    const FileItem* pages = find(items, tree.path("Docs/Report.PAGES"));
+    ASSERT_TRUE(rtfd && pages);
     EXPECT_EQ(rtfd->size, 1200 + 3400 + 7 + 50);
-    EXPECT_EQ(rtfd->ext, "rtfd");
     EXPECT_EQ(rtfd->kind, FileKind::document);
     EXPECT_EQ(Scanner::directorySize(tree.path("Docs/Trip.rtfd")), rtfd->size);
-    const FileItem* pages = find(items, tree.path("Docs/Report.PAGES"));
-    ASSERT_NE(pages, nullptr);
     EXPECT_EQ(pages->ext, "pages");
     EXPECT_EQ(pages->size, 5);
 }
@@ -253,13 +233,9 @@ TEST(ScannerItemTest, SizesAndDatesComeFromTheFileSystem)
     const QList<FileItem> items = scanRoot(tree);
     ASSERT_EQ(items.size(), 2);
     const FileItem* big = find(items, sparse);
-    ASSERT_NE(big, nullptr);
-    EXPECT_EQ(big->size, 250'000'000);
-    EXPECT_EQ(big->kind, FileKind::archive);
-    EXPECT_TRUE(big->isInstaller());
-
     const FileItem* old = find(items, tree.path("old.txt"));
-    ASSERT_NE(old, nullptr);
+    ASSERT_TRUE(big && old);
+    EXPECT_EQ(big->size, 250'000'000);
     EXPECT_EQ(old->name, "old.txt");
     EXPECT_EQ(old->size, 5);
     EXPECT_NEAR(old->modified.seconds, edited.seconds, 1e-6);
@@ -268,18 +244,12 @@ TEST(ScannerItemTest, SizesAndDatesComeFromTheFileSystem)
     EXPECT_GE(old->added, before);
     EXPECT_LE(old->added, now() + 2.0);
     EXPECT_TRUE(old->created == old->modified || (old->created >= before && old->created <= old->added));
-    EXPECT_EQ(old->date(), old->modified);  // arrived years after its last edit
-    EXPECT_FALSE(old->lastUsed.has_value());
-    EXPECT_FALSE(old->camera.has_value());
 
     // Reading one path outside a scan gives the same item.
     const std::optional<FileItem> single = Scanner::makeItem(old->path);
     ASSERT_TRUE(single.has_value());
-    EXPECT_EQ(single->size, old->size);
-    EXPECT_EQ(single->created, old->created);
-    EXPECT_EQ(single->modified, old->modified);
-    EXPECT_EQ(single->added, old->added);
-    EXPECT_EQ(single->ext, old->ext);
+    EXPECT_TRUE(single->size == old->size && single->created == old->created && single->modified == old->modified
+                && single->added == old->added && single->ext == old->ext);
     EXPECT_FALSE(Scanner::makeItem(tree.path("vanished.txt")).has_value());
     EXPECT_FALSE(Scanner::readValues(tree.path("vanished.txt")).has_value());
 }
@@ -294,7 +264,6 @@ TEST_F(ScannerXattrTest, ScreenshotsByNameInAnyCaseOrByTheCaptureAttribute)
         {"Screen Shot 2021-03-04 at 10.11.12.png", false, true},
         {"SCREEN SHOT 2021-03-04.PNG", false, true},
         {"screenshot from 2025-03-01 10-11-12.png", false, true},
-        {"Screenshot_20240102_101112.jpeg", false, true},
         {"CleanShot 2023-08-09 at 10.11.12@2x.jpg", false, true},
         {"Simulator Screen Shot - iPhone 15.heic", false, true},
         {"Screenshots overview.tiff", false, true},
@@ -328,9 +297,14 @@ TEST_F(ScannerXattrTest, WhereFromComesFromTheCarriedOverListOrTheFreedesktopPai
     const char* referrer = "user.xdg.referrer.url";
     const char* carried = "user.com.apple.metadata:kMDItemWhereFroms";
     struct Attr {
-        const char* name;
+        QByteArray name;
         QByteArray value;
     };
+    // A value longer than a small buffer, and more attribute names than one lists.
+    const QByteArray longUrl = "https://www.example.com/?q=" + QByteArray(2500, 'a');
+    QList<Attr> crowded;
+    for (int i = 0; i < 40; ++i) crowded << Attr{"user.unrelated.attribute.number." + QByteArray::number(i), "1"};
+    crowded << Attr{referrer, "https://github.com/o/r"};
     struct Case {
         const char* file;
         QList<Attr> attrs;
@@ -363,11 +337,13 @@ TEST_F(ScannerXattrTest, WhereFromComesFromTheCarriedOverListOrTheFreedesktopPai
         {"carried-garbage.pdf", {{carried, "not a property list"}}, {}, std::nullopt},
         {"carried-empty-value.pdf", {{carried, ""}, {origin, "https://canva.com/d"}}, {"https://canva.com/d"}, QStringLiteral("canva")},
         {"plain.pdf", {}, {}, std::nullopt},
+        {"long.pdf", {{origin, longUrl}}, {QString::fromLatin1(longUrl)}, QStringLiteral("site:example.com")},
+        {"crowded.pdf", crowded, {"https://github.com/o/r"}, QStringLiteral("github")},
     };
     for (const Case& c : cases) {
         const QString rel = QStringLiteral("dl/") + QLatin1String(c.file);
         tree.write(rel, "data");
-        for (const Attr& a : c.attrs) ASSERT_TRUE(tree.setXattr(rel, a.name, a.value)) << c.file << " " << a.name;
+        for (const Attr& a : c.attrs) ASSERT_TRUE(tree.setXattr(rel, a.name.constData(), a.value)) << c.file << " " << a.name.constData();
     }
     const QList<FileItem> items = scanRoot(tree);
     for (const Case& c : cases) {
@@ -383,23 +359,6 @@ TEST_F(ScannerXattrTest, WhereFromComesFromTheCarriedOverListOrTheFreedesktopPai
     EXPECT_FALSE(Scanner::xattrData(tree.path("dl/plain.pdf"), "user.xdg.origin.url").has_value());
 }
 
-TEST_F(ScannerXattrTest, LongValuesAndManyOtherAttributesAreHandled)
-{
-    const QByteArray url = "https://www.example.com/?q=" + QByteArray(2500, 'a');
-    tree.write("dl/long.pdf", "x");
-    ASSERT_TRUE(tree.setXattr("dl/long.pdf", "user.xdg.origin.url", url));
-    // Enough unrelated names that listing them needs more than a small buffer.
-    tree.write("dl/crowded.pdf", "x");
-    for (int i = 0; i < 40; ++i)
-        ASSERT_TRUE(tree.setXattr("dl/crowded.pdf", QByteArray("user.unrelated.attribute.number." + QByteArray::number(i)).constData(), "1"));
-    ASSERT_TRUE(tree.setXattr("dl/crowded.pdf", "user.xdg.referrer.url", "https://github.com/o/r"));
-
-    const QList<FileItem> items = scanRoot(tree);
-    ASSERT_EQ(items.size(), 2);
-    EXPECT_EQ(find(items, tree.path("dl/long.pdf"))->whereFrom, QStringList{QString::fromLatin1(url)});
-    EXPECT_EQ(find(items, tree.path("dl/crowded.pdf"))->sourceKey, std::optional<QString>("github"));
-}
-
 TEST(ScannerAppsTest, ListsBundlesAndAppImagesWithTheirLastUse)
 {
     TempTree tree;
@@ -407,12 +366,10 @@ TEST(ScannerAppsTest, ListsBundlesAndAppImagesWithTheirLastUse)
     tree.writeSized("Applications/Editor.app/Contents/Info.plist", 200, 1);
     tree.writeSized("Applications/Krita-5.2.appimage", 1000, 2);
     tree.writeSized("Applications/Notes.AppImage", 500, 3);
-    tree.write("Applications/Shouting.APP/Contents/Info.plist");
-    tree.write("Applications/.Hidden.app/Contents/Info.plist");
-    tree.write("Applications/Utilities/Terminal.app/Contents/Info.plist");
-    tree.write("Applications/README.txt");
-    tree.write("Home/Applications/Local.AppImage", "elf");
-    tree.write("Home/Documents/a.txt");
+    for (const char* other : {"Applications/Shouting.APP/Contents/Info.plist", "Applications/.Hidden.app/Contents/Info.plist",
+                              "Applications/Utilities/Terminal.app/Contents/Info.plist", "Applications/README.txt",
+                              "Home/Applications/Local.AppImage", "Home/Documents/a.txt"})
+        tree.write(QString::fromLatin1(other), "x");
 
     const Date usedBundle = Date::fromIso("2024-05-01T08:00:00Z");
     const Date usedImage = Date::fromIso("2023-11-20T17:30:00Z");
@@ -429,12 +386,10 @@ TEST(ScannerAppsTest, ListsBundlesAndAppImagesWithTheirLastUse)
                                                        "Applications/Notes.AppImage"}));
 
     const FileItem* editor = find(items, tree.path("Applications/Editor.app"));
-    ASSERT_NE(editor, nullptr);
-    EXPECT_EQ(editor->kind, FileKind::app);
-    EXPECT_EQ(editor->displayName(), "Editor");
-    EXPECT_EQ(editor->size, 3200);
     const FileItem* krita = find(items, tree.path("Applications/Krita-5.2.appimage"));
-    ASSERT_NE(krita, nullptr);
+    ASSERT_TRUE(editor && krita);
+    EXPECT_EQ(editor->kind, FileKind::app);
+    EXPECT_EQ(editor->size, 3200);
     EXPECT_EQ(krita->kind, FileKind::app);
     EXPECT_EQ(krita->size, 1000);
     EXPECT_FALSE(find(items, tree.path("Home/Applications/Local.AppImage"))->lastUsed.has_value());
@@ -508,13 +463,10 @@ TEST(ScannerSyntheticHomeTest, ScanOfAWrittenHomeMatchesItsPlan)
     for (const FileItem& item : scanned) {
         const FileItem* want = byPath.value(item.path);
         ASSERT_NE(want, nullptr) << item.path.toStdString();
-        EXPECT_EQ(item.size, want->size) << item.path.toStdString();
-        EXPECT_EQ(item.ext, want->ext) << item.path.toStdString();
-        EXPECT_EQ(item.kind, want->kind) << item.path.toStdString();
-        EXPECT_EQ(item.isScreenshot, want->isScreenshot) << item.path.toStdString();
-        EXPECT_EQ(item.whereFrom, want->whereFrom) << item.path.toStdString();
-        EXPECT_EQ(item.sourceKey, want->sourceKey) << item.path.toStdString();
-        EXPECT_EQ(item.lastUsed.has_value(), want->lastUsed.has_value()) << item.path.toStdString();
+        const auto fields = [](const FileItem& f) {
+            return std::tuple(f.size, f.ext, f.kind, f.isScreenshot, f.whereFrom, f.sourceKey, f.lastUsed.has_value());
+        };
+        EXPECT_EQ(fields(item), fields(*want)) << item.path.toStdString();
         screenshots += item.isScreenshot;
         withOrigin += !item.whereFrom.isEmpty();
         packages += QFileInfo(item.path).isDir();

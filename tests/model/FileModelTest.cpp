@@ -2,11 +2,13 @@
 #include "model/FileItem.h"
 #include "model/FileKind.h"
 
-#include <QSet>
 #include <gtest/gtest.h>
 #include <unordered_set>
 
 using namespace fennic;
+
+// Readable QString values in test failure messages.
+static void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
 
 namespace {
 
@@ -24,55 +26,36 @@ FileItem item(const QString& path, Date modified, Date added)
 
 }  // namespace
 
-TEST(FileKindTest, ClassifiesByFixedSetsBeforeTheTypeDatabase)
+TEST(FileKindTest, ClassifiesByFixedSetsThenTheTypeDatabase)
 {
     struct Row {
         const char* ext;
         FileKind kind;
     } rows[] = {
-        {"", FileKind::other},       {"APP", FileKind::app},         {"AppImage", FileKind::app},
-        {"ZIP", FileKind::archive},  {"dmg", FileKind::archive},     {"iso", FileKind::archive},
-        {"pages", FileKind::document}, {"key", FileKind::document},  {"numbers", FileKind::document},
-        {"PDF", FileKind::document}, {"md", FileKind::document},     {"csv", FileKind::document},
-    };
-    for (const Row& r : rows) EXPECT_EQ(FileKinds::classify(QString::fromLatin1(r.ext)), r.kind) << r.ext;
-}
-
-TEST(FileKindTest, ClassifiesThroughSharedMimeInfo)
-{
-    struct Row {
-        const char* ext;
-        FileKind kind;
-    } rows[] = {
+        // fixed sets, in any letter case; the type database would say otherwise for some
+        {"", FileKind::other}, {"APP", FileKind::app}, {"AppImage", FileKind::app}, {"ZIP", FileKind::archive},
+        {"dmg", FileKind::archive}, {"iso", FileKind::archive}, {"pages", FileKind::document},
+        {"key", FileKind::document}, {"numbers", FileKind::document}, {"PDF", FileKind::document},
+        {"md", FileKind::document}, {"csv", FileKind::document},
         // media
         {"png", FileKind::image}, {"JPG", FileKind::image}, {"heic", FileKind::image}, {"svg", FileKind::image},
-        {"webp", FileKind::image}, {"mp4", FileKind::video}, {"mkv", FileKind::video}, {"mov", FileKind::video},
-        {"mp3", FileKind::music}, {"flac", FileKind::music}, {"ogg", FileKind::music},
+        {"mp4", FileKind::video}, {"mkv", FileKind::video}, {"mp3", FileKind::music}, {"ogg", FileKind::music},
         // program text and data are never documents
         {"json", FileKind::other}, {"c", FileKind::other}, {"xml", FileKind::other}, {"py", FileKind::other},
-        {"js", FileKind::other}, {"rs", FileKind::other}, {"sh", FileKind::other}, {"cpp", FileKind::other},
+        {"js", FileKind::other}, {"rs", FileKind::other}, {"sh", FileKind::other},
         // office formats that inherit zip are not archives
-        {"odg", FileKind::other}, {"odt", FileKind::document},
-        {"pptx", FileKind::document}, {"docx", FileKind::document},
-        // archives reached through the type database
-        {"zst", FileKind::archive}, {"deb", FileKind::archive},
-        // text and rich text
-        {"html", FileKind::document}, {"log", FileKind::document},
-        // unknown
-        {"qqqzz", FileKind::other}, {"exe", FileKind::other},
+        {"odg", FileKind::other}, {"odt", FileKind::document}, {"pptx", FileKind::document}, {"docx", FileKind::document},
+        // archives reached through the type database; text and rich text; unknown
+        {"zst", FileKind::archive}, {"deb", FileKind::archive}, {"html", FileKind::document},
+        {"log", FileKind::document}, {"qqqzz", FileKind::other}, {"exe", FileKind::other},
     };
     for (const Row& r : rows) EXPECT_EQ(FileKinds::classify(QString::fromLatin1(r.ext)), r.kind) << r.ext;
 }
 
-TEST(FileKindTest, RawValuesRoundTripAndTextsFollowTheTable)
+TEST(FileKindTest, RawValuesRoundTripAndAreCaseSensitive)
 {
     for (FileKind k : FileKinds::allCases) EXPECT_EQ(FileKinds::fromRawValue(FileKinds::rawValue(k)), k);
     EXPECT_FALSE(FileKinds::fromRawValue(u"Image").has_value());
-    EXPECT_EQ(FileKinds::title(FileKind::music), "Music");
-    EXPECT_EQ(FileKinds::singular(FileKind::music), "Song");
-    EXPECT_EQ(FileKinds::singular(FileKind::other), "File");
-    EXPECT_EQ(FileKinds::symbol(FileKind::app), "square.grid.2x2");
-    EXPECT_EQ(FileKinds::shelves.size(), 6u);
 }
 
 TEST(FileItemTest, DateShowsModifiedOnlyWhenAddedMoreThanADayLater)
@@ -91,10 +74,7 @@ TEST(FileItemTest, IdentityIsThePathAlone)
     b.kind = FileKind::video;
     EXPECT_EQ(a, b);
     EXPECT_EQ(qHash(a), qHash(b));
-    QSet<FileItem> set{a, b};
-    EXPECT_EQ(set.size(), 1);
-    std::unordered_set<FileItem> stdSet{a, b};
-    EXPECT_EQ(stdSet.size(), 1u);
+    EXPECT_EQ((std::unordered_set<FileItem>{a, b}.size()), 1u);
     EXPECT_NE(a, item("/a/y.txt", Date{1}, Date{1}));
 }
 
@@ -111,14 +91,9 @@ TEST(FileItemTest, DerivedNamesAndInstallers)
     EXPECT_EQ(item("/x/notes.txt", Date{}, Date{}).displayName(), "notes.txt");
     EXPECT_EQ(item("/root.txt", Date{}, Date{}).folderPath(), "/");
 
-    for (const char* ext : {"dmg", "pkg", "iso", "mpkg"}) {
-        FileItem i;
-        i.ext = QString::fromLatin1(ext);
-        EXPECT_TRUE(i.isInstaller()) << ext;
-    }
-    FileItem zip;
-    zip.ext = "zip";
-    EXPECT_FALSE(zip.isInstaller());
+    for (const char* path : {"/x/a.dmg", "/x/Setup.PKG", "/x/a.iso", "/x/a.mpkg"})
+        EXPECT_TRUE(item(QString::fromLatin1(path), Date{}, Date{}).isInstaller()) << path;
+    EXPECT_FALSE(item("/x/a.zip", Date{}, Date{}).isInstaller());
 }
 
 TEST(FileItemTest, PathExtensionFollowsTheLastDot)
@@ -130,47 +105,33 @@ TEST(FileItemTest, PathExtensionFollowsTheLastDot)
     EXPECT_EQ(pathExtension(u"Photo.JPG"), "JPG");
 }
 
-TEST(DownloadSourceTest, KnownServicesWinOverHosts)
+TEST(DownloadSourceTest, KnownServicesWinOverHostsElseTheLastHost)
 {
-    // A web-mail attachment whose referrer is another site is still mail.
-    EXPECT_EQ(DownloadSource::keyFor({"https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2",
-                                      "https://example.org/page"}),
-              "gmail");
-    EXPECT_EQ(DownloadSource::keyFor({"chrome-extension://abcdef/page.html"}), "extensions");
-    EXPECT_EQ(DownloadSource::keyFor({"https://pbs.twimg.com/media/x.jpg"}), "x");
-    EXPECT_EQ(DownloadSource::keyFor({"https://x.com/someone/status/1"}), "x");
-    EXPECT_EQ(DownloadSource::keyFor({"https://raw.githubusercontent.com/a/b/main/f.txt"}), "github");
-    EXPECT_EQ(DownloadSource::keyFor({"https://t.me/channel/12"}), "telegram");
-    EXPECT_EQ(DownloadSource::keyFor({"HTTPS://DRIVE.GOOGLE.COM/file"}), "drive");
-}
-
-TEST(DownloadSourceTest, UnknownSitesUseTheLastHost)
-{
-    // "netflix.com" ends in "x.com" but must not count as X.
-    EXPECT_EQ(DownloadSource::keyFor({"https://www.netflix.com/title/1"}), "site:netflix.com");
-    EXPECT_EQ(DownloadSource::keyFor({"https://www.example.com/a.pdf"}), "site:example.com");
-    EXPECT_EQ(DownloadSource::keyFor({"https://files.example.com/a.pdf", "https://Portal.Example.org/"}),
-              "site:portal.example.org");
-    EXPECT_EQ(DownloadSource::keyFor({"https://cdn.example.com/a.pdf", "not a url"}), "site:cdn.example.com");
-    EXPECT_FALSE(DownloadSource::keyFor({"just some words"}).has_value());
-    EXPECT_FALSE(DownloadSource::keyFor({}).has_value());
+    struct Case {
+        QStringList whereFrom;
+        std::optional<QString> key;
+    } cases[] = {
+        // a web-mail attachment whose referrer is another site is still mail
+        {{"https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2", "https://example.org/page"}, "gmail"},
+        {{"chrome-extension://abcdef/page.html"}, "extensions"},
+        {{"https://pbs.twimg.com/media/x.jpg"}, "x"},
+        {{"https://x.com/someone/status/1"}, "x"},
+        {{"https://raw.githubusercontent.com/a/b/main/f.txt"}, "github"},
+        {{"https://t.me/channel/12"}, "telegram"},
+        {{"HTTPS://DRIVE.GOOGLE.COM/file"}, "drive"},
+        // "netflix.com" ends in "x.com" but must not count as X
+        {{"https://www.netflix.com/title/1"}, "site:netflix.com"},
+        {{"https://files.example.com/a.pdf", "https://Portal.Example.org/"}, "site:portal.example.org"},
+        {{"https://cdn.example.com/a.pdf", "not a url"}, "site:cdn.example.com"},
+        {{"just some words"}, std::nullopt},
+        {{}, std::nullopt},
+    };
+    for (const Case& c : cases) EXPECT_EQ(DownloadSource::keyFor(c.whereFrom), c.key) << c.whereFrom.join(u' ').toStdString();
 }
 
 TEST(DownloadSourceTest, SourceForIsTotal)
 {
-    const DownloadSource gmail = DownloadSource::sourceFor("gmail");
-    EXPECT_EQ(gmail.name, "Gmail");
-    EXPECT_EQ(gmail.symbol, "envelope");
-    const DownloadSource site = DownloadSource::sourceFor("site:example.com");
-    EXPECT_EQ(site.name, "example.com");
-    EXPECT_EQ(site.symbol, "globe");
-    const DownloadSource odd = DownloadSource::sourceFor("mystery");
-    EXPECT_EQ(odd.key, "mystery");
-    EXPECT_EQ(odd.name, "mystery");
-    EXPECT_EQ(odd.symbol, "globe");
-
-    EXPECT_EQ(DownloadSource::known().size(), 15u);
-    const int counts[] = {2, 4, 4, 2, 1, 3, 2, 2, 2, 1, 3, 3, 3, 2, 3};
-    for (size_t i = 0; i < DownloadSource::known().size(); ++i)
-        EXPECT_EQ(DownloadSource::known()[i].patterns.size(), counts[i]) << DownloadSource::known()[i].source.key.toStdString();
+    EXPECT_EQ(DownloadSource::sourceFor("gmail"), (DownloadSource{"gmail", "Gmail", "envelope"}));
+    EXPECT_EQ(DownloadSource::sourceFor("site:example.com"), (DownloadSource{"site:example.com", "example.com", "globe"}));
+    EXPECT_EQ(DownloadSource::sourceFor("mystery"), (DownloadSource{"mystery", "mystery", "globe"}));
 }
