@@ -14,7 +14,6 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 #include <QPainter>
-#include <cmath>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -34,19 +33,40 @@ FileItem itemFor(const QString& path)
     return item;
 }
 
-float distanceBetween(const std::vector<float>& a, const std::vector<float>& b)
-{
-    if (a.size() != b.size() || a.empty()) return INFINITY;
-    double sum = 0;
-    for (size_t i = 0; i < a.size(); ++i) sum += double(a[i] - b[i]) * (a[i] - b[i]);
-    return float(std::sqrt(sum));
-}
-
 QStringList texts(const ImageRecord& record)
 {
     QStringList out;
     for (const TextLine& line : record.lines) out.append(line.text);
     return out;
+}
+
+// A seaside picture, a smaller and more compressed copy of it, and unrelated pictures (a page
+// of text among them), saved in `tree`.
+struct Lookalikes {
+    QString original;
+    QString copy;
+    QStringList others;
+    QString page;
+};
+
+Lookalikes saveLookalikes(const TempTree& tree)
+{
+    const QImage sea = test::seaAndSand(QSize(900, 600));
+    Lookalikes set{test::save(sea, tree.path("beach.jpg"), 92),
+                   test::save(sea.scaled(450, 300, Qt::KeepAspectRatio, Qt::SmoothTransformation), tree.path("beach small.jpg"), 55),
+                   {test::save(test::randomScene(QSize(600, 400), 3), tree.path("shapes.png")),
+                    test::save(test::snowyMountains(QSize(600, 400)), tree.path("alps.jpg"), 90)},
+                   test::save(test::textPicture({"Plain words"}, 40, QSize(600, 400), "DejaVu Sans"), tree.path("page.png"))};
+    set.others.append(set.page);
+    return set;
+}
+
+// The copy lies within look-alike distance of `print` (the original's), the others beyond it.
+void expectLookalikes(const Lookalikes& set, const std::vector<float>& print)
+{
+    EXPECT_LT(VisualSearch::distance(print, ImageAnalyzer::featurePrint(set.copy)), 0.45f);
+    for (const QString& other : set.others)
+        EXPECT_GT(VisualSearch::distance(print, ImageAnalyzer::featurePrint(other)), 0.45f) << other.toStdString();
 }
 
 }  // namespace
@@ -73,63 +93,49 @@ TEST(Palette, SharesOfOpaquePixelsAboveTwoPercent)
     // 48 x 48 is the palette's own size, so pixels are counted one for one: 2,304 in all.
     QImage image(48, 48, QImage::Format_ARGB32);
     image.fill(QColor(0, 0, 255));
-    for (int i = 0; i < 47; ++i) image.setPixelColor(i % 48, 0 + i / 48, QColor(255, 0, 0));   // 2.04 %
-    for (int i = 0; i < 23; ++i) image.setPixelColor(i, 10, QColor(0, 255, 0));               // 1.0 %
+    for (int x = 0; x < 47; ++x) image.setPixelColor(x, 0, QColor(255, 0, 0));  // 2.04 %
+    for (int x = 0; x < 23; ++x) image.setPixelColor(x, 10, QColor(0, 255, 0));  // 1.0 %
     const auto shares = ImageAnalyzer::palette(image);
-    EXPECT_NEAR(shares.value(QStringLiteral("red")), 47.0f / 2304.0f, 1e-6);
-    EXPECT_FALSE(shares.contains(QStringLiteral("green")));
-    EXPECT_NEAR(shares.value(QStringLiteral("blue")), float(2304 - 70) / 2304.0f, 1e-6);
-}
+    EXPECT_NEAR(shares.value("red"), 47.0f / 2304.0f, 1e-6);
+    EXPECT_FALSE(shares.contains("green"));
+    EXPECT_NEAR(shares.value("blue"), float(2304 - 70) / 2304.0f, 1e-6);
 
-TEST(Palette, IgnoresTransparencyAndUnpremultiplies)
-{
-    QImage clear(64, 64, QImage::Format_ARGB32);
-    clear.fill(Qt::transparent);
-    EXPECT_TRUE(ImageAnalyzer::palette(clear).isEmpty());
-
-    // Left half translucent red (alpha 0.6, counted as red, not as a darker colour), right
-    // half alpha 0.5 (ignored).
-    QImage half(48, 48, QImage::Format_ARGB32);
-    half.fill(Qt::transparent);
+    // Transparent pixels do not count. Left half translucent red (alpha 0.6, counted as red,
+    // not as a darker colour), right half alpha 0.5 (ignored).
+    image.fill(Qt::transparent);
+    EXPECT_TRUE(ImageAnalyzer::palette(image).isEmpty());
     for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 48; ++x) half.setPixelColor(x, y, x < 24 ? QColor(255, 0, 0, 153) : QColor(0, 0, 255, 127));
-    const auto shares = ImageAnalyzer::palette(half);
-    EXPECT_EQ(shares.size(), 1);
-    EXPECT_FLOAT_EQ(shares.value(QStringLiteral("red")), 1.0f);
+        for (int x = 0; x < 48; ++x) image.setPixelColor(x, y, x < 24 ? QColor(255, 0, 0, 153) : QColor(0, 0, 255, 127));
+    EXPECT_EQ(ImageAnalyzer::palette(image), (QHash<QString, float>{{"red", 1.0f}}));
 
     // A transparent PNG file read end to end.
     TempTree tree;
     QImage logo(200, 100, QImage::Format_ARGB32);
     logo.fill(Qt::transparent);
     QPainter(&logo).fillRect(0, 0, 100, 100, QColor(255, 200, 0));
-    const QString path = test::save(logo, tree.path(QStringLiteral("logo.png")));
-    const ImageRecord record = ImageAnalyzer::analyze(itemFor(path), {QStringLiteral("en-US")});
+    const ImageRecord record = ImageAnalyzer::analyze(itemFor(test::save(logo, tree.path("logo.png"))), {"en-US"});
     EXPECT_FALSE(record.failed);
-    EXPECT_EQ(record.colors.keys(), QStringList{QStringLiteral("yellow")});
+    EXPECT_EQ(record.colors.keys(), QStringList{"yellow"});
 }
 
 TEST(ImageAnalyzer, ReadsAScreenshotInReadingOrderWithLowerLeftBoxes)
 {
     TempTree tree;
-    const QStringList lines{QStringLiteral("Quarterly report draft"), QStringLiteral("Invoice number 4471"),
-                            QStringLiteral("Meeting with Daniel on Friday")};
-    const QImage page = test::textPicture(lines, 28, QSize(900, 260), QStringLiteral("DejaVu Sans"));
-    const QString path = test::save(page, tree.path(QStringLiteral("Screenshot 1.png")));
+    const QStringList lines{"Quarterly report draft", "Invoice number 4471", "Meeting with Daniel on Friday"};
+    const QString path = test::save(test::textPicture(lines, 28, QSize(900, 260), "DejaVu Sans"), tree.path("Screenshot 1.png"));
     const FileItem item = itemFor(path);
-    const ImageRecord record = ImageAnalyzer::analyze(item, {QStringLiteral("en-US")});
+    const ImageRecord record = ImageAnalyzer::analyze(item, {"en-US"});
 
     ASSERT_FALSE(record.failed);
-    EXPECT_EQ(texts(record), lines);
+    ASSERT_EQ(texts(record), lines);
     EXPECT_EQ(record.pixelWidth, 900);
     EXPECT_EQ(record.pixelHeight, 260);
     EXPECT_EQ(record.langs, QStringLiteral("en-US"));
     EXPECT_EQ(record.size, item.size);
     EXPECT_TRUE(record.searchText().contains(QStringLiteral("invoice number 4471")));
-    ASSERT_EQ(record.lines.size(), 3);
     for (int i = 0; i < 3; ++i) {
         const TextLine& line = record.lines[i];
-        EXPECT_GT(line.confidence, 0.8f);
-        EXPECT_LE(line.confidence, 1.0f);
+        EXPECT_TRUE(line.confidence > 0.8f && line.confidence <= 1.0f) << line.confidence;
         // Text starts 20 px in; the baseline is at textBaseline() from the top, so the box's
         // bottom (descenders included) sits a little below it, measured from the bottom.
         EXPECT_NEAR(line.x, 20.0f / 900.0f, 6.0f / 900.0f);
@@ -143,19 +149,16 @@ TEST(ImageAnalyzer, ReadsAScreenshotInReadingOrderWithLowerLeftBoxes)
 TEST(ImageAnalyzer, SecondPassFindsJapaneseThatWasNotAskedFor)
 {
     TempTree tree;
-    const QImage page = test::textPicture(
-        {QStringLiteral("Meeting notes for Tuesday"), QStringLiteral("東京駅で待ち合わせしましょう"),
-         QStringLiteral("Total due: 42.50 EUR")},
-        28, QSize(700, 220));
-    const QString path = test::save(page, tree.path(QStringLiteral("notes.png")));
+    const QStringList lines{"Meeting notes for Tuesday", "東京駅で待ち合わせしましょう", "Total due: 42.50 EUR"};
+    const QString path = test::save(test::textPicture(lines, 28, QSize(700, 220)), tree.path("notes.png"));
 
-    const ImageRecord english = ImageAnalyzer::analyze(itemFor(path), {QStringLiteral("en-US")});
+    const ImageRecord english = ImageAnalyzer::analyze(itemFor(path), {"en-US"});
     ASSERT_EQ(english.lines.size(), 3) << texts(english).join(u'|').toStdString();
     EXPECT_EQ(english.lines[0].text, QStringLiteral("Meeting notes for Tuesday"));
     EXPECT_TRUE(english.lines[1].text.contains(QStringLiteral("東京駅"))) << english.lines[1].text.toStdString();
     EXPECT_TRUE(english.lines[2].text.contains(QStringLiteral("42.50")));
 
-    const ImageRecord japanese = ImageAnalyzer::analyze(itemFor(path), {QStringLiteral("ja-JP"), QStringLiteral("en-US")});
+    const ImageRecord japanese = ImageAnalyzer::analyze(itemFor(path), {"ja-JP", "en-US"});
     EXPECT_EQ(japanese.langs, QStringLiteral("ja-JP,en-US"));
     EXPECT_TRUE(japanese.text().contains(QStringLiteral("待ち合わせ"))) << japanese.text().toStdString();
 }
@@ -165,35 +168,30 @@ TEST(ImageDecoder, ReadsEveryReadableFormatAndDownsamplesLargePictures)
     TempTree tree;
     const QImage picture = test::randomScene(QSize(120, 80), 5);
     for (const char* format : {"png", "jpg", "webp", "tiff", "bmp"}) {
-        const QString path = test::save(picture, tree.path(QStringLiteral("picture.") + QLatin1String(format)));
-        const ImageDecoder::Decoded decoded = ImageDecoder::read(path);
+        const ImageDecoder::Decoded decoded = ImageDecoder::read(test::save(picture, tree.path("picture." + QString(format))));
         EXPECT_TRUE(decoded.opened) << format;
         EXPECT_EQ(decoded.image.size(), QSize(120, 80)) << format;
         EXPECT_EQ(decoded.pixelWidth, 120) << format;
     }
     // Qt reads GIF but cannot write it: a one-pixel GIF by hand.
-    const QString gif = tree.write(QStringLiteral("dot.gif"),
-                                   QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
-                                              ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
-                                              35));
+    const QString gif = tree.write("dot.gif", QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
+                                                         ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
+                                                         35));
     EXPECT_EQ(ImageDecoder::read(gif).image.size(), QSize(1, 1));
     // Never decoded beyond 2,600 pixels on the longest side; the record keeps the file's size.
-    const QString wide = test::save(test::randomScene(QSize(3000, 600), 6), tree.path(QStringLiteral("wide.png")));
-    const ImageDecoder::Decoded decoded = ImageDecoder::read(wide);
-    EXPECT_EQ(decoded.image.size(), QSize(2600, 520));
-    EXPECT_EQ(decoded.pixelWidth, 3000);
-    EXPECT_EQ(decoded.pixelHeight, 600);
+    const ImageDecoder::Decoded wide = ImageDecoder::read(test::save(test::randomScene(QSize(3000, 600), 6), tree.path("wide.png")));
+    EXPECT_EQ(wide.image.size(), QSize(2600, 520));
+    EXPECT_EQ(wide.pixelWidth, 3000);
+    EXPECT_EQ(wide.pixelHeight, 600);
 }
 
 TEST(ImageAnalyzer, UnreadableFilesAreMarkedFailed)
 {
     TempTree tree;
-    const QString garbage = tree.write(QStringLiteral("broken.png"), QByteArray("\x89PNG\r\n\x1a\nnot really", 18));
-    const QString missing = tree.path(QStringLiteral("gone.jpg"));
-    for (const QString& path : {garbage, missing}) {
+    for (const QString& path : {tree.write("broken.png", QByteArray("\x89PNG\r\n\x1a\nnot really", 18)), tree.path("gone.jpg")}) {
         FileItem item = itemFor(path);
         item.size = 18;
-        const ImageRecord record = ImageAnalyzer::analyze(item, {QStringLiteral("en-US"), QStringLiteral("ja-JP")});
+        const ImageRecord record = ImageAnalyzer::analyze(item, {"en-US", "ja-JP"});
         EXPECT_TRUE(record.failed) << path.toStdString();
         EXPECT_TRUE(record.lines.isEmpty());
         EXPECT_TRUE(record.labels.isEmpty());
@@ -207,13 +205,11 @@ TEST(ImageAnalyzer, AppliesTheOrientationOfTheFile)
 {
     TempTree tree;
     // Stored on its side, tagged to be turned a quarter clockwise for display.
-    const QImage upright = test::textPicture({QStringLiteral("Sideways label")}, 36, QSize(420, 90),
-                                             QStringLiteral("DejaVu Sans"));
-    const QImage stored = upright.transformed(QTransform().rotate(-90));
-    QImageWriter writer(tree.path(QStringLiteral("turned.jpg")));
+    const QImage upright = test::textPicture({"Sideways label"}, 36, QSize(420, 90), "DejaVu Sans");
+    QImageWriter writer(tree.path("turned.jpg"));
     writer.setTransformation(QImageIOHandler::TransformationRotate90);
-    ASSERT_TRUE(writer.write(stored));
-    const ImageRecord record = ImageAnalyzer::analyze(itemFor(tree.path(QStringLiteral("turned.jpg"))), {});
+    ASSERT_TRUE(writer.write(upright.transformed(QTransform().rotate(-90))));
+    const ImageRecord record = ImageAnalyzer::analyze(itemFor(tree.path("turned.jpg")), {});
     ASSERT_FALSE(record.failed);
     EXPECT_EQ(record.text(), QStringLiteral("Sideways label"));
     EXPECT_EQ(record.langs, QString());
@@ -252,14 +248,13 @@ TEST(ImageAnalyzer, ReadsHeifThroughLibheif)
 {
     TempTree tree;
     // Named .jpg on purpose: the content decides how a file is read, not its name.
-    const QString path = tree.path(QStringLiteral("IMG_0001.jpg"));
+    const QString path = tree.path("IMG_0001.jpg");
     if (!writeHeif(test::seaAndSand(QSize(320, 200)), path)) GTEST_SKIP() << "libheif cannot encode HEIC here";
-
-    const ImageRecord record = ImageAnalyzer::analyze(itemFor(path), {QStringLiteral("en-US")});
+    const ImageRecord record = ImageAnalyzer::analyze(itemFor(path), {"en-US"});
     ASSERT_FALSE(record.failed);
     EXPECT_EQ(record.pixelWidth, 320);
     EXPECT_EQ(record.pixelHeight, 200);
-    EXPECT_GT(record.colors.value(QStringLiteral("blue")), 0.2f);
+    EXPECT_GT(record.colors.value("blue"), 0.2f);
     EXPECT_TRUE(record.print.has_value());
 }
 
@@ -269,32 +264,22 @@ TEST(ImageAnalyzer, ModelLabelsAndLookalikes)
 {
     if (!VisionModel::shared()) GTEST_SKIP() << "the vision model is not installed";
     TempTree tree;
-    const QImage sea = test::seaAndSand(QSize(900, 600));
-    const QString original = test::save(sea, tree.path(QStringLiteral("beach.jpg")), 92);
-    const QString copy = test::save(sea.scaled(450, 300, Qt::KeepAspectRatio, Qt::SmoothTransformation),
-                                    tree.path(QStringLiteral("beach small.jpg")), 55);
-    const QStringList others{
-        test::save(test::randomScene(QSize(600, 400), 3), tree.path(QStringLiteral("shapes.png"))),
-        test::save(test::snowyMountains(QSize(600, 400)), tree.path(QStringLiteral("alps.jpg")), 90),
-        test::save(test::textPicture({QStringLiteral("Hello")}, 40, QSize(600, 400)), tree.path(QStringLiteral("hello.png"))),
-    };
-
-    const ImageRecord record = ImageAnalyzer::analyze(itemFor(original), {QStringLiteral("en-US")});
-    EXPECT_GT(record.labels.value(QStringLiteral("beach")), 0.5f) << record.topLabels(5).size();
-    EXPECT_GT(record.labels.value(QStringLiteral("seashore")), 0.5f);
+    const Lookalikes set = saveLookalikes(tree);
+    const ImageRecord record = ImageAnalyzer::analyze(itemFor(set.original), {"en-US"});
+    EXPECT_GT(record.labels.value("beach"), 0.5f);
+    EXPECT_GT(record.labels.value("seashore"), 0.5f);
     for (auto it = record.labels.cbegin(); it != record.labels.cend(); ++it) EXPECT_GE(it.value(), 0.03f);
     EXPECT_EQ(record.featurePrint().size(), 1280u);
     EXPECT_TRUE(record.lines.isEmpty()) << record.text().toStdString();
-    EXPECT_GT(record.colors.value(QStringLiteral("blue")), 0.3f);
+    EXPECT_GT(record.colors.value("blue"), 0.3f);
 
-    const auto hits = VisualSearch::describe(QStringLiteral("a beach by the sea"), {record}, LabelEngine());
+    const auto hits = VisualSearch::describe("a beach by the sea", {record}, LabelEngine());
     ASSERT_EQ(hits.size(), 1);
     EXPECT_EQ(hits[0].matched, 2);
 
-    const std::vector<float> print = ImageAnalyzer::featurePrint(original);
-    EXPECT_NEAR(distanceBetween(print, record.featurePrint()), 0.0f, 1e-4);
-    EXPECT_LT(distanceBetween(print, ImageAnalyzer::featurePrint(copy)), 0.45f);
-    for (const QString& other : others) EXPECT_GT(distanceBetween(print, ImageAnalyzer::featurePrint(other)), 0.45f) << other.toStdString();
+    const std::vector<float> print = ImageAnalyzer::featurePrint(set.original);
+    EXPECT_NEAR(VisualSearch::distance(print, record.featurePrint()), 0.0f, 1e-4);
+    expectLookalikes(set, print);
 }
 
 // Without the model Fennic runs on: no labels, and a small classical print that still finds
@@ -302,30 +287,18 @@ TEST(ImageAnalyzer, ModelLabelsAndLookalikes)
 TEST(ImageAnalyzer, WorksWithoutTheModel)
 {
     TempTree tree;
-    const QString empty = tree.mkdir(QStringLiteral("no-model"));
-    qputenv("FENNIC_MODEL_DIR", QFile::encodeName(empty));
+    qputenv("FENNIC_MODEL_DIR", QFile::encodeName(tree.mkdir("no-model")));
     VisionModel::resetSharedForTesting();
     EXPECT_FALSE(VisionModel::locate().has_value());
 
-    const QImage sea = test::seaAndSand(QSize(900, 600));
-    const QString original = test::save(sea, tree.path(QStringLiteral("beach.jpg")), 92);
-    const QString copy = test::save(sea.scaled(450, 300, Qt::KeepAspectRatio, Qt::SmoothTransformation),
-                                    tree.path(QStringLiteral("beach small.jpg")), 55);
-    const QString shapes = test::save(test::randomScene(QSize(600, 400), 3), tree.path(QStringLiteral("shapes.png")));
-    const QString alps = test::save(test::snowyMountains(QSize(600, 400)), tree.path(QStringLiteral("alps.jpg")), 90);
-    const QString page = test::save(test::textPicture({QStringLiteral("Plain words")}, 40, QSize(600, 400),
-                                                      QStringLiteral("DejaVu Sans")),
-                                    tree.path(QStringLiteral("page.png")));
-
-    const ImageRecord record = ImageAnalyzer::analyze(itemFor(page), {QStringLiteral("en-US")});
+    const Lookalikes set = saveLookalikes(tree);
+    const ImageRecord record = ImageAnalyzer::analyze(itemFor(set.page), {"en-US"});
     EXPECT_TRUE(record.labels.isEmpty());
     EXPECT_EQ(record.text(), QStringLiteral("Plain words"));
     EXPECT_FALSE(record.colors.isEmpty());
-    const std::vector<float> print = ImageAnalyzer::featurePrint(original);
+    const std::vector<float> print = ImageAnalyzer::featurePrint(set.original);
     EXPECT_EQ(print.size(), 288u);
-    EXPECT_LT(distanceBetween(print, ImageAnalyzer::featurePrint(copy)), 0.45f);
-    for (const QString& other : {shapes, alps, page})
-        EXPECT_GT(distanceBetween(print, ImageAnalyzer::featurePrint(other)), 0.45f) << other.toStdString();
+    expectLookalikes(set, print);
 
     qunsetenv("FENNIC_MODEL_DIR");
     VisionModel::resetSharedForTesting();

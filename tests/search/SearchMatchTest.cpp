@@ -44,10 +44,6 @@ QList<SearchFilter> parsed(const char* request)
 
 TEST(SearchMatch, DatesUseTheEffectiveDateAndExcludeTheEnd)
 {
-    const QList<SearchFilter> today = parsed("today");
-    EXPECT_TRUE(SearchParser::matches(item("/h/a.txt", 1, kNow - 3600.0), today, {}));
-    EXPECT_FALSE(SearchParser::matches(item("/h/b.txt", 1, kNow - 86400.0), today, {}));
-
     // Written in 1999, copied in today: it counts by when it was written.
     FileItem old = item("/h/old.xlsx", 1, kNow - 60.0);
     old.modified = at("1999-06-01T12:00:00");
@@ -55,12 +51,12 @@ TEST(SearchMatch, DatesUseTheEffectiveDateAndExcludeTheEnd)
     EXPECT_TRUE(SearchParser::matches(old, from1999, {}));
     EXPECT_FALSE(SearchParser::matches(item("/h/new.xlsx", 1, kNow - 60.0), from1999, {}));
 
-    const F range = F::date(at("2025-05-01T00:00:00"), at("2025-05-02T00:00:00"), "x");
-    EXPECT_TRUE(holds(item("/h/start", 1, at("2025-05-01T00:00:00")), range));
-    EXPECT_FALSE(holds(item("/h/end", 1, at("2025-05-02T00:00:00")), range));
+    const F range = F::date(at("2025-05-01"), at("2025-05-02"), "x");
+    EXPECT_TRUE(holds(item("/h/start", 1, at("2025-05-01")), range));
+    EXPECT_FALSE(holds(item("/h/end", 1, at("2025-05-02")), range));
 }
 
-TEST(SearchMatch, SizeBoundsStrictAndInclusive)
+TEST(SearchMatch, SizeBoundsKindsExtensionsAndScreenshots)
 {
     const FileItem exact = item("/h/a.bin", 1'000'000);
     EXPECT_FALSE(holds(exact, F::maxSize(1'000'000, true)));
@@ -68,10 +64,7 @@ TEST(SearchMatch, SizeBoundsStrictAndInclusive)
     EXPECT_FALSE(holds(exact, F::minSize(1'000'000, true)));
     EXPECT_TRUE(holds(exact, F::minSize(1'000'000, false)));
     EXPECT_TRUE(holds(item("/h/b.bin", 1'000'001), F::minSize(1'000'000, true)));
-}
 
-TEST(SearchMatch, KindsExtensionsAndScreenshots)
-{
     FileItem shot = item("/h/Desktop/Screenshot 1.png");
     shot.isScreenshot = true;
     EXPECT_TRUE(holds(shot, F::screenshot()));
@@ -88,7 +81,6 @@ TEST(SearchMatch, TextIsFoldedAndEveryWordMustOccur)
 {
     EXPECT_TRUE(holds(item("/h/Docs/Résumé final.pdf"), F::text("resume")));
     EXPECT_TRUE(holds(item("/h/Docs/resume.pdf"), F::text("RÉSUMÉ")));
-    EXPECT_TRUE(holds(item("/h/ＡＢＣ report.txt"), F::text("abc")));
     EXPECT_TRUE(holds(item("/h/party plan.txt"), F::text("party plan")));
     EXPECT_TRUE(holds(item("/h/plan for the party.txt"), F::text("party plan")));
     EXPECT_FALSE(holds(item("/h/party.txt"), F::text("party plan")));
@@ -233,44 +225,26 @@ TEST(SearchMatch, PreparedLibraryPassAgreesWithThePerFileTest)
     EXPECT_FALSE(index.isFor(changed));
 }
 
-TEST(SearchMatch, FilterCategoriesLabelsAndSymbols)
+TEST(SearchMatch, ChipLabelsAndIds)
 {
-    struct Row {
-        SearchFilter filter;
-        SearchFilter::Category category;
-        const char* label;
-        const char* symbol;
-    };
-    using C = SearchFilter::Category;
-    const Row rows[] = {
-        {F::kind(FileKind::image), C::what, "Images", "photo"},
-        {F::kind(FileKind::app), C::what, "Apps", "square.grid.2x2"},
-        {F::exts({"pdf"}, "PDFs"), C::what, "PDFs", "doc"},
-        {F::screenshot(), C::what, "Screenshots", "camera.viewfinder"},
-        {F::date(kNow, kNow, "Last week"), C::when, "Last week", "calendar"},
-        {F::minSize(5'000'000, false), C::size, "At least 5 MB", "scalemass"},
-        {F::minSize(5'000'000, true), C::size, "Over 5 MB", "scalemass"},
-        {F::maxSize(2'500'000, true), C::size, "Under 2.5 MB", "scalemass"},
-        {F::maxSize(1'000, false), C::size, "At most 1 kB", "scalemass"},
-        {F::source("gmail", "Gmail"), C::place, "Gmail", "envelope"},
-        {F::source("example.com", "example.com"), C::place, "example.com", "globe"},
-        {F::camera("iPhone"), C::place, "iPhone", "camera"},
-        {F::folder("/h/Downloads", "Downloads"), C::place, "Downloads", "folder"},
-        {F::text("party plan"), C::words, "party plan", "textformat"},
-        {F::looks("a beach"), C::sight, "Showing \u201Ca beach\u201D", "eye"},
-        {F::tag("work"), C::mine, "work", "tag"},
-        {F::favourite(), C::mine, "Favourites", "star"},
+    EXPECT_EQ(F::kind(FileKind::image).label(), QStringLiteral("Images"));
+    EXPECT_EQ(F::minSize(5'000'000, false).label(), QStringLiteral("At least 5 MB"));
+    EXPECT_EQ(F::minSize(5'000'000, true).label(), QStringLiteral("Over 5 MB"));
+    EXPECT_EQ(F::maxSize(2'500'000, true).label(), QStringLiteral("Under 2.5 MB"));
+    EXPECT_EQ(F::maxSize(1'000, false).label(), QStringLiteral("At most 1 kB"));
+    EXPECT_EQ(F::looks("a beach").label(), QStringLiteral("Showing \u201Ca beach\u201D"));
+
+    // Every filter keys its chip by an id of its own; the type filters are the "what" ones.
+    const QList<SearchFilter> filters = {
+        F::kind(FileKind::image), F::exts({"pdf"}, "PDFs"), F::screenshot(), F::date(kNow, kNow, "Last week"),
+        F::minSize(5, false), F::minSize(5, true), F::maxSize(5, true), F::maxSize(5, false), F::source("gmail", "Gmail"),
+        F::camera("iPhone"), F::folder("/h/Downloads", "Downloads"), F::text("party plan"), F::looks("party plan"),
+        F::tag("party plan"), F::favourite(),
     };
     QSet<QString> ids;
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.label);
-        EXPECT_EQ(row.filter.category(), row.category);
-        EXPECT_EQ(row.filter.label(), QString::fromUtf8(row.label));
-        EXPECT_EQ(row.filter.symbol(), QLatin1String(row.symbol));
-        EXPECT_EQ(row.filter.isType(), row.category == C::what);
-        ids.insert(row.filter.id());
+    for (const SearchFilter& filter : filters) {
+        ids.insert(filter.id());
+        EXPECT_EQ(filter.isType(), filter.category() == SearchFilter::Category::what) << filter.id().toStdString();
     }
-    EXPECT_EQ(ids.size(), qsizetype(std::size(rows)));
-    EXPECT_NE(F::minSize(5, true).id(), F::minSize(5, false).id());
-    EXPECT_EQ(rawValue(C::sight), QStringLiteral("sight"));
+    EXPECT_EQ(ids.size(), filters.size());
 }
