@@ -2,9 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QFont>
 #include <QImage>
-#include <QPainter>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -114,17 +112,8 @@ TEST_F(ImageIndexing, ImageFoldersJoinTheLibraryWhenOutsideIt)
 
 TEST_F(ImageIndexing, TextReadingOffSkipsTextWithoutRereadingUntilTurnedOn)
 {
-    QImage note(700, 200, QImage::Format_RGB32);
-    note.fill(Qt::white);
-    QPainter painter(&note);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(48);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    painter.drawText(30, 120, QStringLiteral("INVOICE 2041"));
-    painter.end();
-    ASSERT_TRUE(note.save(f.tree.path("Pictures/note.png"), "PNG"));
-    const QString notePath = f.tree.path("Pictures/note.png");
+    const QString notePath = f.writeTextPicture("Pictures/note.png", "INVOICE 2041");
+    ASSERT_FALSE(notePath.isEmpty());
 
     m->setIndexTextInImages(false);
     m->scan();

@@ -3,9 +3,6 @@
 #include "quick/QuickSearchModel.h"
 
 #include <QFileInfo>
-#include <QFont>
-#include <QImage>
-#include <QPainter>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -79,17 +76,7 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
 TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhyAndTheKeysActOnThem)
 {
     AppFixture f;
-    QImage receipt(700, 200, QImage::Format_RGB32);
-    receipt.fill(Qt::white);
-    QPainter painter(&receipt);
-    QFont font(QStringLiteral("DejaVu Sans"));
-    font.setPixelSize(48);
-    painter.setFont(font);
-    painter.setPen(Qt::black);
-    painter.drawText(30, 120, QStringLiteral("INVOICE 2041"));
-    painter.end();
-    f.tree.mkdir("Pictures");
-    ASSERT_TRUE(receipt.save(f.tree.path("Pictures/scan.png"), "PNG"));
+    ASSERT_FALSE(f.writeTextPicture("Pictures/scan.png", "INVOICE 2041").isEmpty());
     f.tree.write("Documents/invoice.txt", "x");
     AppModel& m = f.make();
     m.scan();
