@@ -24,6 +24,23 @@ constexpr int kBatchLimit = 7;
 // How long read records may wait for a save to let go of the index before they are added anyway.
 constexpr qint64 kHoldLimitMs = 10000;
 
+// The path prefixes that pick a chosen folder's files. Chosen folders are kept resolved, while
+// files under a default folder reached through a link (a linked home folder) carry the
+// linked path: those get the linked form too. Resolving is disk work, done on the pool.
+QStringList folderPrefixes(const QStringList& chosen, const QStringList& roots)
+{
+    QStringList prefixes;
+    for (const QString& folder : chosen) {
+        prefixes.append(folder.endsWith(u'/') ? folder : folder + u'/');
+        for (const QString& root : roots) {
+            const QString real = Library::realPath(root);
+            if (real != root && (folder == real || folder.startsWith(real + u'/')))
+                prefixes.append(root + folder.mid(real.size()) + u'/');
+        }
+    }
+    return prefixes;
+}
+
 bool hasCameraMetadata(const FileItem& item)
 {
     static const QSet<QString> photos{"jpg", "jpeg", "heic", "heif", "tif", "tiff", "dng"};
@@ -57,9 +74,7 @@ void AppModel::startImageIndexing()
     if (m_imageIndexPaused || m_stopping->load()) return;
 
     const QStringList languages = recognitionLanguages();
-    QStringList folders;
-    if (m_imageFolderMode == u"chosen")
-        for (const QString& f : std::as_const(m_imageFolders)) folders.append(f.endsWith(u'/') ? f : f + u'/');
+    const QStringList chosen = m_imageFolderMode == u"chosen" ? m_imageFolders : QStringList();
 
     auto task = std::make_shared<IndexTask>();
     m_indexTask = task;
@@ -67,7 +82,9 @@ void AppModel::startImageIndexing()
     // Choosing the candidates and the pending files walks the whole library and sorts the
     // pictures: done on the pool with snapshots, so the GUI thread never waits for it.
     runInBackground(
-        [this, task, items = m_items, index = m_imageIndex, ocrText = m_ocrText, languages, folders, readText]() mutable {
+        [this, task, items = m_items, index = m_imageIndex, ocrText = m_ocrText, languages, chosen,
+         libraryRoots = roots(), readText]() mutable {
+            const QStringList folders = folderPrefixes(chosen, libraryRoots);
             QList<FileItem> candidates;
             QSet<QString> keep;
             for (const FileItem& item : items) {

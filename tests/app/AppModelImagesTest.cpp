@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QImage>
 #include <gtest/gtest.h>
 
@@ -153,4 +154,31 @@ TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)
     const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 12) << "records that waited for a save are in the last one";
+}
+
+TEST(ImageFolders, ChosenFoldersMatchALibraryReachedThroughALink)
+{
+    AppFixture f;
+    writePictures(f.tree, "Pictures", 2);
+    writePictures(f.tree, "Desktop", 1);
+    // The home folder reached through a link, as on systems where /home is one.
+    test::TempTree elsewhere;
+    const QString home = elsewhere.path("home");
+    ASSERT_TRUE(QFile::link(f.tree.root(), home));
+    // As on a real desktop: the library folders come from the home folder, not an override.
+    const QByteArray realHome = qgetenv("HOME");
+    qputenv("HOME", QFile::encodeName(home));
+    qunsetenv("FENNIC_LIBRARY_ROOT");
+    Prefs::resetForTesting();
+    Prefs::configure();
+    const auto restore = qScopeGuard([&] { qputenv("HOME", realHome); });
+
+    AppModel& m = f.make();
+    m.setImageFolderMode("chosen");
+    m.addImageFolder(home + "/Pictures");
+    m.scan();
+    ASSERT_TRUE(m.waitForIdle(60000));
+    ASSERT_EQ(m.items().size(), 3);
+    EXPECT_EQ(m.imageRecords().size(), 2) << "the chosen folder's pictures, and only those";
+    f.model.reset();
 }
