@@ -1,4 +1,5 @@
 #include "AppTestSupport.h"
+#include "support/TestItems.h"
 
 #include "library/LibraryCache.h"
 
@@ -11,11 +12,7 @@ namespace {
 
 FileItem fileAt(const QString& path, qint64 size, Date added, std::optional<QString> source = std::nullopt)
 {
-    FileItem i;
-    i.path = path;
-    i.name = path.mid(path.lastIndexOf(u'/') + 1);
-    i.ext = pathExtension(i.name).toLower();
-    i.kind = FileKinds::classify(i.ext);
+    FileItem i = test::itemAt(path);
     i.size = size;
     i.created = i.modified = i.added = added;
     i.sourceKey = source;

@@ -4,6 +4,7 @@
 #include "library/LibraryCache.h"
 #include "organise/Shelf.h"
 #include "support/TempTree.h"
+#include "support/TestItems.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -49,10 +50,7 @@ protected:
 
 FileItem dated(const QString& path, qint64 size, FileKind kind, const char* iso)
 {
-    FileItem f;
-    f.path = path;
-    f.name = path.mid(path.lastIndexOf(u'/') + 1);
-    f.ext = pathExtension(f.name).toLower();
+    FileItem f = test::itemAt(path);
     f.size = size;
     f.kind = kind;
     f.created = f.modified = f.added = Date::fromIso(QString::fromLatin1(iso));

@@ -2,6 +2,7 @@
 #include "library/Prefs.h"
 #include "model/FileKind.h"
 #include "support/TempTree.h"
+#include "support/TestItems.h"
 
 #include <QDir>
 #include <QFile>
@@ -44,10 +45,7 @@ void expectSameList(const QList<FileItem>& a, const QList<FileItem>& b)
 
 FileItem item(const QString& path, qint64 size, FileKind kind)
 {
-    FileItem f;
-    f.path = path;
-    f.name = path.mid(path.lastIndexOf(u'/') + 1);
-    f.ext = pathExtension(f.name).toLower();
+    FileItem f = test::itemAt(path);
     f.size = size;
     f.kind = kind;
     f.created = Date{700000000.25};

@@ -1,4 +1,5 @@
 #include "organise/CleanupKind.h"
+#include "support/TestItems.h"
 
 #include <gtest/gtest.h>
 
@@ -13,11 +14,7 @@ const QString kDownloads = QStringLiteral("/home/u/Downloads");
 // Created and modified `modifiedDays` ago, added `addedDays` ago (the same when not given).
 FileItem file(const QString& path, qint64 size = 1000, double modifiedDays = 0, std::optional<double> addedDays = {})
 {
-    FileItem f;
-    f.path = path;
-    f.name = path.mid(path.lastIndexOf(u'/') + 1);
-    f.ext = pathExtension(f.name).toLower();
-    f.kind = FileKinds::classify(f.ext);
+    FileItem f = test::itemAt(path);
     f.size = size;
     f.created = f.modified = kNow - modifiedDays * kDay;
     f.added = kNow - addedDays.value_or(modifiedDays) * kDay;

@@ -1,5 +1,6 @@
 #include "organise/DuplicateFinder.h"
 #include "support/TempTree.h"
+#include "support/TestItems.h"
 
 #include <QCryptographicHash>
 #include <QFile>
@@ -17,11 +18,7 @@ namespace {
 
 FileItem itemAt(const QString& path, Date created = Date{0})
 {
-    FileItem f;
-    f.path = path;
-    f.name = QFileInfo(path).fileName();
-    f.ext = pathExtension(f.name).toLower();
-    f.kind = FileKinds::classify(f.ext);
+    FileItem f = test::itemAt(path);
     f.size = QFileInfo(path).size();
     f.created = f.modified = f.added = created;
     return f;

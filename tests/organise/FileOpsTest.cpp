@@ -1,6 +1,7 @@
 #include "organise/FileOps.h"
 #include "organise/TrashMessages.h"
 #include "support/TempTree.h"
+#include "support/TestItems.h"
 
 #include <QDir>
 #include <QFile>
@@ -31,11 +32,7 @@ namespace {
 
 FileItem itemAt(const QString& path)
 {
-    FileItem f;
-    f.path = path;
-    f.name = QFileInfo(path).fileName();
-    f.ext = pathExtension(f.name).toLower();
-    f.kind = FileKinds::classify(f.ext);
+    FileItem f = test::itemAt(path);
     f.size = QFileInfo(path).size();
     return f;
 }
