@@ -339,6 +339,8 @@ private:
     void markSearchDirty();
     void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
     void applyHeldRecords();
+    // Whether the GUI thread alone holds the image records, so that changing them copies nothing.
+    bool imageRecordsFree() const;
     void addCameraModels(const QHash<QString, QString>& cameras);
     // Drops files that left the library from the duplicate and look-alike groups.
     void pruneGroups(const QSet<QString>& removed);
@@ -418,6 +420,9 @@ private:
     QList<ImageRecord> m_heldRecords;
     QElapsedTimer m_heldSince;
     QElapsedTimer m_sinceIndexSave;
+    int m_readSinceSave = 0;  // records read since the index was last saved
+    int m_indexSavesInFlight = 0;
+    bool m_saveWhenFree = false;  // a save waits for the one under way to let go of the index
 
     // organising
     Shelf m_shelf;

@@ -62,7 +62,9 @@ QStringList AppModel::recognitionLanguages() const
 
 void AppModel::cancelImageIndexing()
 {
-    applyHeldRecords();  // read before the cancel, so still good
+    // Records read before the cancel are still good; they join the index now unless a save
+    // holds it, and then once that save is done.
+    if (imageRecordsFree()) applyHeldRecords();
     if (!m_indexTask) return;
     m_indexTask->cancelled.store(true);
     m_indexTask.reset();
@@ -233,10 +235,13 @@ void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int to
     Q_EMIT ocrProgressChanged();
     // While a save (or a duplicate scan) still holds a snapshot of the records, adding to them
     // would copy the whole map on this thread: new records wait a little for it to let go.
-    const QHash<QString, ImageRecord>& records = m_imageIndex.records;
-    if (records.isDetached() || records.capacity() == 0 || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords();
-    // A long run keeps what it read so far on disk, should Fennic be stopped.
-    if (done < total && m_sinceIndexSave.isValid() && m_sinceIndexSave.hasExpired(m_env.indexSaveIntervalMs))
+    if (imageRecordsFree() || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords();
+    // A long run keeps what it read so far on disk, should Fennic be stopped. Each save writes
+    // the whole index (hundreds of megabytes in a large library), so it also waits until what
+    // is new is worth it: a twentieth of the index.
+    m_readSinceSave += int(batch.size());
+    if (done < total && m_sinceIndexSave.isValid() && m_sinceIndexSave.hasExpired(m_env.indexSaveIntervalMs)
+        && m_readSinceSave >= m_imageIndex.records.size() / 20)
         saveImageIndex();
 }
 
@@ -255,24 +260,51 @@ void AppModel::applyHeldRecords()
     markSearchDirty();
 }
 
+bool AppModel::imageRecordsFree() const
+{
+    return m_imageIndex.records.isDetached() || m_imageIndex.records.capacity() == 0;
+}
+
 void AppModel::saveImageIndex()
 {
+    if (!m_heldRecords.isEmpty() && !imageRecordsFree() && m_indexSavesInFlight > 0) {
+        // The save under way still holds the index: adding the waiting records now would copy
+        // it here. This save follows that one instead.
+        m_saveWhenFree = true;
+        return;
+    }
     applyHeldRecords();
     m_sinceIndexSave.start();
-    const ImageIndex snapshot(recognitionLanguages(), m_imageIndex.records);
+    m_readSinceSave = 0;
     const auto writes = m_indexWrites;
     const auto ticket = writes->ticket();
+    ++m_indexSavesInFlight;
     runInBackground(
-        [this, snapshot, writes, ticket] {
+        [this, snapshot = ImageIndex(recognitionLanguages(), m_imageIndex.records), writes, ticket]() mutable {
             bool ok = true;
             writes->run(ticket, [&] { ok = bool(snapshot.save(indexFile())); });
-            QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT imageIndexSaved(ok); }, Qt::QueuedConnection);
+            snapshot = ImageIndex();  // let go first, so that the GUI thread finds the index free
+            QMetaObject::invokeMethod(
+                this,
+                [this, ok] {
+                    --m_indexSavesInFlight;
+                    Q_EMIT imageIndexSaved(ok);
+                    if (m_saveWhenFree && m_indexSavesInFlight == 0) {
+                        m_saveWhenFree = false;
+                        saveImageIndex();
+                    } else if (imageRecordsFree()) {
+                        applyHeldRecords();
+                    }
+                },
+                Qt::QueuedConnection);
         },
         -1);
 }
 
 void AppModel::deleteImageIndex()
 {
+    m_heldRecords.clear();
+    m_saveWhenFree = false;
     cancelImageIndexing();
     m_imageIndex.records.clear();
     m_ocrText.clear();
