@@ -3,12 +3,10 @@
 #include "app/AppModel.h"
 #include "library/Prefs.h"
 #include "support/TempTree.h"
+#include "images/Pictures.h"
 
 #include <QDir>
 #include <QFileInfo>
-#include <QFont>
-#include <QImage>
-#include <QPainter>
 #include <QSignalSpy>
 #include <memory>
 
@@ -52,17 +50,9 @@ public:
     // A picture of one line of large printed text, as text recognition reads it reliably.
     QString writeTextPicture(const QString& relative, const QString& text)
     {
-        QImage image(700, 200, QImage::Format_RGB32);
-        image.fill(Qt::white);
-        QPainter painter(&image);
-        QFont font(QStringLiteral("DejaVu Sans"));
-        font.setPixelSize(48);
-        painter.setFont(font);
-        painter.setPen(Qt::black);
-        painter.drawText(30, 120, text);
-        painter.end();
         const QString path = tree.path(relative);
         QDir().mkpath(QFileInfo(path).absolutePath());
+        const QImage image = textPicture({text}, 48, QSize(700, 200), QStringLiteral("DejaVu Sans"));
         return image.save(path, "PNG") ? path : QString();
     }
 };

@@ -2,6 +2,7 @@
 #include "CliRun.h"
 #include "library/LibraryCache.h"
 #include "support/TempTree.h"
+#include "support/TestItems.h"
 
 #include <QFileInfo>
 #include <QJsonArray>
@@ -16,17 +17,6 @@ using fennic::test::runCli;
 namespace {
 
 QString cacheFile(const QString& root) { return root + QStringLiteral("/.fennic-support/index.json"); }
-
-FileItem dated(const QString& path, qint64 size, FileKind kind, const char* addedIso)
-{
-    FileItem f;
-    f.path = path;
-    f.name = path.mid(path.lastIndexOf(u'/') + 1);
-    f.size = size;
-    f.kind = kind;
-    f.added = f.modified = f.created = Date::fromIso(QString::fromLatin1(addedIso));
-    return f;
-}
 
 }  // namespace
 
@@ -68,11 +58,11 @@ TEST(CliLibraryTest, StatsReportsTotalsAndRecentFilesForAFixedNow)
     test::TempTree tree;
     const QString root = tree.path("home");
     QList<FileItem> items{
-        dated(root + "/Downloads/b.mov", 150'000'000, FileKind::video, "2024-03-13T09:00:00Z"),
-        dated(root + "/Documents/a.pdf", 120'000'000, FileKind::document, "2024-03-13T08:00:00Z"),
-        dated(root + "/Pictures/Screenshot 1.png", 2'000, FileKind::image, "2024-03-12T23:59:59Z"),
-        dated(root + "/Documents/old.txt", 10, FileKind::document, "2023-01-01T00:00:00Z"),
-        dated(root + "/Applications/New.app", 5'000, FileKind::app, "2024-03-13T10:00:00Z"),
+        test::datedItem(root + "/Downloads/b.mov", 150'000'000, FileKind::video, "2024-03-13T09:00:00Z"),
+        test::datedItem(root + "/Documents/a.pdf", 120'000'000, FileKind::document, "2024-03-13T08:00:00Z"),
+        test::datedItem(root + "/Pictures/Screenshot 1.png", 2'000, FileKind::image, "2024-03-12T23:59:59Z"),
+        test::datedItem(root + "/Documents/old.txt", 10, FileKind::document, "2023-01-01T00:00:00Z"),
+        test::datedItem(root + "/Applications/New.app", 5'000, FileKind::app, "2024-03-13T10:00:00Z"),
     };
     items[0].sourceKey = items[1].sourceKey = items[3].sourceKey = "gmail";
     items[2].isScreenshot = true;

@@ -48,15 +48,6 @@ protected:
     test::TempTree tree;
 };
 
-FileItem dated(const QString& path, qint64 size, FileKind kind, const char* iso)
-{
-    FileItem f = test::itemAt(path);
-    f.size = size;
-    f.kind = kind;
-    f.created = f.modified = f.added = Date::fromIso(QString::fromLatin1(iso));
-    return f;
-}
-
 }  // namespace
 
 TEST_F(CliOrganiseTest, CleanupReportsTheRulesOverTheCachedLibrary)
@@ -66,10 +57,10 @@ TEST_F(CliOrganiseTest, CleanupReportsTheRulesOverTheCachedLibrary)
 
     const QString h = home();
     const QList<FileItem> items{
-        dated(h + "/Downloads/old.pdf", 3000, FileKind::document, "2025-01-01T00:00:00Z"),
-        dated(h + "/Downloads/recent.pdf", 3000, FileKind::document, "2025-05-01T00:00:00Z"),
-        dated(h + "/Downloads/Setup.dmg", 7000, FileKind::archive, "2025-05-01T00:00:00Z"),
-        dated(h + "/Movies/huge.mov", 1500000000, FileKind::video, "2024-01-01T00:00:00Z"),
+        test::datedItem(h + "/Downloads/old.pdf", 3000, FileKind::document, "2025-01-01T00:00:00Z"),
+        test::datedItem(h + "/Downloads/recent.pdf", 3000, FileKind::document, "2025-05-01T00:00:00Z"),
+        test::datedItem(h + "/Downloads/Setup.dmg", 7000, FileKind::archive, "2025-05-01T00:00:00Z"),
+        test::datedItem(h + "/Movies/huge.mov", 1500000000, FileKind::video, "2024-01-01T00:00:00Z"),
     };
     ASSERT_TRUE(LibraryCache::save(support() + "/index.json", items));
 

@@ -17,4 +17,15 @@ inline FileItem itemAt(const QString& path)
     return item;
 }
 
+// The same with a size, a kind chosen by the test and one date (ISO 8601) for creation,
+// modification and arrival.
+inline FileItem datedItem(const QString& path, qint64 size, FileKind kind, const char* iso)
+{
+    FileItem item = itemAt(path);
+    item.size = size;
+    item.kind = kind;
+    item.created = item.modified = item.added = Date::fromIso(QString::fromLatin1(iso));
+    return item;
+}
+
 }  // namespace fennic::test
