@@ -15,12 +15,12 @@ namespace fennic {
 struct AppEnvironment {
     std::function<Date()> now = [] { return Date::fromQDateTime(QDateTime::currentDateTimeUtc()); };
     std::function<Calendar()> calendar = [] { return Calendar::current(); };
-    int settleDelayMs = 700;         // a request counts as settled this long after the last change
-    int toastShortMs = 2600;         // a plain confirmation
-    int toastLongMs = 6000;          // an error, or a notice that offers Undo
-    int flashMs = 1800;              // the Quick Search panel's short confirmations
-    double rescanAfterSeconds = 300; // becoming active rescans when the last scan is older
-    int indexSaveIntervalMs = 120000; // image indexing saves what it read at most this often
+    int settleDelayMs = 700;           // a request counts as settled this long after the last change
+    int toastShortMs = 2600;           // a plain confirmation
+    int toastLongMs = 6000;            // an error, or a notice that offers Undo
+    int flashMs = 1800;                // the Quick Search panel's short confirmations
+    double rescanAfterSeconds = 300;   // becoming active rescans when the last scan is older
+    int indexSaveIntervalMs = 120000;  // image indexing saves what it read at most this often
     // The settings file (INI). Empty: Fennic's file in the user's configuration folder, or,
     // under FENNIC_LIBRARY_ROOT, "settings.ini" in the fixture's support folder so that a
     // fixture run never changes the user's settings.

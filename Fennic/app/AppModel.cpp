@@ -1,10 +1,10 @@
 #include "AppModel.h"
 
+#include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
 #include "library/Scanner.h"
-#include "images/VisualSearch.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -27,8 +27,8 @@ std::unique_ptr<QSettings> openSettings(const QString& file)
     if (!file.isEmpty()) return std::make_unique<QSettings>(file, QSettings::IniFormat);
     if (Prefs::fixtureRoot())
         return std::make_unique<QSettings>(Prefs::supportDir() + QStringLiteral("/settings.ini"), QSettings::IniFormat);
-    return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope, QStringLiteral("Fennic"),
-                                       QStringLiteral("Fennic"));
+    return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
+                                       QStringLiteral("Fennic"), QStringLiteral("Fennic"));
 }
 
 QString cleanFolder(const QString& folder)
@@ -101,8 +101,8 @@ void AppModel::readSettings()
     if (s.contains(QStringLiteral("ocrLanguages")))
         m_ocrLanguageChoice = s.value(QStringLiteral("ocrLanguages")).toStringList();
     m_savedSearches = SavedSearch::decodeList(s.value(QStringLiteral("savedSearches")).toString().toUtf8());
-    m_quickShortcut = Shortcut::fromJson(s.value(QStringLiteral("quickShortcut")).toString().toUtf8())
-                          .value_or(Shortcut::standard());
+    m_quickShortcut =
+        Shortcut::fromJson(s.value(QStringLiteral("quickShortcut")).toString().toUtf8()).value_or(Shortcut::standard());
 }
 
 bool AppModel::setQuickShortcut(const Shortcut& shortcut)
@@ -128,7 +128,10 @@ void AppModel::setAndStore(T& field, const T& value, const char* key, Signal sig
     Q_EMIT(this->*signal)();
 }
 
-void AppModel::setViewModeRaw(const QString& v) { setAndStore(m_viewModeRaw, v, "viewMode", &AppModel::viewModeRawChanged); }
+void AppModel::setViewModeRaw(const QString& v)
+{
+    setAndStore(m_viewModeRaw, v, "viewMode", &AppModel::viewModeRawChanged);
+}
 void AppModel::setSortKeyRaw(const QString& v)
 {
     setAndStore(m_sortKeyRaw, v, "sortKey", &AppModel::sortKeyRawChanged);
@@ -184,7 +187,8 @@ void AppModel::runInBackground(std::function<void()> work, int priority)
             // whole library's items takes tens of milliseconds.
             work = nullptr;
             // Counted down on the GUI thread, after every result the task posted there.
-            QMetaObject::invokeMethod(this, [this] { --m_tasksInFlight; }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this] { --m_tasksInFlight; }, Qt::QueuedConnection);
         },
         priority);
 }
@@ -403,8 +407,10 @@ void AppModel::refreshDownloads()
 
 void AppModel::setItems(QList<FileItem> items, std::optional<Derived> derived)
 {
-    if (m_items.isDetached()) disposeInBackground(std::exchange(m_items, std::move(items)));
-    else m_items = std::move(items);
+    if (m_items.isDetached())
+        disposeInBackground(std::exchange(m_items, std::move(items)));
+    else
+        m_items = std::move(items);
     ++m_itemsGeneration;
     Q_EMIT itemsChanged();
     if (derived)
@@ -488,7 +494,8 @@ void AppModel::saveCache()
             bool ok = true;
             // The path is found here: finding it makes sure the folder exists, which is disk work.
             writes->run(ticket, [&] { ok = LibraryCache::save(LibraryCache::defaultPath(), snapshot); });
-            QMetaObject::invokeMethod(this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
         },
         -1);
 }

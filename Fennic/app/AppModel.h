@@ -3,7 +3,6 @@
 #include "AppEnvironment.h"
 #include "LatestWrite.h"
 #include "SidebarItem.h"
-#include "quick/Shortcut.h"
 #include "Toast.h"
 #include "images/ImageIndex.h"
 #include "library/Lately.h"
@@ -13,6 +12,7 @@
 #include "organise/DuplicateGroup.h"
 #include "organise/FileOps.h"
 #include "organise/Shelf.h"
+#include "quick/Shortcut.h"
 #include "search/ParsedQuery.h"
 #include "search/SavedSearch.h"
 #include "search/SearchContext.h"
@@ -55,8 +55,10 @@ class AppModel : public QObject {
     Q_PROPERTY(bool sortAscending READ sortAscending WRITE setSortAscending NOTIFY sortAscendingChanged)
     Q_PROPERTY(double cardSize READ cardSize WRITE setCardSize NOTIFY cardSizeChanged)
     Q_PROPERTY(QString theme READ theme WRITE setTheme NOTIFY themeChanged)
-    Q_PROPERTY(bool autoCleanInstallers READ autoCleanInstallers WRITE setAutoCleanInstallers NOTIFY autoCleanInstallersChanged)
-    Q_PROPERTY(bool autoFileScreenshots READ autoFileScreenshots WRITE setAutoFileScreenshots NOTIFY autoFileScreenshotsChanged)
+    Q_PROPERTY(bool autoCleanInstallers READ autoCleanInstallers WRITE setAutoCleanInstallers NOTIFY
+                   autoCleanInstallersChanged)
+    Q_PROPERTY(bool autoFileScreenshots READ autoFileScreenshots WRITE setAutoFileScreenshots NOTIFY
+                   autoFileScreenshotsChanged)
     Q_PROPERTY(bool indexTextInImages READ indexTextInImages WRITE setIndexTextInImages NOTIFY indexTextInImagesChanged)
     Q_PROPERTY(QStringList pinnedFolders READ pinnedFolders NOTIFY pinnedFoldersChanged)
     Q_PROPERTY(QStringList extraRoots READ extraRoots NOTIFY extraRootsChanged)
@@ -324,16 +326,14 @@ private:
     void applyScan(int generation, QList<FileItem> result, Derived derived, QStringList gone);
     // Hands large values that the GUI thread no longer needs to the pool to be freed there:
     // freeing a quarter of a million items takes tens of milliseconds.
-    template <typename T>
-    void disposeInBackground(T value)
+    template <typename T> void disposeInBackground(T value)
     {
         runInBackground([value = std::move(value)] {}, -1);
     }
     void setScanning(bool value);
     void rescanAfterFolderChange();
     void runInBackground(std::function<void()> work, int priority = 0);
-    template <typename T, typename Signal>
-    void setAndStore(T& field, const T& value, const char* key, Signal signal);
+    template <typename T, typename Signal> void setAndStore(T& field, const T& value, const char* key, Signal signal);
 
     void cancelImageIndexing();
     void markSearchDirty();

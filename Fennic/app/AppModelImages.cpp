@@ -173,15 +173,15 @@ void AppModel::startImageIndexing()
                 if (auto model = Scanner::cameraModel(item.path)) cameras.insert(item.path, *model);
             }
             if (!cameras.isEmpty())
-                QMetaObject::invokeMethod(this, [this, cameras] { addCameraModels(cameras); }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    this, [this, cameras] { addCameraModels(cameras); }, Qt::QueuedConnection);
 
             const int total = int(pending.size());
             QList<ImageRecord> batch;
             for (int i = 0; i < total; ++i) {
                 if (task->cancelled.load()) return;
-                ImageRecord record = ImageAnalyzer::analyze(pending[i], languages,
-                                                            readText ? ImageAnalyzer::Text::read
-                                                                     : ImageAnalyzer::Text::skip);
+                ImageRecord record = ImageAnalyzer::analyze(
+                    pending[i], languages, readText ? ImageAnalyzer::Text::read : ImageAnalyzer::Text::skip);
                 batch.append(std::move(record));
                 if (batch.size() > kBatchLimit || i == total - 1) {
                     QMetaObject::invokeMethod(
@@ -219,8 +219,10 @@ void AppModel::addCameraModels(const QHash<QString, QString>& cameras)
             QMetaObject::invokeMethod(
                 this,
                 [this, items = std::move(items), generation, cameras]() mutable {
-                    if (generation == m_itemsGeneration) setItems(std::move(items));
-                    else addCameraModels(cameras);
+                    if (generation == m_itemsGeneration)
+                        setItems(std::move(items));
+                    else
+                        addCameraModels(cameras);
                 },
                 Qt::QueuedConnection);
         },

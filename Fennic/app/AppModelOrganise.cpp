@@ -42,8 +42,7 @@ void AppModel::setShelf(const Shelf& shelf)
     // The shelf file is small; written off the GUI thread like every other file of ours.
     const auto writes = m_shelfWrites;
     const auto ticket = writes->ticket();
-    runInBackground([shelf, writes, ticket] { writes->run(ticket, [&] { shelf.save(shelfFile()); }); },
-                    -1);
+    runInBackground([shelf, writes, ticket] { writes->run(ticket, [&] { shelf.save(shelfFile()); }); }, -1);
 }
 
 void AppModel::toggleFavourite(const QList<FileItem>& items)
@@ -63,8 +62,9 @@ void AppModel::addTag(const QString& tag, const QList<FileItem>& items)
     const auto normalised = shelf.addTag(tag, pathsOf(items));
     if (!normalised) return;
     setShelf(shelf);
-    const QString subject = items.size() == 1 ? QStringLiteral("“") + items.first().displayName() + QStringLiteral("”")
-                                              : Fmt::count(items.size(), QStringLiteral("file"));
+    const QString subject = items.size() == 1 ? QStringLiteral("“") + items.first().displayName()
+                                                               + QStringLiteral("”")
+                                                               : Fmt::count(items.size(), QStringLiteral("file"));
     showToast(QStringLiteral("Tagged ") + subject + QStringLiteral(" #") + *normalised, QStringLiteral("tag"));
 }
 
@@ -86,9 +86,10 @@ void AppModel::addToCollection(const QList<FileItem>& items, const QUuid& collec
     Shelf shelf = m_shelf;
     shelf.add(pathsOf(items), collection);
     setShelf(shelf);
-    showToast(QStringLiteral("Added ") + Fmt::count(items.size(), QStringLiteral("file")) + QStringLiteral(" to “")
-                  + target->name + QStringLiteral("”"),
-              QStringLiteral("rectangle.stack"));
+    showToast(QStringLiteral("Added ")
+                             + Fmt::count(items.size(), QStringLiteral("file"))
+                                          + QStringLiteral(" to “") + target->name
+                                                           + QStringLiteral("”"), QStringLiteral("rectangle.stack"));
 }
 
 void AppModel::deleteCollection(const QUuid& collection)
@@ -203,10 +204,11 @@ void AppModel::findDuplicates()
             Qt::QueuedConnection);
     };
     runInBackground([this, snapshot, downloads, prints, stopping, report] {
-        auto exact = DuplicateFinder::exact(snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
-        auto alike = DuplicateFinder::lookalikes(snapshot, DuplicateFinder::kLookalikeWindow,
-                                                 DuplicateFinder::kLookalikeThreshold, prints,
-                                                 [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
+        auto exact = DuplicateFinder::exact(
+            snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
+        auto alike = DuplicateFinder::lookalikes(
+            snapshot, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
+            [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
         QMetaObject::invokeMethod(
             this,
             [this, exact = std::move(exact), alike = std::move(alike)] {
@@ -295,9 +297,10 @@ void AppModel::fileDesktopScreenshots()
     saveImageIndex();
     setItems(std::move(items));
     saveCache();
-    showToast(QStringLiteral("Filed ") + Fmt::count(filed, QStringLiteral("screenshot"))
-                  + QStringLiteral(" into Pictures › Screenshots"),
-              QStringLiteral("tray.and.arrow.down"));
+    showToast(QStringLiteral("Filed ")
+                             + Fmt::count(filed, QStringLiteral("screenshot"))
+                                          + QStringLiteral(" into Pictures › Screenshots"),
+                                                           QStringLiteral("tray.and.arrow.down"));
 }
 
 }  // namespace fennic

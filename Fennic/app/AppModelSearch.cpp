@@ -27,7 +27,6 @@ QList<FileItem> eachOnce(const QList<QList<FileItem>>& lists)
 
 }  // namespace
 
-
 void AppModel::setQuery(const QString& text)
 {
     if (text == m_query) return;
@@ -68,15 +67,13 @@ QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const
         return out;
     };
     switch (entry.kind) {
-    case K::home:
-        return m_items;
+    case K::home: return m_items;
     case K::recents: {
         QList<FileItem> out;
         for (const Lately::Group& group : m_lately) out.append(group.files);
         return out;
     }
-    case K::findImages:
-        return where([](const FileItem& i) { return i.kind == FileKind::image; });
+    case K::findImages: return where([](const FileItem& i) { return i.kind == FileKind::image; });
     case K::duplicates: {
         // A photo can be both an exact copy and a look-alike: listed once.
         QList<QList<FileItem>> lists;
@@ -93,8 +90,7 @@ QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const
         for (const auto& suggestion : m_suggestions)
             if (suggestion.kind == entry.cleanup) return suggestion.files;
         return {};
-    case K::kind:
-        return where([&](const FileItem& i) { return i.kind == entry.fileKind; });
+    case K::kind: return where([&](const FileItem& i) { return i.kind == entry.fileKind; });
     case K::folder:
     case K::pinnedFolder: {
         const QString prefix = entry.path.endsWith(u'/') ? entry.path : entry.path + u'/';
@@ -116,17 +112,13 @@ QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const
         if (it == m_savedSearches.end()) return {};
         const ParsedQuery saved = SearchParser::parse(it->query, m_env.now(), m_env.calendar(), Library::home());
         auto context = searchContext();
-        return m_searchIndex.isFor(m_items) ? m_searchIndex.filtered(saved.filters, *context)
-                                            : where([&](const FileItem& i) {
-                                                  return SearchParser::matches(i, saved.filters, *context);
-                                              });
+        return m_searchIndex.isFor(m_items)
+            ? m_searchIndex.filtered(saved.filters, *context)
+            : where([&](const FileItem& i) { return SearchParser::matches(i, saved.filters, *context); });
     }
-    case K::favourites:
-        return where([this](const FileItem& i) { return m_shelf.isFavourite(i.path); });
-    case K::largeFiles:
-        return where([](const FileItem& i) { return i.size > LibraryStats::largeFileSize; });
-    case K::screenshots:
-        return where([](const FileItem& i) { return i.isScreenshot; });
+    case K::favourites: return where([this](const FileItem& i) { return m_shelf.isFavourite(i.path); });
+    case K::largeFiles: return where([](const FileItem& i) { return i.size > LibraryStats::largeFileSize; });
+    case K::screenshots: return where([](const FileItem& i) { return i.isScreenshot; });
     case K::downloadedFrom:
         // Without a source: everything downloaded from anywhere.
         if (entry.name.isEmpty()) return where([](const FileItem& i) { return i.sourceKey.has_value(); });

@@ -91,7 +91,7 @@ struct SidebarItem {
     bool isGeneral() const
     {
         return kind == Kind::home || kind == Kind::recents || kind == Kind::findImages || kind == Kind::duplicates
-               || kind == Kind::cleanup || kind == Kind::cleanupCard;
+            || kind == Kind::cleanup || kind == Kind::cleanupCard;
     }
 
     friend bool operator==(const SidebarItem&, const SidebarItem&) = default;

@@ -19,12 +19,12 @@ struct UsageError {
 // anything left that looks like an option, so a misspelt flag is never silently ignored.
 class CliArgs {
 public:
-    explicit CliArgs(QStringList args) : m_args(std::move(args)) {}
+    explicit CliArgs(QStringList args) : m_args(std::move(args)) { }
 
-    bool flag(const QString& name);                      // --name
-    std::optional<QString> value(const QString& name);   // --name VALUE or --name=VALUE
-    std::optional<Date> date(const QString& name);       // an ISO-8601 value; throws UsageError if bad
-    QStringList finish();                                // the positional arguments that remain
+    bool flag(const QString& name);                     // --name
+    std::optional<QString> value(const QString& name);  // --name VALUE or --name=VALUE
+    std::optional<Date> date(const QString& name);      // an ISO-8601 value; throws UsageError if bad
+    QStringList finish();                               // the positional arguments that remain
 
 private:
     QStringList m_args;
@@ -33,8 +33,8 @@ private:
 using CommandFunction = int (*)(CliArgs& args);
 
 struct CliCommand {
-    const char* name;     // first word, e.g. "scan", or "images" for a group
-    const char* synopsis; // one usage line shown by `fennic-cli help`
+    const char* name;      // first word, e.g. "scan", or "images" for a group
+    const char* synopsis;  // one usage line shown by `fennic-cli help`
     CommandFunction run;
 };
 

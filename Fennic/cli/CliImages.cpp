@@ -25,15 +25,9 @@ namespace {
 constexpr int kSaveEvery = 100;
 constexpr int kShownLabels = 10;
 
-QString indexPath()
-{
-    return QDir(Prefs::supportDir()).filePath(QString::fromLatin1(ImageIndex::kFileName));
-}
+QString indexPath() { return QDir(Prefs::supportDir()).filePath(QString::fromLatin1(ImageIndex::kFileName)); }
 
-ImageIndex loadIndex()
-{
-    return ImageIndex::load(indexPath()).value_or(ImageIndex());
-}
+ImageIndex loadIndex() { return ImageIndex::load(indexPath()).value_or(ImageIndex()); }
 
 // A path as the library stores it: absolute, and symbolic links resolved when the plain form
 // has no record.
@@ -52,10 +46,7 @@ QString onePath(const QStringList& rest, const char* command)
     return rest.first();
 }
 
-QString fixed(double value, int decimals)
-{
-    return QString::number(value, 'f', decimals);
-}
+QString fixed(double value, int decimals) { return QString::number(value, 'f', decimals); }
 
 void printJson(const QJsonValue& value)
 {
@@ -114,8 +105,9 @@ int runIndex(const std::optional<QString>& languageOption, const QStringList& re
         err().flush();
     }
     if (due.isEmpty() && pruned == 0 && QFileInfo::exists(indexPath())) {
-        out() << "Nothing to read: " << Fmt::count(index.records.size(), QStringLiteral("picture"))
-              << " already read with " << languages.join(u',') << '\n';
+        out() << "Nothing to read: "
+              << Fmt::count(index.records.size(), QStringLiteral("picture"))
+                            << " already read with " << languages.join(u',') << '\n';
         return 0;
     }
     const auto saved = index.save(indexPath());
@@ -140,22 +132,22 @@ QJsonObject recordJson(const ImageRecord& r)
     QJsonArray lines;
     for (const TextLine& line : r.lines)
         lines.append(QJsonObject{{QStringLiteral("text"), line.text},
-                                 {QStringLiteral("x"), double(line.x)},
-                                 {QStringLiteral("y"), double(line.y)},
-                                 {QStringLiteral("w"), double(line.w)},
-                                 {QStringLiteral("h"), double(line.h)},
-                                 {QStringLiteral("confidence"), double(line.confidence)}});
+                                  {QStringLiteral("x"), double(line.x)},
+                                   {QStringLiteral("y"), double(line.y)},
+                                    {QStringLiteral("w"), double(line.w)},
+                                     {QStringLiteral("h"), double(line.h)},
+                                      {QStringLiteral("confidence"), double(line.confidence)}});
     return QJsonObject{{QStringLiteral("path"), r.path},
-                       {QStringLiteral("size"), double(r.size)},
-                       {QStringLiteral("modified"), r.modified.toIso()},
-                       {QStringLiteral("pixelWidth"), double(r.pixelWidth)},
-                       {QStringLiteral("pixelHeight"), double(r.pixelHeight)},
-                       {QStringLiteral("failed"), r.failed},
-                       {QStringLiteral("langs"), r.langs},
-                       {QStringLiteral("labels"), labels},
-                       {QStringLiteral("colors"), colors},
-                       {QStringLiteral("lines"), lines},
-                       {QStringLiteral("printLength"), double(r.featurePrint().size())}};
+                        {QStringLiteral("size"), double(r.size)},
+                         {QStringLiteral("modified"), r.modified.toIso()},
+                          {QStringLiteral("pixelWidth"), double(r.pixelWidth)},
+                           {QStringLiteral("pixelHeight"), double(r.pixelHeight)},
+                            {QStringLiteral("failed"), r.failed},
+                             {QStringLiteral("langs"), r.langs},
+                              {QStringLiteral("labels"), labels},
+                               {QStringLiteral("colors"), colors},
+                                {QStringLiteral("lines"), lines},
+                                 {QStringLiteral("printLength"), double(r.featurePrint().size())}};
 }
 
 int runShow(bool json, const QStringList& rest)
@@ -184,13 +176,15 @@ int runShow(bool json, const QStringList& rest)
     for (auto c = r.colors.cbegin(); c != r.colors.cend(); ++c) colors.append({c.key(), c.value()});
     std::sort(colors.begin(), colors.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     QStringList colorTexts;
-    for (const auto& [name, share] : colors) colorTexts.append(QStringLiteral("%1 %2%").arg(name).arg(std::lround(share * 100)));
-    out() << "  colours: " << (colorTexts.isEmpty() ? QStringLiteral("—") : colorTexts.join(QStringLiteral(", "))) << '\n';
+    for (const auto& [name, share] : colors)
+        colorTexts.append(QStringLiteral("%1 %2%").arg(name).arg(std::lround(share * 100)));
+    out() << "  colours: "
+          << (colorTexts.isEmpty() ? QStringLiteral("—") : colorTexts.join(QStringLiteral(", "))) << '\n';
     out() << "  feature print: " << r.featurePrint().size() << " floats\n";
     out() << "  lines: " << r.lines.size() << '\n';
     for (const TextLine& line : r.lines)
-        out() << "    [" << fixed(line.x, 3) << ' ' << fixed(line.y, 3) << ' ' << fixed(line.w, 3) << ' ' << fixed(line.h, 3)
-              << "] " << fixed(line.confidence, 2) << "  " << line.text << '\n';
+        out() << "    [" << fixed(line.x, 3) << ' ' << fixed(line.y, 3) << ' ' << fixed(line.w, 3) << ' '
+              << fixed(line.h, 3) << "] " << fixed(line.confidence, 2) << "  " << line.text << '\n';
     return 0;
 }
 
@@ -211,18 +205,21 @@ int runFind(bool json, const std::optional<QString>& modeOption, const QStringLi
         QJsonArray array;
         for (const VisualMatch& hit : hits)
             array.append(QJsonObject{{QStringLiteral("path"), hit.path},
-                                     {QStringLiteral("score"), double(hit.score)},
-                                     {QStringLiteral("matched"), hit.matched},
-                                     {QStringLiteral("reasons"), QJsonArray::fromStringList(hit.reasons)}});
+                                      {QStringLiteral("score"), double(hit.score)},
+                                       {QStringLiteral("matched"), hit.matched},
+                                        {QStringLiteral("reasons"), QJsonArray::fromStringList(hit.reasons)}});
         printJson(array);
         return 0;
     }
     for (const VisualMatch& hit : hits)
-        out() << fixed(hit.score, 3) << "  " << hit.matched << "  " << hit.path << "  — " << hit.reasons.join(QStringLiteral("; "))
-              << '\n';
-    out() << Fmt::count(hits.size(), QStringLiteral("match"), QStringLiteral("matches")) << " of "
-          << Fmt::count(index.records.size(), QStringLiteral("picture")) << " (" << VisualSearch::title(*mode) << ", "
-          << fixed(ms, 1) << " ms)\n";
+        out() << fixed(hit.score, 3) << "  " << hit.matched << "  " << hit.path << "  — "
+              << hit.reasons.join(QStringLiteral("; ")) << '\n';
+    out() << Fmt::count(hits.size(),
+                        QStringLiteral("match"), QStringLiteral("matches"))
+                                       << " of "
+                                       << Fmt::count(index.records.size(), QStringLiteral("picture"))
+                                                     << " (" << VisualSearch::title(*mode) << ", " << fixed(ms, 1)
+                                                     << " ms)\n";
     return 0;
 }
 
@@ -249,8 +246,8 @@ int runSimilar(bool json, const QStringList& rest)
         return 0;
     }
     for (const auto& [other, distance] : near) out() << fixed(distance, 3) << "  " << other << '\n';
-    out() << Fmt::count(near.size(), QStringLiteral("look-alike")) << " within " << fixed(VisualSearch::kUnrelatedDistance, 2)
-          << '\n';
+    out() << Fmt::count(near.size(), QStringLiteral("look-alike"))
+                        << " within " << fixed(VisualSearch::kUnrelatedDistance, 2) << '\n';
     return 0;
 }
 

@@ -26,7 +26,8 @@ constexpr qsizetype kTextFilesPerBucket = 10;
 void expectNoArguments(CliArgs& args, const char* command)
 {
     const QStringList rest = args.finish();
-    if (!rest.isEmpty()) throw UsageError{QStringLiteral("%1 takes no arguments (got %2)").arg(QLatin1String(command), rest.first())};
+    if (!rest.isEmpty())
+        throw UsageError{QStringLiteral("%1 takes no arguments (got %2)").arg(QLatin1String(command), rest.first())};
 }
 
 // Large outputs go straight to stdout as bytes: a quarter of a million lines through a text
@@ -63,9 +64,10 @@ int runScan(CliArgs& args)
         return 1;
     }
     const LibraryStats stats(items);
-    out() << "Scanned " << Fmt::count(items.size(), QStringLiteral("item")) << ", " << Fmt::size(stats.totalSize)
-          << ", in " << QString::number(seconds, 'f', 2) << " s; library saved to " << Library::abbreviate(file)
-          << '\n';
+    out() << "Scanned "
+          << Fmt::count(items.size(), QStringLiteral("item"))
+                        << ", " << Fmt::size(stats.totalSize) << ", in " << QString::number(seconds, 'f', 2)
+                        << " s; library saved to " << Library::abbreviate(file) << '\n';
     return 0;
 }
 
@@ -126,15 +128,17 @@ void printStatsText(const LibraryStats& stats, const QList<Lately::Group>& group
     }
     s << Qt::left;
     s << "Screenshots: " << Fmt::count(stats.screenshots, QStringLiteral("file")) << '\n';
-    s << "Large files: " << Fmt::count(stats.largeFiles, QStringLiteral("file")) << " over "
-      << Fmt::size(LibraryStats::largeFileSize) << '\n';
+    s << "Large files: "
+      << Fmt::count(stats.largeFiles, QStringLiteral("file"))
+                    << " over " << Fmt::size(LibraryStats::largeFileSize) << '\n';
     s << "Downloaded: " << Fmt::count(stats.downloadedFrom, QStringLiteral("file")) << " with a known source\n";
 
     s << "Recent files (last " << Lately::kDefaultDays << " days, as of " << Fmt::date(now) << "):";
     if (groups.isEmpty()) s << " none";
     s << '\n';
     for (const Lately::Group& group : groups) {
-        s << "  " << Lately::title(group.bucket) << ": " << Fmt::count(group.files.size(), QStringLiteral("file")) << '\n';
+        s << "  " << Lately::title(group.bucket) << ": "
+          << Fmt::count(group.files.size(), QStringLiteral("file")) << '\n';
         const qsizetype shown = std::min(group.files.size(), kTextFilesPerBucket);
         for (qsizetype i = 0; i < shown; ++i) s << "    " << Library::abbreviate(group.files[i].path) << '\n';
         if (group.files.size() > shown) s << "    … and " << (group.files.size() - shown) << " more\n";
@@ -160,10 +164,11 @@ int runStats(CliArgs& args)
     return 0;
 }
 
-const CliRegistration scanCommand({"scan", "scan    scan the library folders and applications, save the library", runScan});
+const CliRegistration scanCommand({"scan", "scan    scan the library folders and applications, save the library",
+                                   runScan});
 const CliRegistration listCommand({"list", "list [--json]    the library's files, one per line", runList});
-const CliRegistration statsCommand(
-    {"stats", "stats [--json] [--now ISO-8601]    totals by kind and the recent files", runStats});
+const CliRegistration statsCommand({"stats", "stats [--json] [--now ISO-8601]    totals by kind and the recent files",
+                                    runStats});
 
 }  // namespace
 }  // namespace fennic::cli

@@ -73,10 +73,7 @@ QJsonArray pathArray(const QList<FileItem>& files)
     return array;
 }
 
-QJsonObject itemJson(const FileItem& item)
-{
-    return QJsonDocument::fromJson(LibraryCache::encodeItem(item)).object();
-}
+QJsonObject itemJson(const FileItem& item) { return QJsonDocument::fromJson(LibraryCache::encodeItem(item)).object(); }
 
 std::optional<FileItem> itemFromJson(const QJsonValue& value)
 {
@@ -121,9 +118,9 @@ int runCleanup(CliArgs& args)
             s << "      " << Library::abbreviate(suggestion.files[i].path) << "  "
               << Fmt::size(suggestion.files[i].size) << '\n';
         if (suggestion.files.size() > kTextFilesPerRule)
-            s << "      … and " << Fmt::count(suggestion.files.size() - kTextFilesPerRule, QStringLiteral("more"),
-                                             QStringLiteral("more"))
-              << '\n';
+            s << "      … and "
+              << Fmt::count(suggestion.files.size() - kTextFilesPerRule,
+                            QStringLiteral("more"), QStringLiteral("more")) << '\n';
     }
     s << "Reclaimable: " << Fmt::size(total) << '\n';
     return 0;
@@ -146,14 +143,16 @@ void printGroups(QTextStream& s, const QList<DuplicateGroup>& groups, const QStr
 {
     qint64 total = 0;
     for (const DuplicateGroup& g : groups) total += g.reclaimable();
-    s << Fmt::count(groups.size(), QStringLiteral("group")) << " of " << what << ", " << Fmt::size(total)
-      << " reclaimable\n";
+    s << Fmt::count(groups.size(), QStringLiteral("group"))
+                    << " of " << what << ", " << Fmt::size(total) << " reclaimable\n";
     for (const DuplicateGroup& g : groups) {
-        s << '\n' << Fmt::count(g.files.size(), QStringLiteral("copy"), QStringLiteral("copies")) << ", "
-          << Fmt::size(g.reclaimable()) << " reclaimable\n";
+        s << '\n'
+          << Fmt::count(g.files.size(),
+                        QStringLiteral("copy"), QStringLiteral("copies"))
+                                       << ", " << Fmt::size(g.reclaimable()) << " reclaimable\n";
         for (const FileItem& f : g.files)
-            s << (f.path == g.keep ? "  keep  " : "        ") << Library::abbreviate(f.path) << "  " << Fmt::size(f.size)
-              << '\n';
+            s << (f.path == g.keep ? "  keep  " : "        ") << Library::abbreviate(f.path) << "  "
+              << Fmt::size(f.size) << '\n';
     }
 }
 
@@ -181,12 +180,11 @@ int runDuplicates(CliArgs& args)
         DuplicateFinder::exact(*items, Library::downloads(), [&](double p) { report(exactOnly ? p : 0.6 * p); });
     QList<DuplicateGroup> lookalikes;
     if (!exactOnly) {
-        const ImageIndex index = ImageIndex::load(Prefs::supportDir() + u'/' + QLatin1String(ImageIndex::kFileName))
-                                     .value_or(ImageIndex());
-        lookalikes = DuplicateFinder::lookalikes(*items, DuplicateFinder::kLookalikeWindow,
-                                                 DuplicateFinder::kLookalikeThreshold,
-                                                 ImageAnalyzer::printProvider(index),
-                                                 [&](double p) { report(0.6 + 0.4 * p); });
+        const ImageIndex index =
+            ImageIndex::load(Prefs::supportDir() + u'/' + QLatin1String(ImageIndex::kFileName)).value_or(ImageIndex());
+        lookalikes =
+            DuplicateFinder::lookalikes(*items, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold,
+                                        ImageAnalyzer::printProvider(index), [&](double p) { report(0.6 + 0.4 * p); });
     }
     if (showProgress) {
         err() << "\r\x1b[K";
@@ -219,7 +217,8 @@ bool saveLastTrash(const QList<FileOps::TrashedItem>& moved)
     if (moved.isEmpty()) return !QFileInfo::exists(file) || QFile::remove(file);
     QJsonArray list;
     for (const FileOps::TrashedItem& m : moved)
-        list.append(QJsonObject{{"item", itemJson(m.item)}, {"trashed", m.trashed ? QJsonValue(*m.trashed) : QJsonValue()}});
+        list.append(
+            QJsonObject{{"item", itemJson(m.item)}, {"trashed", m.trashed ? QJsonValue(*m.trashed) : QJsonValue()}});
     QSaveFile f(file);
     if (!f.open(QIODevice::WriteOnly)) return false;
     f.write(QJsonDocument(QJsonObject{{"moved", list}}).toJson(QJsonDocument::Indented));
@@ -294,13 +293,15 @@ int runTrash(CliArgs& args)
     if (!moved.isEmpty()) updateCache(moved, {});
     // This operation replaces the one before, even when it moved nothing: as in the app, whose
     // new notice takes the place of the one that offered Undo.
-    if (!saveLastTrash(result.moved)) err() << "fennic-cli: could not record the trash operation in " << lastTrashPath() << '\n';
+    if (!saveLastTrash(result.moved))
+        err() << "fennic-cli: could not record the trash operation in " << lastTrashPath() << '\n';
     const auto notice = TrashMessages::moveToTrash(result);
 
     if (json) {
         QJsonArray moved, failed;
         for (const FileOps::TrashedItem& m : result.moved)
-            moved.append(QJsonObject{{"path", m.item.path}, {"trashed", m.trashed ? QJsonValue(*m.trashed) : QJsonValue()}});
+            moved.append(
+                QJsonObject{{"path", m.item.path}, {"trashed", m.trashed ? QJsonValue(*m.trashed) : QJsonValue()}});
         for (qsizetype i = 0; i < result.failed.size(); ++i)
             failed.append(QJsonObject{{"path", result.failed[i].path}, {"reason", result.reasons.value(i)}});
         printJson(QJsonObject{{"moved", moved}, {"failed", failed}, {"message", notice ? notice->text : QString()}});
@@ -398,7 +399,8 @@ void listShelf(const Shelf& shelf, bool json)
         for (const Shelf::TagCount& t : tags) {
             QStringList paths(shelf.pathsTagged(t.tag).values());
             paths.sort();
-            tagList.append(QJsonObject{{"tag", t.tag}, {"count", t.count}, {"paths", QJsonArray::fromStringList(paths)}});
+            tagList.append(
+                QJsonObject{{"tag", t.tag}, {"count", t.count}, {"paths", QJsonArray::fromStringList(paths)}});
         }
         QJsonArray collections;
         for (const FileCollection& c : shelf.collections())
@@ -414,7 +416,8 @@ void listShelf(const Shelf& shelf, bool json)
     s << "Favourites: " << shelf.favourites().size() << '\n';
     for (const QString& p : shelf.favourites()) s << "  " << Library::abbreviate(p) << '\n';
     s << "Tags: " << tags.size() << '\n';
-    for (const Shelf::TagCount& t : tags) s << "  #" << t.tag << "  " << Fmt::count(t.count, QStringLiteral("file")) << '\n';
+    for (const Shelf::TagCount& t : tags)
+        s << "  #" << t.tag << "  " << Fmt::count(t.count, QStringLiteral("file")) << '\n';
     s << "Collections: " << shelf.collections().size() << '\n';
     for (const FileCollection& c : shelf.collections()) {
         s << "  " << c.name << "  " << Fmt::count(c.paths.size(), QStringLiteral("file")) << '\n';
@@ -458,7 +461,8 @@ int runShelf(CliArgs& args)
         Shelf shelf = loadShelf();
         const auto normalised = shelf.addTag(tag, paths);
         if (!normalised) throw UsageError{QStringLiteral("the tag \"%1\" is empty once tidied").arg(tag)};
-        const QString subject = paths.size() == 1 ? quoted(displayNameOf(paths.first())) : Fmt::count(paths.size(), file);
+        const QString subject =
+            paths.size() == 1 ? quoted(displayNameOf(paths.first())) : Fmt::count(paths.size(), file);
         out() << "Tagged " << subject << " #" << *normalised << '\n';
         return saveShelf(shelf);
     }
@@ -511,15 +515,19 @@ int runShelf(CliArgs& args)
         out() << "Deleted the collection " << quoted(existing->name) << "; its files are untouched\n";
         return saveShelf(shelf);
     }
-    throw UsageError{QStringLiteral("unknown shelf command ") + sub
-                     + QStringLiteral(" (list, star, unstar, tag, untag, collect, uncollect, delete-collection)")};
+    throw UsageError{
+        QStringLiteral("unknown shelf command ") + sub
+                       + QStringLiteral(" (list, star, unstar, tag, untag, collect, uncollect, delete-collection)")};
 }
 
 const CliRegistration cleanupCommand({"cleanup", "cleanup [--json] [--now ISO-8601]   the six clean-up suggestions",
                                       runCleanup});
-const CliRegistration duplicatesCommand({"duplicates", "duplicates [--json] [--exact-only]   identical files and look-alike photos", runDuplicates});
+const CliRegistration duplicatesCommand({"duplicates",
+                                         "duplicates [--json] [--exact-only]   identical files and look-alike photos",
+                                         runDuplicates});
 const CliRegistration trashCommand({"trash", "trash PATH… [--json]   move files to the Trash", runTrash});
-const CliRegistration putBackCommand({"put-back", "put-back [--json]   put back what the last trash moved", runPutBack});
+const CliRegistration putBackCommand({"put-back", "put-back [--json]   put back what the last trash moved",
+                                      runPutBack});
 const CliRegistration shelfCommand(
     {"shelf",
      "shelf [list|star|unstar|tag|untag|collect|uncollect|delete-collection] …   favourites, tags, collections",

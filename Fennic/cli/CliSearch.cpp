@@ -55,8 +55,8 @@ QString request(CliArgs& args, const char* command)
 {
     const QStringList rest = args.finish();
     if (rest.size() != 1)
-        throw UsageError{QStringLiteral("%1 needs one request in quotes, e.g. %1 \"pdfs from last week\"")
-                             .arg(QLatin1String(command))};
+        throw UsageError{QStringLiteral("%1 needs one request in quotes, e.g. %1 \"pdfs from last week\"") .arg(
+            QLatin1String(command))};
     return rest.first();
 }
 
@@ -108,22 +108,22 @@ QJsonObject queryJson(const QString& text, const SearchParser::Analysis& analysi
     QJsonArray spans;
     for (const ParsedQuery::Span& s : q.spans) {
         QJsonObject o{{QStringLiteral("location"), double(s.location)},
-                      {QStringLiteral("length"), double(s.length)},
-                      {QStringLiteral("role"), rawValue(s.role)},
-                      {QStringLiteral("text"), text.mid(s.location, s.length)}};
+                       {QStringLiteral("length"), double(s.length)},
+                        {QStringLiteral("role"), rawValue(s.role)},
+                         {QStringLiteral("text"), text.mid(s.location, s.length)}};
         if (s.filter) o.insert(QStringLiteral("filter"), double(q.filters.indexOf(*s.filter)));
         spans.append(o);
     }
     return QJsonObject{
         {QStringLiteral("request"), text},
-        {QStringLiteral("working"), analysis.working},
-        {QStringLiteral("now"), clock.now.toIso()},
-        {QStringLiteral("timeZone"), QString::fromUtf8(clock.calendar.timeZone.id())},
-        {QStringLiteral("firstWeekday"), calendarWeekday(clock.calendar.firstWeekday)},
-        {QStringLiteral("home"), home},
-        {QStringLiteral("filters"), filters},
-        {QStringLiteral("spans"), spans},
-    };
+         {QStringLiteral("working"), analysis.working},
+          {QStringLiteral("now"), clock.now.toIso()},
+           {QStringLiteral("timeZone"), QString::fromUtf8(clock.calendar.timeZone.id())},
+            {QStringLiteral("firstWeekday"), calendarWeekday(clock.calendar.firstWeekday)},
+             {QStringLiteral("home"), home},
+              {QStringLiteral("filters"), filters},
+               {QStringLiteral("spans"), spans},
+              };
 }
 
 void printJson(const QJsonObject& o) { out() << QJsonDocument(o).toJson(QJsonDocument::Indented); }
@@ -142,7 +142,8 @@ int runParse(CliArgs& args)
     for (const SearchFilter& f : analysis.query.filters)
         out() << rawValue(f.category()) << '\t' << f.caseName() << '\t' << f.label() << '\n';
     for (const ParsedQuery::Span& s : analysis.query.spans)
-        out() << s.location << '+' << s.length << '\t' << rawValue(s.role) << '\t' << text.mid(s.location, s.length) << '\n';
+        out() << s.location << '+' << s.length << '\t' << rawValue(s.role) << '\t' << text.mid(s.location, s.length)
+              << '\n';
     return 0;
 }
 
@@ -170,9 +171,11 @@ int runAsk(CliArgs& args)
     const QString home = Library::home();
     const SearchParser::Analysis analysis = SearchParser::analyze(text, clock.now, clock.calendar, home);
     const QString support = Prefs::supportDir();
-    const std::optional<ImageIndex> images = ImageIndex::load(QDir(support).filePath(QLatin1String(ImageIndex::kFileName)));
+    const std::optional<ImageIndex> images =
+        ImageIndex::load(QDir(support).filePath(QLatin1String(ImageIndex::kFileName)));
     SearchContext context(images ? images->records : QHash<QString, ImageRecord>(),
-                          Shelf::load(QDir(support).filePath(QLatin1String(Shelf::kFileName))), VisualSearch::describer());
+                          Shelf::load(QDir(support).filePath(QLatin1String(Shelf::kFileName))),
+                          VisualSearch::describer());
 
     const SearchIndex index(*items);
     std::vector<qsizetype> hits = index.filter(analysis.query.filters, context);
@@ -182,7 +185,8 @@ int runAsk(CliArgs& args)
         // A description orders by how well each picture fits it, whatever the sort settings.
         const QString description = looks->as<SearchFilter::Looks>()->description;
         std::vector<std::pair<float, qsizetype>> scored;
-        for (qsizetype i : hits) scored.emplace_back(context.visualScore(description, (*items)[i].path).value_or(0.0f), i);
+        for (qsizetype i : hits)
+            scored.emplace_back(context.visualScore(description, (*items)[i].path).value_or(0.0f), i);
         std::stable_sort(scored.begin(), scored.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
         for (size_t i = 0; i < scored.size(); ++i) hits[i] = scored[i].second;
     } else {

@@ -59,8 +59,6 @@ std::optional<QList<FileItem>> cachedItems()
     return items;
 }
 
-
-
 bool CliArgs::flag(const QString& name)
 {
     const QString option = QStringLiteral("--") + name;

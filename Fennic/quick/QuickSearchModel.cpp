@@ -13,10 +13,10 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
-#include <QUrl>
 #include <QPointer>
 #include <QSet>
 #include <QThreadPool>
+#include <QUrl>
 #include <algorithm>
 
 namespace fennic {
@@ -47,7 +47,8 @@ void QuickSearchModel::recompute()
         const AppEnvironment& env = m_app.environment();
         const ParsedQuery parsed = SearchParser::parse(request, env.now(), env.calendar(), Library::home());
         if (!parsed.filters.isEmpty())
-            for (const FileItem& item : m_app.matching(parsed.filters, kMaxResults)) results.append(resultFor(item, parsed));
+            for (const FileItem& item : m_app.matching(parsed.filters, kMaxResults))
+                results.append(resultFor(item, parsed));
     }
     setResults(results);
     if (request.isEmpty() || results.size() >= kMaxResults || m_app.imageRecords().isEmpty()) return;
@@ -59,37 +60,37 @@ void QuickSearchModel::recompute()
     for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
     const qsizetype room = kMaxResults - results.size();
     QPointer<QuickSearchModel> self(this);
-    QThreadPool::globalInstance()->start(
-        [self, generation, request, room, taken, records = m_app.imageRecords(), items = m_app.items()] {
-            QList<VisualMatch> matches;
-            for (const VisualMatch& match : VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {
-                if (matches.size() >= room) break;
-                if (!taken.contains(match.path)) matches.append(match);
-            }
-            QHash<QString, qsizetype> wanted;
-            for (qsizetype i = 0; i < matches.size(); ++i) wanted.insert(matches[i].path, i);
-            QList<std::optional<FileItem>> found(matches.size());
-            if (!wanted.isEmpty())
-                for (const FileItem& item : items)
-                    if (auto it = wanted.constFind(item.path); it != wanted.constEnd()) found[*it] = item;
-            QList<QuickResult> rows;
-            for (qsizetype i = 0; i < matches.size(); ++i) {
-                if (!found[i]) continue;  // a record of a file that is no longer in the library
-                const QStringList& reasons = matches[i].reasons;
-                rows.append(QuickResult{*found[i],
-                                        reasons.isEmpty() ? std::nullopt : std::optional(reasons.join(QStringLiteral(", "))),
-                                        true});
-            }
-            // Through the application object: the panel's model may be gone by now, which only
-            // the GUI thread can tell.
-            QMetaObject::invokeMethod(
-                QCoreApplication::instance(),
-                [self, generation, rows] {
-                    if (!self || generation != self->m_generation || rows.isEmpty()) return;
-                    self->setResults(self->m_results + rows);
-                },
-                Qt::QueuedConnection);
-        });
+    QThreadPool::globalInstance()->start([self, generation, request, room, taken, records = m_app.imageRecords(),
+                                          items = m_app.items()] {
+        QList<VisualMatch> matches;
+        for (const VisualMatch& match :
+             VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {
+            if (matches.size() >= room) break;
+            if (!taken.contains(match.path)) matches.append(match);
+        }
+        QHash<QString, qsizetype> wanted;
+        for (qsizetype i = 0; i < matches.size(); ++i) wanted.insert(matches[i].path, i);
+        QList<std::optional<FileItem>> found(matches.size());
+        if (!wanted.isEmpty())
+            for (const FileItem& item : items)
+                if (auto it = wanted.constFind(item.path); it != wanted.constEnd()) found[*it] = item;
+        QList<QuickResult> rows;
+        for (qsizetype i = 0; i < matches.size(); ++i) {
+            if (!found[i]) continue;  // a record of a file that is no longer in the library
+            const QStringList& reasons = matches[i].reasons;
+            rows.append(QuickResult{
+                *found[i], reasons.isEmpty() ? std::nullopt : std::optional(reasons.join(QStringLiteral(", "))), true});
+        }
+        // Through the application object: the panel's model may be gone by now, which only
+        // the GUI thread can tell.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, generation, rows] {
+                if (!self || generation != self->m_generation || rows.isEmpty()) return;
+                self->setResults(self->m_results + rows);
+            },
+            Qt::QueuedConnection);
+    });
 }
 
 QuickResult QuickSearchModel::resultFor(const FileItem& item, const ParsedQuery& parsed)
@@ -187,8 +188,10 @@ bool QuickSearchModel::handle(int key, Qt::KeyboardModifiers modifiers, bool fie
         setPreviewing(!m_previewing);
         return true;
     case Qt::Key_Escape:
-        if (m_previewing) setPreviewing(false);
-        else if (close) close();
+        if (m_previewing)
+            setPreviewing(false);
+        else if (close)
+            close();
         return true;
     default: break;
     }

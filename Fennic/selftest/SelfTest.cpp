@@ -43,8 +43,8 @@ QList<FileItem> ask(AppModel& model, const QString& request)
 
 const QStringList& SelfTest::phases()
 {
-    static const QStringList names{"startup", "scan",       "reload", "search", "shelf",
-                                   "trash",   "cleanup",    "duplicates", "images", "rules"};
+    static const QStringList names{"startup", "scan",    "reload",     "search", "shelf",
+                                   "trash",   "cleanup", "duplicates", "images", "rules"};
     return names;
 }
 
@@ -127,8 +127,9 @@ int SelfTest::run()
     model->waitForIdle();
     if (wants("scan")) {
         const QList<FileItem>& items = model->items();
-        check("scan", QStringLiteral("lists the fixture's %1 files").arg(fx.listedFiles),
-              items.size() == fx.listedFiles, QStringLiteral("found %1: %2").arg(items.size()).arg(namesOf(items).join(u", ")));
+        check("scan",
+              QStringLiteral("lists the fixture's %1 files").arg(fx.listedFiles), items.size() == fx.listedFiles,
+                             QStringLiteral("found %1: %2").arg(items.size()).arg(namesOf(items).join(u", ")));
         check("scan", "leaves out hidden files, skipped folders and links",
               !find(items, real(fx.hiddenFile)) && !find(items, real(fx.skippedFile)) && !find(items, real(fx.link)));
         const FileItem* invoice = find(items, real(fx.invoicePdf));
@@ -138,8 +139,8 @@ int SelfTest::run()
         check("scan", "reads the code host's origin", zip && zip->sourceKey == u"github");
         const FileItem* shot = find(items, real(fx.desktopShot));
         check("scan", "recognises the screenshot", shot && shot->isScreenshot && shot->kind == FileKind::image);
-        check("scan", "counts the library", model->stats().totalCount == fx.listedFiles
-                                                && model->stats().total(FileKind::document).count == 3);
+        check("scan", "counts the library",
+              model->stats().totalCount == fx.listedFiles && model->stats().total(FileKind::document).count == 3);
         check("scan", "writes index.json into the support folder", QFileInfo::exists(LibraryCache::defaultPath()));
     }
 
@@ -173,8 +174,8 @@ int SelfTest::run()
         const FileItem item = *notes;
         model->toggleFavourite({item});
         model->addTag("#Errands", {item});
-        check("shelf", "a star and a tag are kept", model->shelf().isFavourite(item.path)
-                                                        && model->shelf().tagsOf(item.path) == QStringList{"errands"});
+        check("shelf", "a star and a tag are kept",
+              model->shelf().isFavourite(item.path) && model->shelf().tagsOf(item.path) == QStringList{"errands"});
         check("shelf", "tagging says so", model->toast() && model->toast()->text == u"Tagged “notes.txt” #errands",
               model->toast() ? model->toast()->text : QString());
         model->waitForIdle();
@@ -192,10 +193,11 @@ int SelfTest::run()
             const FileItem item = *report;
             const auto result = model->moveToTrash({item});
             const bool inTrash = result.moved.size() == 1 && result.moved[0].trashed
-                                 && result.moved[0].trashed->startsWith(root) && QFileInfo::exists(*result.moved[0].trashed);
+                && result.moved[0].trashed->startsWith(root) && QFileInfo::exists(*result.moved[0].trashed);
             check("trash", "the file moves into the fixture's Trash", inTrash && !QFileInfo::exists(item.path));
-            check("trash", "the toast offers Undo", model->toast() && model->toast()->text == u"Moved 1 item to the Trash"
-                                                     && model->toast()->actionTitle == u"Undo");
+            check("trash", "the toast offers Undo",
+                  model->toast() && model->toast()->text == u"Moved 1 item to the Trash"
+                      && model->toast()->actionTitle == u"Undo");
             check("trash", "the file leaves the library", !find(model->items(), item.path));
             model->toastCentre().perform();
             check("trash", "Undo puts it back", QFileInfo::exists(item.path) && find(model->items(), item.path));
@@ -261,21 +263,24 @@ int SelfTest::run()
     // The rules run at the end of every scan.
     if (wants("rules")) {
         const FileItem* shot = find(model->items(), real(fx.desktopShot));
-        const QString month = shot ? env.calendar().dateTime(shot->created).toString(QStringLiteral("yyyy-MM")) : QString();
+        const QString month =
+            shot ? env.calendar().dateTime(shot->created).toString(QStringLiteral("yyyy-MM")) : QString();
         const bool wasIndexed = model->imageRecords().contains(real(fx.desktopShot));
         if (shot) model->toggleFavourite({*shot});
         model->setAutoFileScreenshots(true);
         model->setAutoCleanInstallers(true);
         model->scan();
         model->waitForIdle();
-        const QString filed = home + QStringLiteral("/Pictures/Screenshots/") + month + u'/'
-                              + QFileInfo(fx.desktopShot).fileName();
+        const QString filed =
+            home + QStringLiteral("/Pictures/Screenshots/") + month + u'/' + QFileInfo(fx.desktopShot).fileName();
         check("rules", "files the Desktop screenshot by the month it was taken",
-              QFileInfo::exists(filed) && find(model->items(), filed) && !QFileInfo::exists(real(fx.desktopShot)), filed);
+              QFileInfo::exists(filed) && find(model->items(), filed) && !QFileInfo::exists(real(fx.desktopShot)),
+              filed);
         check("rules", "its star and image record follow it",
               model->shelf().isFavourite(filed) && model->imageRecords().contains(filed) == wasIndexed);
         check("rules", "leaves screenshots in sub-folders alone", QFileInfo::exists(real(fx.nestedShot)));
-        check("rules", "says so", model->toast() && model->toast()->text == u"Filed 1 screenshot into Pictures › Screenshots");
+        check("rules", "says so",
+              model->toast() && model->toast()->text == u"Filed 1 screenshot into Pictures › Screenshots");
         check("rules", "keeps an installer that arrived today", QFileInfo::exists(real(fx.oldInstaller)));
 
         clock = clock + 31 * 86400.0;

@@ -18,7 +18,7 @@ class SelfTest {
 public:
     static const QStringList& phases();
 
-    explicit SelfTest(QTextStream& out) : m_out(out) {}
+    explicit SelfTest(QTextStream& out) : m_out(out) { }
     // Runs the chosen phases; the process exit status: 0 when every check passed.
     int run();
 

@@ -17,7 +17,7 @@ bool hasAudioOutput()
     const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
     if (!runtime.isEmpty()
         && (QFileInfo::exists(runtime + QStringLiteral("/pulse/native"))
-            || QFileInfo::exists(runtime + QStringLiteral("/pipewire-0"))))
+                              || QFileInfo::exists(runtime + QStringLiteral("/pipewire-0"))))
         return true;
     return !QDir(QStringLiteral("/dev/snd")).entryList({QStringLiteral("pcmC*p")}, QDir::System).isEmpty();
 }
@@ -38,7 +38,8 @@ public:
         }
         if (!m_context) return;
         // The sound plays on the service's own time; an error (no device) is simply silence.
-        m_play(m_context, 0, "media.filename", file.constData(), "media.role", "event", static_cast<const char*>(nullptr));
+        m_play(m_context, 0, "media.filename", file.constData(), "media.role", "event",
+               static_cast<const char*>(nullptr));
     }
 
 private:

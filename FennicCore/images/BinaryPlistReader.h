@@ -18,7 +18,18 @@ namespace fennic {
 class BinaryPlistReader {
 public:
     using Ref = std::uint64_t;
-    enum class Type { boolean, integer, real, date, data, asciiString, utf16String, array, dict, other };
+    enum class Type {
+        boolean,
+        integer,
+        real,
+        date,
+        data,
+        asciiString,
+        utf16String,
+        array,
+        dict,
+        other
+    };
 
     // Takes the whole file (shared, not copied); false when the header or trailer is damaged.
     bool open(const QByteArray& bytes);
@@ -41,10 +52,10 @@ public:
 
 private:
     struct Header {
-        std::uint8_t type;     // high nibble of the marker
-        std::uint8_t info;     // low nibble
-        std::uint64_t length;  // element count or byte count, after any extended length
-        std::uint64_t payload; // offset of the first byte after the marker (and length)
+        std::uint8_t type;      // high nibble of the marker
+        std::uint8_t info;      // low nibble
+        std::uint64_t length;   // element count or byte count, after any extended length
+        std::uint64_t payload;  // offset of the first byte after the marker (and length)
     };
     std::optional<Header> header(Ref ref) const;
     std::optional<std::uint64_t> unsignedAt(std::uint64_t offset, int bytes) const;

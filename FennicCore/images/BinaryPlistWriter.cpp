@@ -31,10 +31,14 @@ void appendBigEndian(QByteArray& out, std::uint64_t value, int bytes)
 void appendInteger(QByteArray& out, std::int64_t value)
 {
     const auto u = std::uint64_t(value);
-    if (value >= 0 && u <= 0xFF) out.append(char(kInteger << 4 | 0)), appendBigEndian(out, u, 1);
-    else if (value >= 0 && u <= 0xFFFF) out.append(char(kInteger << 4 | 1)), appendBigEndian(out, u, 2);
-    else if (value >= 0 && u <= 0xFFFFFFFFu) out.append(char(kInteger << 4 | 2)), appendBigEndian(out, u, 4);
-    else out.append(char(kInteger << 4 | 3)), appendBigEndian(out, u, 8);  // 8-byte integers are signed
+    if (value >= 0 && u <= 0xFF)
+        out.append(char(kInteger << 4 | 0)), appendBigEndian(out, u, 1);
+    else if (value >= 0 && u <= 0xFFFF)
+        out.append(char(kInteger << 4 | 1)), appendBigEndian(out, u, 2);
+    else if (value >= 0 && u <= 0xFFFFFFFFu)
+        out.append(char(kInteger << 4 | 2)), appendBigEndian(out, u, 4);
+    else
+        out.append(char(kInteger << 4 | 3)), appendBigEndian(out, u, 8);  // 8-byte integers are signed
 }
 
 void appendMarker(QByteArray& out, std::uint8_t type, std::size_t length)
@@ -163,17 +167,15 @@ QByteArray BinaryPlistWriter::finish(Ref top) const
     qsizetype blobBytes = 0;
     for (const QByteArray& blob : m_blobs) blobBytes += blob.size() + 9;
     QByteArray out;
-    out.reserve(qsizetype(8 + m_bytes.size() + blobBytes + qsizetype(m_refs.size()) * refSize +
-                          qsizetype(m_objects.size()) * 9 + 32));
+    out.reserve(qsizetype(8 + m_bytes.size() + blobBytes + qsizetype(m_refs.size()) * refSize
+                          + qsizetype(m_objects.size()) * 9 + 32));
     out.append("bplist00", 8);
     std::vector<std::uint64_t> offsets;
     offsets.reserve(m_objects.size());
     for (const Object& object : m_objects) {
         offsets.push_back(std::uint64_t(out.size()));
         switch (object.kind) {
-        case Kind::scalar:
-            out.append(m_bytes.constData() + object.begin, qsizetype(object.size));
-            break;
+        case Kind::scalar: out.append(m_bytes.constData() + object.begin, qsizetype(object.size)); break;
         case Kind::blob: {
             const QByteArray& blob = m_blobs[object.begin];
             appendMarker(out, kData, std::size_t(blob.size()));

@@ -22,9 +22,9 @@ public:
 
     Ref boolean(bool value);
     Ref integer(std::int64_t value);
-    Ref real(float value);        // a 4-byte real
-    Ref real(double value);       // an 8-byte real
-    Ref date(double seconds);     // seconds since 2001-01-01T00:00:00Z
+    Ref real(float value);     // a 4-byte real
+    Ref real(double value);    // an 8-byte real
+    Ref date(double seconds);  // seconds since 2001-01-01T00:00:00Z
     Ref string(const QString& value);
     Ref data(const QByteArray& value);
     Ref array(const std::vector<Ref>& items);
@@ -34,7 +34,12 @@ public:
     QByteArray finish(Ref top) const;
 
 private:
-    enum class Kind : std::uint8_t { scalar, blob, array, dict };
+    enum class Kind : std::uint8_t {
+        scalar,
+        blob,
+        array,
+        dict
+    };
     struct Object {
         Kind kind;
         std::uint32_t count;  // container: number of items (dict: of pairs)
@@ -47,10 +52,10 @@ private:
     void endScalar();
 
     std::vector<Object> m_objects;
-    QByteArray m_bytes;             // encoded scalars, back to back
+    QByteArray m_bytes;               // encoded scalars, back to back
     std::vector<QByteArray> m_blobs;  // data payloads, shared rather than copied
-    std::vector<Ref> m_refs;        // container members
-    QHash<QString, Ref> m_strings;  // uniqued strings
+    std::vector<Ref> m_refs;          // container members
+    QHash<QString, Ref> m_strings;    // uniqued strings
 };
 
 }  // namespace fennic

@@ -14,7 +14,7 @@ namespace fennic::ConceptLabels {
 // large families such as the dog breeds, by ranges of its output indices.
 struct Concept {
     QString name;
-    QStringList members;                   // label identifiers
+    QStringList members;                     // label identifiers
     std::vector<std::pair<int, int>> spans;  // inclusive ranges of output indices
 };
 

@@ -130,9 +130,9 @@ void probeForHanOrKana(const QImage& page, QList<TextLine>& lines, const QString
     int probes = 0;
     for (TextLine& line : lines) {
         if (line.confidence >= kProbeBelowConfidence || probes >= kMaxProbes) continue;
-        const QRect box = pixelBox(line, page.size()).adjusted(-kProbePadding, -kProbePadding, kProbePadding,
-                                                                kProbePadding) &
-                          page.rect();
+        const QRect box =
+            pixelBox(line, page.size()).adjusted(-kProbePadding, -kProbePadding, kProbePadding, kProbePadding)
+            & page.rect();
         if (box.height() < kMinProbeHeight || box.width() < box.height()) continue;
         ++probes;
         const QList<TextLine> reread = read(page.copy(box), probe, TextRecognizer::Layout::singleLine);
@@ -159,10 +159,10 @@ void secondPass(const QImage& page, QList<TextLine>& lines, const QStringList& s
     for (const QChar c : text)
         if (c.script() == QChar::Script_Hiragana || c.script() == QChar::Script_Katakana) kana = true;
     // Kana mean Japanese; Han characters alone more likely Chinese.
-    const QStringList order = kana ? QStringList{QStringLiteral("ja-JP"), QStringLiteral("zh-Hans"),
-                                                 QStringLiteral("zh-Hant")}
-                                   : QStringList{QStringLiteral("zh-Hans"), QStringLiteral("zh-Hant"),
-                                                 QStringLiteral("ja-JP")};
+    const QStringList order = kana ? QStringList{
+        QStringLiteral("ja-JP"),
+                       QStringLiteral("zh-Hans"), QStringLiteral("zh-Hant")}
+                       : QStringList{QStringLiteral("zh-Hans"), QStringLiteral("zh-Hant"), QStringLiteral("ja-JP")};
     for (const QString& language : order) {
         if (!supported.contains(language)) continue;
         QStringList pair{language};
@@ -176,13 +176,16 @@ void secondPass(const QImage& page, QList<TextLine>& lines, const QStringList& s
                 const float o = overlap(candidate, line);
                 if (o > best) best = o, same = &line;
             }
-            if (!same) lines.append(candidate);
-            else if (candidate.confidence > same->confidence) *same = candidate;
+            if (!same)
+                lines.append(candidate);
+            else if (candidate.confidence > same->confidence)
+                *same = candidate;
             // Latin data splits a line of CJK into fragments; those lying mostly inside a
             // more confident reading of the whole line are part of it.
             const TextLine whole = same ? *same : candidate;
             lines.removeIf([&whole](const TextLine& line) {
-                return line.confidence < whole.confidence && line != whole && insideShare(line, whole) > kFragmentInside;
+                return line.confidence < whole.confidence && line != whole
+                    && insideShare(line, whole) > kFragmentInside;
             });
         }
         return;
@@ -236,10 +239,10 @@ QByteArray toBlob(const std::vector<float>& values)
 
 const QStringList& colorNames()
 {
-    static const QStringList names{QStringLiteral("red"),   QStringLiteral("orange"), QStringLiteral("yellow"),
-                                   QStringLiteral("green"), QStringLiteral("teal"),   QStringLiteral("blue"),
-                                   QStringLiteral("purple"), QStringLiteral("pink"),  QStringLiteral("brown"),
-                                   QStringLiteral("white"), QStringLiteral("gray"),   QStringLiteral("black")};
+    static const QStringList names{
+        QStringLiteral("red"),   QStringLiteral("orange"), QStringLiteral("yellow"), QStringLiteral("green"),
+                                                                                                    QStringLiteral("teal"),  QStringLiteral("blue"),   QStringLiteral("purple"), QStringLiteral("pink"),
+                                                                                                                                                                                                QStringLiteral("brown"), QStringLiteral("white"),  QStringLiteral("gray"),   QStringLiteral("black")};
     return names;
 }
 
@@ -258,9 +261,12 @@ QString colorName(float r, float g, float b)
     if (max > 0.9f && saturation < 0.22f) return QStringLiteral("white");
 
     float hue = 0.0f;
-    if (max == r) hue = (g - b) / chroma;
-    else if (max == g) hue = (b - r) / chroma + 2.0f;
-    else hue = (r - g) / chroma + 4.0f;
+    if (max == r)
+        hue = (g - b) / chroma;
+    else if (max == g)
+        hue = (b - r) / chroma + 2.0f;
+    else
+        hue = (r - g) / chroma + 4.0f;
     hue *= 60.0f;
     if (hue < 0.0f) hue += 360.0f;
 
@@ -361,8 +367,10 @@ std::vector<float> fallbackPrint(const QImage& image)
 
 void analyze(const QImage& image, ImageRecord& record, const QStringList& languages, Text text)
 {
-    if (text == Text::read) record.lines = recognizeText(image, languages);
-    else record.lines.clear();
+    if (text == Text::read)
+        record.lines = recognizeText(image, languages);
+    else
+        record.lines.clear();
 
     record.labels.clear();
     if (const auto model = VisionModel::shared()) {
@@ -387,8 +395,10 @@ ImageRecord analyze(const FileItem& item, const QStringList& languages, Text tex
         const ImageDecoder::Decoded decoded = ImageDecoder::read(item.path);
         record.pixelWidth = decoded.pixelWidth;
         record.pixelHeight = decoded.pixelHeight;
-        if (!decoded.opened || decoded.image.isNull()) record.failed = true;
-        else analyze(decoded.image, record, languages, text);
+        if (!decoded.opened || decoded.image.isNull())
+            record.failed = true;
+        else
+            analyze(decoded.image, record, languages, text);
     } catch (const std::exception&) {
         record = ImageRecord(item.path, item.size, item.modified, {}, {}, {}, QString(), std::nullopt, 0, 0, true);
     }

@@ -19,7 +19,10 @@ const QStringList& colorNames();
 
 // Whether a picture's text is read. A record read without it keeps no languages, so that it is
 // pending again once text is read.
-enum class Text { read, skip };
+enum class Text {
+    read,
+    skip
+};
 
 // Reads one picture and returns its record: text lines, labels, feature print, colours and
 // pixel size. Never throws and never fails: a file that cannot be opened or decoded gives a

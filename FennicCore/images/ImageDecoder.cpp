@@ -24,9 +24,9 @@ bool looksLikeHeif(const QString& path)
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) return false;
     const QByteArray head = file.read(64);
-    return head.size() >= 12 &&
-           heif_check_filetype(reinterpret_cast<const uint8_t*>(head.constData()), int(head.size())) ==
-               heif_filetype_yes_supported;
+    return head.size() >= 12
+        && heif_check_filetype(reinterpret_cast<const uint8_t*>(head.constData()), int(head.size()))
+        == heif_filetype_yes_supported;
 }
 
 Decoded readHeif(const QString& path, int maxPixelSize)
@@ -39,15 +39,15 @@ Decoded readHeif(const QString& path, int maxPixelSize)
     heif_image_handle* rawHandle = nullptr;
     if (heif_context_get_primary_image_handle(context.get(), &rawHandle).code != heif_error_Ok) return out;
     std::unique_ptr<heif_image_handle, decltype(&heif_image_handle_release)> handle(rawHandle,
-                                                                                     heif_image_handle_release);
+                                                                                    heif_image_handle_release);
     out.opened = true;
     out.pixelWidth = heif_image_handle_get_width(handle.get());
     out.pixelHeight = heif_image_handle_get_height(handle.get());
 
     // Decoding applies the file's rotation and mirroring.
     heif_image* rawImage = nullptr;
-    if (heif_decode_image(handle.get(), &rawImage, heif_colorspace_RGB, heif_chroma_interleaved_RGBA, nullptr).code !=
-        heif_error_Ok)
+    if (heif_decode_image(handle.get(), &rawImage, heif_colorspace_RGB, heif_chroma_interleaved_RGBA, nullptr).code
+        != heif_error_Ok)
         return out;
     std::unique_ptr<heif_image, decltype(&heif_image_release)> image(rawImage, heif_image_release);
     int stride = 0;
@@ -58,9 +58,8 @@ Decoded readHeif(const QString& path, int maxPixelSize)
     // Copy out of libheif's buffer before it is released.
     QImage decoded = QImage(pixels, width, height, stride, QImage::Format_RGBA8888).copy();
     const QSize target = fitted(decoded.size(), maxPixelSize);
-    out.image = target == decoded.size()
-                    ? decoded
-                    : decoded.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    out.image =
+        target == decoded.size() ? decoded : decoded.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     return out;
 }
 

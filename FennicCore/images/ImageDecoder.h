@@ -9,10 +9,10 @@ namespace fennic::ImageDecoder {
 inline constexpr int kMaxPixelSize = 2600;
 
 struct Decoded {
-    bool opened = false;     // the file could be opened as a picture
-    qint64 pixelWidth = 0;   // of the picture in the file, 0 when unknown
+    bool opened = false;    // the file could be opened as a picture
+    qint64 pixelWidth = 0;  // of the picture in the file, 0 when unknown
     qint64 pixelHeight = 0;
-    QImage image;            // null when decoding failed; orientation applied, downsampled
+    QImage image;  // null when decoding failed; orientation applied, downsampled
 };
 
 // Reads one picture: HEIC/HEIF (recognised by content) through libheif, everything else

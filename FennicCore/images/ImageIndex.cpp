@@ -48,7 +48,8 @@ private:
     {
         std::vector<std::pair<Ref, Ref>> entries;
         entries.reserve(size_t(map.size()));
-        for (auto it = map.cbegin(); it != map.cend(); ++it) entries.emplace_back(m_out.string(it.key()), m_out.real(it.value()));
+        for (auto it = map.cbegin(); it != map.cend(); ++it)
+            entries.emplace_back(m_out.string(it.key()), m_out.real(it.value()));
         return m_out.dict(entries);
     }
 
@@ -128,12 +129,18 @@ bool readLine(const Reader& in, Reader::Ref ref, TextLine& line)
         const auto key = in.ascii(k);
         if (!key) return false;
         bool ok = true;
-        if (*key == "text") ok = in.string(v, line.text), seen |= 1u << 0;
-        else if (*key == "x") ok = readFloat(in, v, line.x), seen |= 1u << 1;
-        else if (*key == "y") ok = readFloat(in, v, line.y), seen |= 1u << 2;
-        else if (*key == "w") ok = readFloat(in, v, line.w), seen |= 1u << 3;
-        else if (*key == "h") ok = readFloat(in, v, line.h), seen |= 1u << 4;
-        else if (*key == "confidence") ok = readFloat(in, v, line.confidence), seen |= 1u << 5;
+        if (*key == "text")
+            ok = in.string(v, line.text), seen |= 1u << 0;
+        else if (*key == "x")
+            ok = readFloat(in, v, line.x), seen |= 1u << 1;
+        else if (*key == "y")
+            ok = readFloat(in, v, line.y), seen |= 1u << 2;
+        else if (*key == "w")
+            ok = readFloat(in, v, line.w), seen |= 1u << 3;
+        else if (*key == "h")
+            ok = readFloat(in, v, line.h), seen |= 1u << 4;
+        else if (*key == "confidence")
+            ok = readFloat(in, v, line.confidence), seen |= 1u << 5;
         if (!ok) return false;
     }
     return seen == 0b111111;
@@ -162,18 +169,30 @@ bool readRecord(const Reader& in, Reader::Ref ref, ImageRecord& r)
         bool ok = true;
         std::int64_t whole = 0;
         double seconds = 0;
-        if (*key == "path") ok = in.string(v, r.path), seen |= 1u << 0;
-        else if (*key == "size") ok = in.integer(v, whole), r.size = whole, seen |= 1u << 1;
-        else if (*key == "modified") ok = in.date(v, seconds), r.modified = Date{seconds}, seen |= 1u << 2;
-        else if (*key == "labels") ok = readFloatMap(in, v, r.labels), seen |= 1u << 3;
-        else if (*key == "colors") ok = readFloatMap(in, v, r.colors), seen |= 1u << 4;
-        else if (*key == "lines") ok = readLines(in, v, r.lines), seen |= 1u << 5;
-        else if (*key == "altText") ok = in.string(v, r.altText), seen |= 1u << 6;
-        else if (*key == "pixelWidth") ok = in.integer(v, whole), r.pixelWidth = whole, seen |= 1u << 7;
-        else if (*key == "pixelHeight") ok = in.integer(v, whole), r.pixelHeight = whole, seen |= 1u << 8;
-        else if (*key == "failed") ok = in.boolean(v, r.failed), seen |= 1u << 9;
-        else if (*key == "langs") ok = in.string(v, r.langs), seen |= 1u << 10;
-        else if (*key == "folded") ok = in.string(v, r.folded), seen |= 1u << 11;
+        if (*key == "path")
+            ok = in.string(v, r.path), seen |= 1u << 0;
+        else if (*key == "size")
+            ok = in.integer(v, whole), r.size = whole, seen |= 1u << 1;
+        else if (*key == "modified")
+            ok = in.date(v, seconds), r.modified = Date{seconds}, seen |= 1u << 2;
+        else if (*key == "labels")
+            ok = readFloatMap(in, v, r.labels), seen |= 1u << 3;
+        else if (*key == "colors")
+            ok = readFloatMap(in, v, r.colors), seen |= 1u << 4;
+        else if (*key == "lines")
+            ok = readLines(in, v, r.lines), seen |= 1u << 5;
+        else if (*key == "altText")
+            ok = in.string(v, r.altText), seen |= 1u << 6;
+        else if (*key == "pixelWidth")
+            ok = in.integer(v, whole), r.pixelWidth = whole, seen |= 1u << 7;
+        else if (*key == "pixelHeight")
+            ok = in.integer(v, whole), r.pixelHeight = whole, seen |= 1u << 8;
+        else if (*key == "failed")
+            ok = in.boolean(v, r.failed), seen |= 1u << 9;
+        else if (*key == "langs")
+            ok = in.string(v, r.langs), seen |= 1u << 10;
+        else if (*key == "folded")
+            ok = in.string(v, r.folded), seen |= 1u << 11;
         else if (*key == "print") {
             QByteArray bytes;
             ok = in.data(v, bytes);
@@ -188,20 +207,18 @@ bool readRecord(const Reader& in, Reader::Ref ref, ImageRecord& r)
 
 const QStringList& ImageIndex::readableExtensions()
 {
-    static const QStringList extensions{QStringLiteral("png"),  QStringLiteral("jpg"),  QStringLiteral("jpeg"), QStringLiteral("heic"), QStringLiteral("heif"),
-                                        QStringLiteral("webp"), QStringLiteral("tiff"), QStringLiteral("tif"),  QStringLiteral("gif"),  QStringLiteral("bmp")};
+    static const QStringList extensions{
+        QStringLiteral("png"),  QStringLiteral("jpg"),  QStringLiteral("jpeg"), QStringLiteral("heic"),
+                                                                                               QStringLiteral("heif"), QStringLiteral("webp"), QStringLiteral("tiff"), QStringLiteral("tif"),
+                                                                                                                                                                                      QStringLiteral("gif"),  QStringLiteral("bmp")};
     return extensions;
 }
 
 ImageIndex::ImageIndex(QStringList languages, QHash<QString, ImageRecord> records)
     : languages(std::move(languages)), records(std::move(records))
-{
-}
+{ }
 
-QByteArray ImageIndex::encode() const
-{
-    return Encoder().encode(*this);
-}
+QByteArray ImageIndex::encode() const { return Encoder().encode(*this); }
 
 std::optional<ImageIndex> ImageIndex::decode(const QByteArray& data)
 {
@@ -213,9 +230,12 @@ std::optional<ImageIndex> ImageIndex::decode(const QByteArray& data)
     for (const auto& [k, v] : top) {
         const auto key = in.ascii(k);
         if (!key) continue;
-        if (*key == "version") version = v;
-        else if (*key == "languages") languages = v;
-        else if (*key == "records") records = v;
+        if (*key == "version")
+            version = v;
+        else if (*key == "languages")
+            languages = v;
+        else if (*key == "records")
+            records = v;
     }
     ImageIndex index;
     // The version decides first: an index of another version is never read further.
@@ -267,8 +287,8 @@ ImageIndex::SaveResult ImageIndex::save(const QString& file) const
 
 bool ImageIndex::isIndexable(const FileItem& item)
 {
-    return item.kind == FileKind::image && item.size > 0 && item.size < kMaxFileSize &&
-           readableExtensions().contains(item.ext);
+    return item.kind == FileKind::image && item.size > 0 && item.size < kMaxFileSize
+        && readableExtensions().contains(item.ext);
 }
 
 QList<FileItem> ImageIndex::pending(const QList<FileItem>& items, const QStringList& languages) const
@@ -280,8 +300,8 @@ QList<FileItem> ImageIndex::pending(const QList<FileItem>& items, const QStringL
         if (!isIndexable(item)) continue;
         if (lookUp) {
             const auto it = records.constFind(item.path);
-            if (it != records.cend() && it->langs == key && it->size == item.size &&
-                std::abs(it->modified - item.modified) <= kModifiedTolerance)
+            if (it != records.cend() && it->langs == key && it->size == item.size
+                && std::abs(it->modified - item.modified) <= kModifiedTolerance)
                 continue;
         }
         due.append(item);

@@ -21,10 +21,7 @@ bool readsBefore(const TextLine& a, const TextLine& b)
     return a.x < b.x;
 }
 
-void sortIntoReadingOrder(QList<TextLine>& lines)
-{
-    std::stable_sort(lines.begin(), lines.end(), readsBefore);
-}
+void sortIntoReadingOrder(QList<TextLine>& lines) { std::stable_sort(lines.begin(), lines.end(), readsBefore); }
 
 ImageRecord::ImageRecord(QString path, qint64 size, Date modified, QHash<QString, float> labels,
                          QHash<QString, float> colors, QList<TextLine> lines, QString altText,
@@ -91,9 +88,8 @@ size_t qHash(const ImageRecord& r, size_t seed) noexcept
     for (auto it = r.colors.cbegin(); it != r.colors.cend(); ++it) maps += qHashMulti(1, it.key(), it.value());
     size_t lines = seed;
     for (const TextLine& line : r.lines) lines = qHash(line, lines);
-    return qHashMulti(seed, r.path, r.size, r.modified.seconds, maps, lines, r.altText,
-                      r.print.value_or(QByteArray()), r.print.has_value(), r.pixelWidth, r.pixelHeight,
-                      r.failed, r.langs, r.folded);
+    return qHashMulti(seed, r.path, r.size, r.modified.seconds, maps, lines, r.altText, r.print.value_or(QByteArray()),
+                      r.print.has_value(), r.pixelWidth, r.pixelHeight, r.failed, r.langs, r.folded);
 }
 
 }  // namespace fennic

@@ -37,26 +37,26 @@ void sortIntoReadingOrder(QList<TextLine>& lines);
 // equal these field names. `folded` caches the folded text of the lines and altText so that
 // text search costs one substring test per record; call refold() after editing either.
 struct ImageRecord {
-    QString path;                   // absolute path, also the record's key in the index
-    qint64 size = 0;                // bytes when the file was read
-    Date modified;                  // modification date when the file was read
-    QHash<QString, float> labels;   // classifier label -> confidence (>= 0.03 only)
-    QHash<QString, float> colors;   // colour name -> share of the opaque pixels (>= 0.02 only)
-    QList<TextLine> lines;          // in reading order
-    QString altText;                // "" for analysed images
+    QString path;                     // absolute path, also the record's key in the index
+    qint64 size = 0;                  // bytes when the file was read
+    Date modified;                    // modification date when the file was read
+    QHash<QString, float> labels;     // classifier label -> confidence (>= 0.03 only)
+    QHash<QString, float> colors;     // colour name -> share of the opaque pixels (>= 0.02 only)
+    QList<TextLine> lines;            // in reading order
+    QString altText;                  // "" for analysed images
     std::optional<QByteArray> print;  // raw native-endian 32-bit floats, no header
     qint64 pixelWidth = 0;
     qint64 pixelHeight = 0;
-    bool failed = false;            // could not be opened or decoded
-    QString langs;                  // recognition languages in force, joined by ","
-    QString folded;                 // folded search text, see refold()
+    bool failed = false;  // could not be opened or decoded
+    QString langs;        // recognition languages in force, joined by ","
+    QString folded;       // folded search text, see refold()
 
     ImageRecord() = default;
     // A record as analysis or supplied data builds it: `langs` starts empty and `folded` is
     // computed from the lines and alt text.
-    ImageRecord(QString path, qint64 size, Date modified, QHash<QString, float> labels,
-                QHash<QString, float> colors, QList<TextLine> lines, QString altText,
-                std::optional<QByteArray> print, qint64 pixelWidth, qint64 pixelHeight, bool failed);
+    ImageRecord(QString path, qint64 size, Date modified, QHash<QString, float> labels, QHash<QString, float> colors,
+                QList<TextLine> lines, QString altText, std::optional<QByteArray> print, qint64 pixelWidth,
+                qint64 pixelHeight, bool failed);
 
     // The lines' text joined with "\n".
     QString text() const;

@@ -15,15 +15,9 @@ bool isWordCharacter(QChar c)
 
 namespace {
 
-QString percent(float share)
-{
-    return QString::number(int(std::lround(share * 100.0f))) + u'%';
-}
+QString percent(float share) { return QString::number(int(std::lround(share * 100.0f))) + u'%'; }
 
-QString quoted(const QString& word)
-{
-    return u'“' % word % QStringLiteral("” in text");
-}
+QString quoted(const QString& word) { return u'“' % word % QStringLiteral("” in text"); }
 
 }  // namespace
 
@@ -71,7 +65,8 @@ std::optional<VisualMatch> LabelEngine::score(const ImageRecord& record, const V
                 const float evidence = std::min(1.0f, it.value() * weight * discount);
                 float& best = labelEvidenceOf[size_t(target)];
                 const QString*& label = bestLabelOf[size_t(target)];
-                if (evidence > best || (evidence == best && label && users.key() < *label)) best = evidence, label = &users.key();
+                if (evidence > best || (evidence == best && label && users.key() < *label))
+                    best = evidence, label = &users.key();
             }
         }
     }
@@ -97,13 +92,14 @@ std::optional<VisualMatch> LabelEngine::score(const ImageRecord& record, const V
         int telltales = 0;
         for (qsizetype t = 0; t < part.telltales.size(); ++t) {
             const bool present = scan && size_t(t) < scan->telltaleNeedle[size_t(index)].size()
-                                     ? found[size_t(scan->telltaleNeedle[size_t(index)][size_t(t)])]
-                                     : containsWord(record.folded, part.telltales[t]);
+                ? found[size_t(scan->telltaleNeedle[size_t(index)][size_t(t)])]
+                : containsWord(record.folded, part.telltales[t]);
             if (!present) continue;
             if (!telltale) telltale = &part.telltales[t];
             ++telltales;
         }
-        const bool wordInText = scan ? found[size_t(scan->wordNeedle[size_t(index)])] : containsWord(record.folded, part.word);
+        const bool wordInText =
+            scan ? found[size_t(scan->wordNeedle[size_t(index)])] : containsWord(record.folded, part.word);
         const float telltaleEvidence = telltales > 0 ? kTelltaleEvidence : 0.0f;
         const float wordEvidence = wordInText ? kWordEvidence : 0.0f;
         const float evidence = 1.0f - (1.0f - labelEvidence) * (1.0f - telltaleEvidence) * (1.0f - wordEvidence);
@@ -135,8 +131,8 @@ std::optional<VisualMatch> LabelEngine::score(const ImageRecord& record, const V
     match.matched = conceptsSeen + coloursSeen;
     if (match.matched == 0) return std::nullopt;
     match.path = record.path;
-    match.score = kPartWeight * float(match.matched) + kEvidenceWeight * evidenceSum / float(parts) +
-                  kTelltaleBonus * float(std::min(extraTelltales, 10));
+    match.score = kPartWeight * float(match.matched) + kEvidenceWeight * evidenceSum / float(parts)
+        + kTelltaleBonus * float(std::min(extraTelltales, 10));
     return match;
 }
 

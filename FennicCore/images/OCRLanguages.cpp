@@ -13,12 +13,12 @@ namespace {
 // Recognition language identifiers and the Tesseract data that reads each, in the order in
 // which supported() lists them.
 constexpr std::array<std::pair<const char*, const char*>, 28> kCodes{{
-    {"en-US", "eng"},   {"es-ES", "spa"},   {"zh-Hans", "chi_sim"}, {"zh-Hant", "chi_tra"}, {"ja-JP", "jpn"},
-    {"ko-KR", "kor"},   {"hi-IN", "hin"},   {"fr-FR", "fra"},       {"de-DE", "deu"},       {"it-IT", "ita"},
-    {"pt-BR", "por"},   {"ru-RU", "rus"},   {"uk-UA", "ukr"},       {"nl-NL", "nld"},       {"sv-SE", "swe"},
-    {"da-DK", "dan"},   {"nb-NO", "nor"},   {"fi-FI", "fin"},       {"pl-PL", "pol"},       {"cs-CZ", "ces"},
-    {"tr-TR", "tur"},   {"ar-SA", "ara"},   {"he-IL", "heb"},       {"el-GR", "ell"},       {"th-TH", "tha"},
-    {"vi-VN", "vie"},   {"id-ID", "ind"},   {"ro-RO", "ron"},
+    {"en-US", "eng"}, {"es-ES", "spa"}, {"zh-Hans", "chi_sim"}, {"zh-Hant", "chi_tra"}, {"ja-JP", "jpn"},
+    {"ko-KR", "kor"}, {"hi-IN", "hin"}, {"fr-FR", "fra"},       {"de-DE", "deu"},       {"it-IT", "ita"},
+    {"pt-BR", "por"}, {"ru-RU", "rus"}, {"uk-UA", "ukr"},       {"nl-NL", "nld"},       {"sv-SE", "swe"},
+    {"da-DK", "dan"}, {"nb-NO", "nor"}, {"fi-FI", "fin"},       {"pl-PL", "pol"},       {"cs-CZ", "ces"},
+    {"tr-TR", "tur"}, {"ar-SA", "ara"}, {"he-IL", "heb"},       {"el-GR", "ell"},       {"th-TH", "tha"},
+    {"vi-VN", "vie"}, {"id-ID", "ind"}, {"ro-RO", "ron"},
 }};
 
 QStringList readSupported()
@@ -49,15 +49,17 @@ QString languageCode(const QString& identifier)
 
 const QStringList& wanted()
 {
-    static const QStringList list{QStringLiteral("en-US"), QStringLiteral("es-ES"), QStringLiteral("zh-Hans"),
-                                  QStringLiteral("ja-JP"), QStringLiteral("ko-KR"), QStringLiteral("hi-IN")};
+    static const QStringList list{
+        QStringLiteral("en-US"), QStringLiteral("es-ES"), QStringLiteral("zh-Hans"),
+                                                                         QStringLiteral("ja-JP"), QStringLiteral("ko-KR"), QStringLiteral("hi-IN")};
     return list;
 }
 
 const QStringList& cjk()
 {
-    static const QStringList list{QStringLiteral("zh-Hans"),  QStringLiteral("zh-Hant"), QStringLiteral("yue-Hans"),
-                                  QStringLiteral("yue-Hant"), QStringLiteral("ja-JP"),   QStringLiteral("ko-KR")};
+    static const QStringList list{
+        QStringLiteral("zh-Hans"),  QStringLiteral("zh-Hant"), QStringLiteral("yue-Hans"),
+                                                                              QStringLiteral("yue-Hant"), QStringLiteral("ja-JP"),   QStringLiteral("ko-KR")};
     return list;
 }
 
@@ -129,8 +131,10 @@ Resolved resolve(const QStringList& requested, const QStringList& supported)
         (supported.contains(language) ? result.use : result.unavailable).append(language);
     }
     if (result.use.isEmpty()) {
-        if (supported.contains(QStringLiteral("en-US"))) result.use = {QStringLiteral("en-US")};
-        else result.use = supported.mid(0, 3);
+        if (supported.contains(QStringLiteral("en-US")))
+            result.use = {QStringLiteral("en-US")};
+        else
+            result.use = supported.mid(0, 3);
     }
     // Tesseract, like other recognisers, reads Chinese, Japanese and Korean reliably only when
     // their data leads the list.
@@ -161,8 +165,8 @@ QString name(const QString& identifier, const QString& locale)
     char code[ULOC_LANG_CAPACITY] = {};
     UErrorCode codeStatus = U_ZERO_ERROR;
     uloc_getLanguage(icuId, code, sizeof code, &codeStatus);
-    if (U_FAILURE(status) || languageLength <= 0 ||
-        QString::fromUtf16(language, languageLength) == QString::fromLatin1(code))
+    if (U_FAILURE(status) || languageLength <= 0
+        || QString::fromUtf16(language, languageLength) == QString::fromLatin1(code))
         return identifier;
 
     UChar display[256] = {};
@@ -183,10 +187,8 @@ bool hasHanOrKana(const QString& text)
         switch (QChar::script(c)) {
         case QChar::Script_Han:
         case QChar::Script_Hiragana:
-        case QChar::Script_Katakana:
-            return true;
-        default:
-            break;
+        case QChar::Script_Katakana: return true;
+        default: break;
         }
     }
     return false;

@@ -13,8 +13,8 @@ int TextNeedles::add(const QString& needle)
         // Views of the stored copy stay valid: a QString's characters do not move with it.
         m_storage.append(needle);
         m_words[QStringView(m_storage.last())].append(index);
-    }
-    else m_others.append({needle, index});
+    } else
+        m_others.append({needle, index});
     return index;
 }
 

@@ -22,7 +22,7 @@ public:
     void find(const QString& text, std::vector<bool>& found) const;
 
 private:
-    QStringList m_storage;                     // owns the text m_words' views point into
+    QStringList m_storage;                    // owns the text m_words' views point into
     QHash<QStringView, QList<int>> m_words;   // single words -> needle indices
     QList<std::pair<QString, int>> m_others;  // phrases and punctuation
     int m_count = 0;

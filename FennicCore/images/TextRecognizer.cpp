@@ -37,8 +37,7 @@ struct Api {
     decltype(&TessDeleteText) deleteText = nullptr;
 };
 
-template <typename F>
-bool resolveSymbol(void* library, const char* name, F& slot)
+template <typename F> bool resolveSymbol(void* library, const char* name, F& slot)
 {
     slot = reinterpret_cast<F>(dlsym(library, name));
     return slot != nullptr;
@@ -60,28 +59,29 @@ const Api* loadApi()
         if (auto setLevels = reinterpret_cast<SetMaxActiveLevels>(dlsym(library, "omp_set_max_active_levels")))
             setLevels(0);
     auto api = std::make_unique<Api>();
-    const bool ok = resolveSymbol(library, "TessBaseAPICreate", api->create) &&
-                    resolveSymbol(library, "TessBaseAPIDelete", api->destroy) &&
-                    resolveSymbol(library, "TessBaseAPIInit2", api->init) &&
-                    resolveSymbol(library, "TessBaseAPISetVariable", api->setVariable) &&
-                    resolveSymbol(library, "TessBaseAPISetPageSegMode", api->setPageSegMode) &&
-                    resolveSymbol(library, "TessBaseAPISetImage", api->setImage) &&
-                    resolveSymbol(library, "TessBaseAPISetSourceResolution", api->setResolution) &&
-                    resolveSymbol(library, "TessBaseAPIRecognize", api->recognize) &&
-                    resolveSymbol(library, "TessBaseAPIGetIterator", api->getIterator) &&
-                    resolveSymbol(library, "TessBaseAPIClear", api->clear) &&
-                    resolveSymbol(library, "TessResultIteratorGetPageIterator", api->pageIterator) &&
-                    resolveSymbol(library, "TessPageIteratorBoundingBox", api->boundingBox) &&
-                    resolveSymbol(library, "TessResultIteratorGetUTF8Text", api->utf8Text) &&
-                    resolveSymbol(library, "TessResultIteratorConfidence", api->confidence) &&
-                    resolveSymbol(library, "TessResultIteratorNext", api->next) &&
-                    resolveSymbol(library, "TessResultIteratorDelete", api->deleteIterator) &&
-                    resolveSymbol(library, "TessDeleteText", api->deleteText);
+    const bool ok = resolveSymbol(library, "TessBaseAPICreate", api->create)
+        && resolveSymbol(library, "TessBaseAPIDelete", api->destroy)
+        && resolveSymbol(library, "TessBaseAPIInit2", api->init)
+        && resolveSymbol(library, "TessBaseAPISetVariable", api->setVariable)
+        && resolveSymbol(library, "TessBaseAPISetPageSegMode", api->setPageSegMode)
+        && resolveSymbol(library, "TessBaseAPISetImage", api->setImage)
+        && resolveSymbol(library, "TessBaseAPISetSourceResolution", api->setResolution)
+        && resolveSymbol(library, "TessBaseAPIRecognize", api->recognize)
+        && resolveSymbol(library, "TessBaseAPIGetIterator", api->getIterator)
+        && resolveSymbol(library, "TessBaseAPIClear", api->clear)
+        && resolveSymbol(library, "TessResultIteratorGetPageIterator", api->pageIterator)
+        && resolveSymbol(library, "TessPageIteratorBoundingBox", api->boundingBox)
+        && resolveSymbol(library, "TessResultIteratorGetUTF8Text", api->utf8Text)
+        && resolveSymbol(library, "TessResultIteratorConfidence", api->confidence)
+        && resolveSymbol(library, "TessResultIteratorNext", api->next)
+        && resolveSymbol(library, "TessResultIteratorDelete", api->deleteIterator)
+        && resolveSymbol(library, "TessDeleteText", api->deleteText);
     // Leptonica, loaded with Tesseract, reports things like boxes clipped at the picture's edge
     // on standard error; none of them is for the user.
     using SetSeverity = int (*)(int);
     constexpr int kLeptonicaSilent = 6;  // L_SEVERITY_NONE
-    if (auto setSeverity = reinterpret_cast<SetSeverity>(dlsym(library, "setMsgSeverity"))) setSeverity(kLeptonicaSilent);
+    if (auto setSeverity = reinterpret_cast<SetSeverity>(dlsym(library, "setMsgSeverity")))
+        setSeverity(kLeptonicaSilent);
     // The library stays loaded for the life of the process (its recognisers live as long).
     return ok ? api.release() : nullptr;
 }
@@ -118,17 +118,15 @@ Engine* engineFor(const QString& languages)
     // Tesseract's own notices (resolution estimates and the like) are not for the user.
     tess->setVariable(engine->handle, "debug_file", "/dev/null");
     const QByteArray path = QFile::encodeName(OCRLanguages::dataPath());
-    engine->ready = tess->init(engine->handle, path.constData(), languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY) == 0;
+    engine->ready =
+        tess->init(engine->handle, path.constData(), languages.toUtf8().constData(), tesseract::OEM_LSTM_ONLY) == 0;
     pool->insert(languages, engine);
     return engine->ready ? engine : nullptr;
 }
 
 }  // namespace
 
-bool available()
-{
-    return api() != nullptr;
-}
+bool available() { return api() != nullptr; }
 
 std::optional<QList<Line>> recognize(const QImage& image, const QString& languages, Layout layout)
 {
@@ -143,7 +141,8 @@ std::optional<QList<Line>> recognize(const QImage& image, const QString& languag
 
     QList<Line> lines;
     std::lock_guard guard(engine->lock);
-    tess->setPageSegMode(engine->handle, layout == Layout::singleLine ? tesseract::PSM_SINGLE_LINE : tesseract::PSM_AUTO);
+    tess->setPageSegMode(engine->handle,
+                         layout == Layout::singleLine ? tesseract::PSM_SINGLE_LINE : tesseract::PSM_AUTO);
     tess->setImage(engine->handle, pixels.constBits(), pixels.width(), pixels.height(), grey ? 1 : 3,
                    int(pixels.bytesPerLine()));
     // The picture's own resolution, as the tesseract command takes it from a file; Tesseract
@@ -162,7 +161,8 @@ std::optional<QList<Line>> recognize(const QImage& image, const QString& languag
             tess->deleteText(text);
             if (trimmed.isEmpty()) continue;
             int left = 0, top = 0, right = 0, bottom = 0;
-            if (!tess->boundingBox(tess->pageIterator(it), tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom)) continue;
+            if (!tess->boundingBox(tess->pageIterator(it), tesseract::RIL_TEXTLINE, &left, &top, &right, &bottom))
+                continue;
             const float confidence = std::clamp(tess->confidence(it, tesseract::RIL_TEXTLINE) / 100.0f, 0.0f, 1.0f);
             lines.append(Line{trimmed, QRect(QPoint(left, top), QPoint(right - 1, bottom - 1)), confidence});
         } while (tess->next(it, tesseract::RIL_TEXTLINE));

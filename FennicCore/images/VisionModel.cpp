@@ -23,8 +23,8 @@ constexpr double kCropShare = 0.875;
 
 bool isComplete(const QString& folder)
 {
-    return QFileInfo(QDir(folder).filePath(QString::fromLatin1(kNetworkFile))).isFile() &&
-           QFileInfo(QDir(folder).filePath(QString::fromLatin1(kLabelsFile))).isFile();
+    return QFileInfo(QDir(folder).filePath(QString::fromLatin1(kNetworkFile))).isFile()
+        && QFileInfo(QDir(folder).filePath(QString::fromLatin1(kLabelsFile))).isFile();
 }
 
 std::mutex& sharedLock()
@@ -53,7 +53,7 @@ struct VisionModel::Impl {
     QStringList identifiers;
 };
 
-VisionModel::VisionModel() : m_impl(std::make_unique<Impl>()) {}
+VisionModel::VisionModel() : m_impl(std::make_unique<Impl>()) { }
 VisionModel::~VisionModel() = default;
 
 std::optional<QString> VisionModel::locate()
@@ -73,8 +73,8 @@ std::optional<QString> VisionModel::locate()
         if (isComplete(candidate)) return candidate;
         if (!dir.cdUp()) break;
     }
-    const QString user = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
-                         QStringLiteral("/fennic/models/") + name;
+    const QString user = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+        + QStringLiteral("/fennic/models/") + name;
     if (isComplete(user)) return user;
     return std::nullopt;
 }
@@ -130,10 +130,7 @@ std::unique_ptr<VisionModel> VisionModel::load(const QString& folder)
     return model;
 }
 
-const QStringList& VisionModel::identifiers() const
-{
-    return m_impl->identifiers;
-}
+const QStringList& VisionModel::identifiers() const { return m_impl->identifiers; }
 
 std::optional<VisionModel::Result> VisionModel::run(const QImage& image) const
 {

@@ -21,10 +21,10 @@ struct VisualQuery {
         friend bool operator==(const Concept&, const Concept&) = default;
     };
 
-    QString raw;             // the description as typed
-    QList<Concept> concepts; // one per content word, in the order typed
-    QStringList colors;      // colour names asked for, each once, in the order typed
-    QStringList words;       // the content words (not colours), folded, in the order typed
+    QString raw;              // the description as typed
+    QList<Concept> concepts;  // one per content word, in the order typed
+    QStringList colors;       // colour names asked for, each once, in the order typed
+    QStringList words;        // the content words (not colours), folded, in the order typed
 
     // The query arranged for scoring many records: which concepts each label serves (so a
     // record's few labels are looked up in one small table) and, when there are more than a
@@ -33,9 +33,9 @@ struct VisualQuery {
     // missing or out of date.
     struct Prepared {
         QHash<QString, QList<std::pair<int, float>>> labelConcepts;  // label -> (concept, weight)
-        bool scanText = false;                        // use the needles below
+        bool scanText = false;                                       // use the needles below
         TextNeedles needles;
-        std::vector<int> wordNeedle;                  // per concept
+        std::vector<int> wordNeedle;                   // per concept
         std::vector<std::vector<int>> telltaleNeedle;  // per concept, per telltale
     };
     std::shared_ptr<const Prepared> prepared;

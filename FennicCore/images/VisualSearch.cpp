@@ -25,8 +25,7 @@ int occurrences(const QString& text, const QString& word)
 
 // Scores every record, on two threads for large sets (a search over tens of thousands of
 // records is bound by reading them from memory), keeping the records' order.
-template <typename Score>
-QList<VisualMatch> scoreAll(const QList<ImageRecord>& records, const Score& score)
+template <typename Score> QList<VisualMatch> scoreAll(const QList<ImageRecord>& records, const Score& score)
 {
     constexpr qsizetype kParallelFrom = 4096;
     auto run = [&records, &score](qsizetype from, qsizetype to, QList<VisualMatch>& out) {
@@ -131,7 +130,8 @@ QList<VisualMatch> text(const QString& query, const QList<ImageRecord>& records)
 {
     const QStringList words = textWords(query);
     if (words.isEmpty()) return {};
-    QList<VisualMatch> matches = scoreAll(records, [&words](const ImageRecord& record) { return textMatch(words, record); });
+    QList<VisualMatch> matches =
+        scoreAll(records, [&words](const ImageRecord& record) { return textMatch(words, record); });
     sortBest(matches);
     return matches;
 }
@@ -146,8 +146,7 @@ QList<VisualMatch> describe(const QString& query, const QList<ImageRecord>& reco
     return matches;
 }
 
-QList<VisualMatch> everything(const QString& query, const QList<ImageRecord>& records,
-                              const DescriptionEngine& engine)
+QList<VisualMatch> everything(const QString& query, const QList<ImageRecord>& records, const DescriptionEngine& engine)
 {
     QList<VisualMatch> merged = text(query, records);
     QHash<QString, qsizetype> at;
@@ -230,7 +229,8 @@ std::optional<float> visualScore(const VisualQuery& query, const ImageRecord& re
     static const LabelEngine engine;
     std::optional<float> best;
     if (const auto match = engine.score(record, query)) best = match->score;
-    if (const auto match = textMatch(query.words, record); match && (!best || match->score > *best)) best = match->score;
+    if (const auto match = textMatch(query.words, record); match && (!best || match->score > *best))
+        best = match->score;
     return best;
 }
 

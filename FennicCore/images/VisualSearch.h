@@ -20,9 +20,13 @@ namespace fennic::VisualSearch {
 // and look-alikes. Nothing here opens a file; every function is pure and thread-safe. Over
 // large sets text() and describe() use one helper thread besides the calling one.
 
-enum class Mode { everything, text, describe };
-QString rawValue(Mode mode);   // "everything", "text", "describe"
-QString title(Mode mode);      // "Everything", "Words in images", "What’s in them"
+enum class Mode {
+    everything,
+    text,
+    describe
+};
+QString rawValue(Mode mode);  // "everything", "text", "describe"
+QString title(Mode mode);     // "Everything", "Words in images", "What’s in them"
 std::optional<Mode> modeFromRawValue(const QString& raw);
 
 // Beyond this distance two pictures are unrelated; "More like this" asks within it.
@@ -45,8 +49,7 @@ QList<VisualMatch> describe(const QString& query, const QList<ImageRecord>& reco
 
 // Both searches over the same records; a picture found by both keeps its better score and
 // both sets of reasons. Best first, stable.
-QList<VisualMatch> everything(const QString& query, const QList<ImageRecord>& records,
-                              const DescriptionEngine& engine);
+QList<VisualMatch> everything(const QString& query, const QList<ImageRecord>& records, const DescriptionEngine& engine);
 
 // The boxes (in TextLine's lower-left-origin fractions: x, y, w, h) of the record's lines
 // that contain any of the query's words, for drawing highlights over the picture.

@@ -28,11 +28,10 @@ const QHash<QString, QString>& irregularPlurals()
     static const QHash<QString, QString> table = [] {
         QHash<QString, QString> t;
         const std::pair<const char*, const char*> rows[] = {
-            {"children", "child"}, {"men", "man"},       {"women", "woman"},   {"mice", "mouse"},
-            {"geese", "goose"},    {"feet", "foot"},     {"teeth", "tooth"},   {"knives", "knife"},
-            {"leaves", "leaf"},    {"wolves", "wolf"},   {"shelves", "shelf"}, {"loaves", "loaf"},
-            {"kids", "kid"},       {"people", "people"}, {"sheep", "sheep"},   {"fish", "fish"},
-            {"dice", "die"},       {"calves", "calf"},   {"halves", "half"},   {"lives", "life"},
+            {"children", "child"}, {"men", "man"},     {"women", "woman"},  {"mice", "mouse"},    {"geese", "goose"},
+            {"feet", "foot"},      {"teeth", "tooth"}, {"knives", "knife"}, {"leaves", "leaf"},   {"wolves", "wolf"},
+            {"shelves", "shelf"},  {"loaves", "loaf"}, {"kids", "kid"},     {"people", "people"}, {"sheep", "sheep"},
+            {"fish", "fish"},      {"dice", "die"},    {"calves", "calf"},  {"halves", "half"},   {"lives", "life"},
         };
         for (const auto& [plural, single] : rows) t.insert(QString::fromLatin1(plural), QString::fromLatin1(single));
         return t;
@@ -42,8 +41,8 @@ const QHash<QString, QString>& irregularPlurals()
 
 bool known(const QString& word)
 {
-    return synonyms().contains(word) || telltaleWords().contains(word) || colorWords().contains(word) ||
-           allLabels().contains(word);
+    return synonyms().contains(word) || telltaleWords().contains(word) || colorWords().contains(word)
+        || allLabels().contains(word);
 }
 
 }  // namespace
@@ -51,17 +50,17 @@ bool known(const QString& word)
 const QSet<QString>& stopWords()
 {
     static const QSet<QString> words = setOf({
-        "a",       "an",     "the",        "of",       "in",      "on",         "at",     "with",    "and",
-        "or",      "by",     "near",       "some",     "my",      "our",        "your",   "his",     "her",
-        "their",   "this",   "that",       "these",    "those",   "there",      "is",     "are",     "was",
-        "were",    "be",     "it",         "its",      "to",      "from",       "for",    "photo",   "photos",
-        "picture", "pictures", "image",    "images",   "pic",     "pics",       "shot",   "showing", "shows",
-        "show",    "has",    "have",       "having",   "containing", "contains", "like",  "looks",   "look",
-        "kind",    "sort",   "lot",        "lots",     "few",     "one",        "two",    "three",   "big",
-        "small",   "little", "large",      "tiny",     "nice",    "beautiful",  "pretty", "old",     "new",
-        "any",     "just",   "where",      "what",     "which",   "who",        "me",     "i",       "we",
-        "you",     "find",   "see",        "seen",     "next",    "front",      "behind", "under",   "over",
-        "into",    "onto",   "inside",     "outside",  "middle",  "top",        "bottom", "left",    "right",
+        "a",          "an",         "the",    "of",      "in",         "on",        "at",     "with",    "and",
+        "or",         "by",         "near",   "some",    "my",         "our",       "your",   "his",     "her",
+        "their",      "this",       "that",   "these",   "those",      "there",     "is",     "are",     "was",
+        "were",       "be",         "it",     "its",     "to",         "from",      "for",    "photo",   "photos",
+        "picture",    "pictures",   "image",  "images",  "pic",        "pics",      "shot",   "showing", "shows",
+        "show",       "has",        "have",   "having",  "containing", "contains",  "like",   "looks",   "look",
+        "kind",       "sort",       "lot",    "lots",    "few",        "one",       "two",    "three",   "big",
+        "small",      "little",     "large",  "tiny",    "nice",       "beautiful", "pretty", "old",     "new",
+        "any",        "just",       "where",  "what",    "which",      "who",       "me",     "i",       "we",
+        "you",        "find",       "see",    "seen",    "next",       "front",     "behind", "under",   "over",
+        "into",       "onto",       "inside", "outside", "middle",     "top",       "bottom", "left",    "right",
         "background", "foreground",
     });
     return words;
@@ -72,13 +71,13 @@ const QHash<QString, QString>& colorWords()
     static const QHash<QString, QString> words = [] {
         QHash<QString, QString> t;
         const std::pair<const char*, const char*> rows[] = {
-            {"red", "red"},       {"crimson", "red"},   {"scarlet", "red"},    {"orange", "orange"},
-            {"yellow", "yellow"}, {"golden", "yellow"}, {"gold", "yellow"},    {"green", "green"},
-            {"teal", "teal"},     {"turquoise", "teal"}, {"cyan", "teal"},     {"aqua", "teal"},
-            {"blue", "blue"},     {"navy", "blue"},     {"azure", "blue"},     {"purple", "purple"},
-            {"violet", "purple"}, {"lavender", "purple"}, {"pink", "pink"},    {"magenta", "pink"},
-            {"brown", "brown"},   {"beige", "brown"},   {"tan", "brown"},      {"white", "white"},
-            {"grey", "gray"},     {"gray", "gray"},     {"silver", "gray"},    {"black", "black"},
+            {"red", "red"},       {"crimson", "red"},     {"scarlet", "red"}, {"orange", "orange"},
+            {"yellow", "yellow"}, {"golden", "yellow"},   {"gold", "yellow"}, {"green", "green"},
+            {"teal", "teal"},     {"turquoise", "teal"},  {"cyan", "teal"},   {"aqua", "teal"},
+            {"blue", "blue"},     {"navy", "blue"},       {"azure", "blue"},  {"purple", "purple"},
+            {"violet", "purple"}, {"lavender", "purple"}, {"pink", "pink"},   {"magenta", "pink"},
+            {"brown", "brown"},   {"beige", "brown"},     {"tan", "brown"},   {"white", "white"},
+            {"grey", "gray"},     {"gray", "gray"},       {"silver", "gray"}, {"black", "black"},
             {"dark", "black"},
         };
         for (const auto& [word, colour] : rows) t.insert(QString::fromLatin1(word), QString::fromLatin1(colour));
@@ -89,29 +88,31 @@ const QHash<QString, QString>& colorWords()
 
 const QSet<QString>& broadLabels()
 {
-    static const QSet<QString> labels = setOf({"outdoor", "structure", "material", "conveyance", "machine", "daytime",
-                                               "land", "people", "adult", "consumer_electronics", "liquid",
-                                               "recreation"});
+    static const QSet<QString> labels =
+        setOf({"outdoor", "structure", "material", "conveyance", "machine", "daytime", "land", "people", "adult",
+               "consumer_electronics", "liquid", "recreation"});
     return labels;
 }
 
 const QHash<QString, QStringList>& telltaleWords()
 {
     static const QHash<QString, QStringList> table{
-        {QStringLiteral("coffee"), listOf({"coffee", "cafe", "café", "latte", "cappuccino", "espresso", "flat white",
-                                          "americano", "mocha", "macchiato"})},
-        {QStringLiteral("cup"), listOf({"cup", "latte", "cappuccino", "espresso", "flat white", "mug"})},
-        {QStringLiteral("tea"), listOf({"tea", "chai", "matcha"})},
-        {QStringLiteral("receipt"), listOf({"receipt", "total", "subtotal", "tax", "vat", "change", "cash", "visa",
-                                           "mastercard", "amount", "paid"})},
-        {QStringLiteral("bill"), listOf({"total", "subtotal", "tax", "amount due", "invoice", "bill"})},
-        {QStringLiteral("invoice"), listOf({"invoice", "amount due", "bill to", "total"})},
-        {QStringLiteral("menu"), listOf({"menu", "starters", "mains", "desserts"})},
-        {QStringLiteral("ticket"), listOf({"ticket", "boarding", "gate", "seat", "admit"})},
-        {QStringLiteral("passport"), listOf({"passport"})},
-        {QStringLiteral("chart"), listOf({"revenue", "growth", "%"})},
-        {QStringLiteral("map"), listOf({"street", "road", "avenue"})},
-    };
+        {QStringLiteral("coffee"),
+                        listOf({"coffee", "cafe", "café", "latte", "cappuccino", "espresso", "flat white", "americano",
+                                "mocha", "macchiato"})},
+         {QStringLiteral("cup"), listOf({"cup", "latte", "cappuccino", "espresso", "flat white", "mug"})},
+          {QStringLiteral("tea"), listOf({"tea", "chai", "matcha"})},
+           {QStringLiteral("receipt"),
+                           listOf({"receipt", "total", "subtotal", "tax", "vat", "change", "cash", "visa", "mastercard",
+                                   "amount", "paid"})},
+            {QStringLiteral("bill"), listOf({"total", "subtotal", "tax", "amount due", "invoice", "bill"})},
+             {QStringLiteral("invoice"), listOf({"invoice", "amount due", "bill to", "total"})},
+              {QStringLiteral("menu"), listOf({"menu", "starters", "mains", "desserts"})},
+               {QStringLiteral("ticket"), listOf({"ticket", "boarding", "gate", "seat", "admit"})},
+                {QStringLiteral("passport"), listOf({"passport"})},
+                 {QStringLiteral("chart"), listOf({"revenue", "growth", "%"})},
+                  {QStringLiteral("map"), listOf({"street", "road", "avenue"})},
+                 };
     return table;
 }
 
@@ -123,7 +124,8 @@ QString stem(const QString& word)
     // common English rules decide.
     QStringList candidates;
     if (word.endsWith(u"ies")) candidates.append(word.chopped(3) + u'y');
-    if (word.endsWith(u"ves")) candidates.append(word.chopped(3) + u'f'), candidates.append(word.chopped(3) + QStringLiteral("fe"));
+    if (word.endsWith(u"ves"))
+        candidates.append(word.chopped(3) + u'f'), candidates.append(word.chopped(3) + QStringLiteral("fe"));
     if (word.endsWith(u"es")) candidates.append(word.chopped(2));
     if (word.endsWith(u's')) candidates.append(word.chopped(1));
     for (const QString& candidate : candidates)

@@ -5,13 +5,13 @@
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
+#include <limits>
 #include <plist/plist.h>
+#include <string>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
 #include <unistd.h>
-#include <limits>
-#include <string>
 #include <vector>
 
 // Directory-relative attribute calls (Linux 6.13). The numbers are shared by the architectures
@@ -70,7 +70,8 @@ ssize_t getValue(const Target& t, const char* name, void* value, size_t size)
 #ifdef SYS_getxattrat
     if (t.dirfd != AT_FDCWD && g_haveAtCalls.load(std::memory_order_relaxed)) {
         XattrArgs args{quint64(reinterpret_cast<quintptr>(value)), quint32(size), 0};
-        const long r = ::syscall(SYS_getxattrat, t.dirfd, t.name, t.follow ? 0 : AT_SYMLINK_NOFOLLOW, name, &args, sizeof args);
+        const long r =
+            ::syscall(SYS_getxattrat, t.dirfd, t.name, t.follow ? 0 : AT_SYMLINK_NOFOLLOW, name, &args, sizeof args);
         if (r >= 0 || errno != ENOSYS) return r;
         g_haveAtCalls.store(false, std::memory_order_relaxed);
     }
@@ -108,11 +109,16 @@ Present list(const Target& t)
     for (const char* p = buf; p < buf + n;) {
         const size_t len = ::strnlen(p, size_t(buf + n - p));
         const QByteArrayView name(p, qsizetype(len));
-        if (name == kOrigin) present.origin = true;
-        else if (name == kReferrer) present.referrer = true;
-        else if (name == kWhereFromUser) present.whereFromUser = true;
-        else if (name == kWhereFromOsx) present.whereFromOsx = true;
-        else if (name == kCaptureUser || name == kCaptureOsx) present.screenCapture = true;
+        if (name == kOrigin)
+            present.origin = true;
+        else if (name == kReferrer)
+            present.referrer = true;
+        else if (name == kWhereFromUser)
+            present.whereFromUser = true;
+        else if (name == kWhereFromOsx)
+            present.whereFromOsx = true;
+        else if (name == kCaptureUser || name == kCaptureOsx)
+            present.screenCapture = true;
         p += len + 1;
     }
     return present;
@@ -184,7 +190,8 @@ QStringList decodeStringArray(const QByteArray& data)
 bool hasScreenshotName(const QString& name)
 {
     static constexpr QLatin1StringView kPrefixes[] = {QLatin1StringView("screenshot"), QLatin1StringView("screen shot"),
-                                                      QLatin1StringView("cleanshot"), QLatin1StringView("simulator screen")};
+                                                      QLatin1StringView("cleanshot"),
+                                                      QLatin1StringView("simulator screen")};
     // Most names are ASCII at the front and compare without lower-casing into a new string.
     // A character outside ASCII there could lower-case into one (the dotted capital I does),
     // so then the whole name is lower-cased as the rule says.
@@ -232,7 +239,7 @@ qint64 directorySize(int dirfd)
     }
     for (const auto& [name, type] : entries) {
         unsigned char t = type;
-        struct statx stx {};
+        struct statx stx { };
         if (t == DT_REG || t == DT_UNKNOWN) {
             if (::statx(dirfd, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_SIZE, &stx) != 0)
                 continue;
@@ -275,15 +282,15 @@ EntryValues valuesFrom(const struct statx& stx, bool isPackage, bool isCloudPlac
     if (mask & STATX_MTIME) v.modified = date(stx.stx_mtime);
     if (mask & STATX_CTIME) v.added = date(stx.stx_ctime);
     if (mask & STATX_ATIME) v.accessed = date(stx.stx_atime);
-    if (mask & STATX_BTIME) v.created = date(stx.stx_btime);
-    else if (v.modified && v.added) v.created = std::min(*v.modified, *v.added);
-    else v.created = v.modified ? v.modified : v.added;
+    if (mask & STATX_BTIME)
+        v.created = date(stx.stx_btime);
+    else if (v.modified && v.added)
+        v.created = std::min(*v.modified, *v.added);
+    else
+        v.created = v.modified ? v.modified : v.added;
     return v;
 }
 
-bool isCloudPlaceholderName(QByteArrayView name)
-{
-    return name.endsWith(".nextcloud") || name.endsWith(".owncloud");
-}
+bool isCloudPlaceholderName(QByteArrayView name) { return name.endsWith(".nextcloud") || name.endsWith(".owncloud"); }
 
 }  // namespace fennic::FileAttributes

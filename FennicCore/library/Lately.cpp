@@ -125,10 +125,10 @@ QList<Group> groups(const QList<FileItem>& items, Date now, const Calendar& cale
         if (item.kind == FileKind::app) continue;
         const Date d = item.date();
         if (d < cutoff || d > latest) continue;
-        const Bucket b = d >= todayStart       ? Bucket::today
-                         : d >= yesterdayStart ? Bucket::yesterday
-                         : d >= weekStart      ? Bucket::thisWeek
-                                               : Bucket::earlier;
+        const Bucket b = d >= todayStart ? Bucket::today
+            : d >= yesterdayStart        ? Bucket::yesterday
+            : d >= weekStart             ? Bucket::thisWeek
+                                         : Bucket::earlier;
         buckets[static_cast<size_t>(b)].push_back(SortEntry{0, item.path, &item});
     }
 

@@ -16,14 +16,18 @@
 namespace fennic::Lately {
 
 // Day buckets in display order.
-enum class Bucket : std::uint8_t { today, yesterday, thisWeek, earlier };
+enum class Bucket : std::uint8_t {
+    today,
+    yesterday,
+    thisWeek,
+    earlier
+};
 
-inline constexpr std::array<Bucket, 4> allBuckets{Bucket::today, Bucket::yesterday, Bucket::thisWeek,
-                                                  Bucket::earlier};
+inline constexpr std::array<Bucket, 4> allBuckets{Bucket::today, Bucket::yesterday, Bucket::thisWeek, Bucket::earlier};
 
 QString rawValue(Bucket bucket);  // "today", "yesterday", "thisWeek", "earlier"
 std::optional<Bucket> fromRawValue(QStringView raw);
-QString title(Bucket bucket);     // "Today", "Yesterday", "This week", "Earlier"
+QString title(Bucket bucket);  // "Today", "Yesterday", "This week", "Earlier"
 
 // The files of one bucket, ordered by path.
 struct Group {

@@ -91,8 +91,8 @@ QStringList defaultRoots()
         userFolder(QStandardPaths::DownloadLocation, names[2], h),
         userFolder(QStandardPaths::PicturesLocation, names[3], h),
         userFolder(QStandardPaths::MoviesLocation, QStringLiteral("Videos"), h),
-        userFolder(QStandardPaths::MusicLocation, names[5], h),
-    };
+                   userFolder(QStandardPaths::MusicLocation, names[5], h),
+        };
 }
 
 QString downloads()

@@ -8,8 +8,8 @@
 #include <array>
 #include <bit>
 #include <charconv>
-#include <cstdint>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <simdjson.h>
@@ -33,7 +33,7 @@ constexpr bool hasZeroLane(std::uint64_t x) { return ((x - kLaneOnes) & ~x & kLa
 // Whether all four units are printable ASCII that JSON takes as it is (not '"' or '\\').
 constexpr bool plainWord(std::uint64_t x)
 {
-    if (x & (0xFF80 * kLaneOnes)) return false;                            // beyond ASCII
+    if (x & (0xFF80 * kLaneOnes)) return false;                                   // beyond ASCII
     if (~((x | kLaneHighBits) - 0x20 * kLaneOnes) & kLaneHighBits) return false;  // a control character
     return !hasZeroLane(x ^ (0x22 * kLaneOnes)) && !hasZeroLane(x ^ (0x5C * kLaneOnes));
 }
@@ -49,8 +49,8 @@ static_assert(!plainWord(0x0064006300E90061ULL));  // beyond ASCII
 // Writes the low bytes of the four (ASCII) units.
 inline void narrowWord(std::uint64_t x, char* out)
 {
-    const std::uint32_t bytes = std::uint32_t((x & 0xFF) | ((x >> 8) & 0xFF00) | ((x >> 16) & 0xFF0000) |
-                                              ((x >> 24) & 0xFF000000));
+    const std::uint32_t bytes =
+        std::uint32_t((x & 0xFF) | ((x >> 8) & 0xFF00) | ((x >> 16) & 0xFF0000) | ((x >> 24) & 0xFF000000));
     std::memcpy(out, &bytes, sizeof bytes);
 }
 
@@ -260,8 +260,20 @@ private:
 };
 
 enum Field : int {
-    kPath, kName, kExt, kSize, kCreated, kModified, kAdded, kKind, kIsScreenshot, kWhereFrom,
-    kSourceKey, kLastUsed, kCamera, kUnknown
+    kPath,
+    kName,
+    kExt,
+    kSize,
+    kCreated,
+    kModified,
+    kAdded,
+    kKind,
+    kIsScreenshot,
+    kWhereFrom,
+    kSourceKey,
+    kLastUsed,
+    kCamera,
+    kUnknown
 };
 constexpr unsigned kRequiredFields = (1u << kSourceKey) - 1;  // the first ten
 
@@ -299,7 +311,8 @@ namespace od = simdjson::ondemand;
 bool stringOf(od::value& value, std::string_view& text)
 {
     std::string_view token = value.raw_json_token();  // peeks; the value stays unread
-    while (!token.empty() && (token.back() == ' ' || token.back() == '\n' || token.back() == '\r' || token.back() == '\t'))
+    while (!token.empty()
+           && (token.back() == ' ' || token.back() == '\n' || token.back() == '\r' || token.back() == '\t'))
         token.remove_suffix(1);
     if (token.size() >= 2 && token.front() == '"' && token.back() == '"') {
         const std::string_view content = token.substr(1, token.size() - 2);
@@ -335,8 +348,7 @@ bool readDate(od::value value, Date& into)
 }
 
 // An optional field may also arrive as null, which means absent.
-template <typename T, typename Read>
-bool readOptional(od::value value, std::optional<T>& into, Read read)
+template <typename T, typename Read> bool readOptional(od::value value, std::optional<T>& into, Read read)
 {
     bool isNull = false;
     if (value.is_null().get(isNull)) return false;
@@ -369,7 +381,8 @@ bool validate(od::value value)
         for (auto fieldResult : object) {
             od::field field;
             std::string_view key;
-            if (std::move(fieldResult).get(field) || field.unescaped_key().get(key) || !validate(field.value())) return false;
+            if (std::move(fieldResult).get(field) || field.unescaped_key().get(key) || !validate(field.value()))
+                return false;
         }
         return true;
     }
@@ -459,11 +472,13 @@ bool decodeItem(od::object object, Interner& interner, FileItem& item)
             break;
         }
         case kSourceKey:
-            ok = readOptional(v, item.sourceKey, [&](od::value x, QString& into) { return readInterned(x, interner, into); });
+            ok = readOptional(v, item.sourceKey,
+                              [&](od::value x, QString& into) { return readInterned(x, interner, into); });
             break;
         case kLastUsed: ok = readOptional(v, item.lastUsed, readDate); break;
         case kCamera:
-            ok = readOptional(v, item.camera, [&](od::value x, QString& into) { return readInterned(x, interner, into); });
+            ok = readOptional(v, item.camera,
+                              [&](od::value x, QString& into) { return readInterned(x, interner, into); });
             break;
         case kUnknown:
             if (!validate(v)) return false;

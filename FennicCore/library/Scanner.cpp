@@ -90,8 +90,8 @@ std::string_view rawExtension(std::string_view name)
 // Heavy folders pruned wherever they occur: dependency caches, version-control data, build
 // outputs, the user's Library folder, the Trash. Compared exactly, letter case included.
 constexpr std::string_view kSkippedDirectories[] = {
-    "node_modules", ".git", "Library", "Pods", "DerivedData", ".build", "venv", ".venv", "__pycache__",
-    ".gradle", ".idea", ".next", ".cache", "bower_components", "vendor", "target", ".Trash"};
+    "node_modules", ".git",  "Library", "Pods",   "DerivedData",      ".build", "venv",   ".venv", "__pycache__",
+    ".gradle",      ".idea", ".next",   ".cache", "bower_components", "vendor", "target", ".Trash"};
 
 bool isSkippedDirectoryName(std::string_view name)
 {
@@ -200,7 +200,7 @@ struct OpenFolder {
     QString path;       // empty for "/", so that children are "/name"
     std::string bytes;  // the same path as bytes
 
-    OpenFolder(int fd, QString path, std::string bytes) : fd(fd), path(std::move(path)), bytes(std::move(bytes)) {}
+    OpenFolder(int fd, QString path, std::string bytes) : fd(fd), path(std::move(path)), bytes(std::move(bytes)) { }
     OpenFolder(const OpenFolder&) = delete;
     OpenFolder& operator=(const OpenFolder&) = delete;
     ~OpenFolder() { ::close(fd); }
@@ -305,8 +305,7 @@ class Walker {
 public:
     Walker(int maxItems, const std::function<void(int)>& progress, const std::atomic<bool>* cancel, PacketQueue& queue)
         : m_maxItems(maxItems), m_progress(progress), m_cancel(cancel), m_queue(queue)
-    {
-    }
+    { }
 
     bool stopped() const { return m_stop; }
     ExtMemo& exts() { return m_exts; }
@@ -317,7 +316,8 @@ public:
         const int fd = ::open(bytes.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0) return;
         const bool isSlash = root == u"/";
-        walk(std::make_shared<const OpenFolder>(fd, isSlash ? QString() : root, isSlash ? std::string() : bytes.toStdString()));
+        walk(std::make_shared<const OpenFolder>(fd, isSlash ? QString() : root,
+                                                isSlash ? std::string() : bytes.toStdString()));
     }
 
     // Hands over the last runs; call once the roots are walked.
@@ -408,7 +408,8 @@ private:
             endRun();
             m_run.folder = folder;
         }
-        m_run.entries.push_back({quint32(m_run.names.size()), quint32(e.name.size()), &x, FA::valuesFrom(stx, isDir, false)});
+        m_run.entries.push_back(
+            {quint32(m_run.names.size()), quint32(e.name.size()), &x, FA::valuesFrom(stx, isDir, false)});
         m_run.names.append(e.name);
         m_run.names.push_back('\0');
         if (m_run.entries.size() >= kPacketEntries) endRun();
@@ -459,7 +460,7 @@ QStringList distinctRoots(const QStringList& roots)
 
 bool recordsAccessTimes(int fd)
 {
-    struct statvfs fs {};
+    struct statvfs fs { };
     return ::fstatvfs(fd, &fs) != 0 || !(fs.f_flag & ST_NOATIME);
 }
 
@@ -467,8 +468,7 @@ bool recordsAccessTimes(int fd)
 
 Scanner::Scanner(QStringList roots, QStringList appFolders, int maxItems)
     : m_roots(std::move(roots)), m_appFolders(std::move(appFolders)), m_maxItems(maxItems)
-{
-}
+{ }
 
 QList<FileItem> Scanner::scan(const std::function<void(int)>& progress, const std::atomic<bool>* cancel) const
 {
@@ -524,9 +524,9 @@ QList<FileItem> Scanner::scan(const std::function<void(int)>& progress, const st
             const FA::Target target{fd, e.name.data(), prefix.isEmpty() ? "" : folderBytes.constData()};
             const FA::Present attrs = FA::list(target);
             const bool screenshot = x.screenshot && (attrs.screenCapture || FA::hasScreenshotName(name));
-            FileItem item = assemble(std::move(path), std::move(name), x.ext, x.kind, values,
-                                     itemSize(values, fd, e.name.data()),
-                                     attrs.any() ? FA::whereFroms(target, attrs) : QStringList(), screenshot);
+            FileItem item =
+                assemble(std::move(path), std::move(name), x.ext, x.kind, values, itemSize(values, fd, e.name.data()),
+                         attrs.any() ? FA::whereFroms(target, attrs) : QStringList(), screenshot);
             // Read before the package's size walk, which must not count as a use.
             if (withAccessTimes) item.lastUsed = values.accessed;
             out.append(std::move(item));
@@ -543,7 +543,8 @@ std::optional<FileItem> Scanner::makeItem(const QString& path, const EntryValues
     const QString ext = pathExtension(name).toLower();
     const QByteArray bytes = QFile::encodeName(path);
     const qint64 size = itemSize(values, AT_FDCWD, bytes.constData());
-    return assemble(path, name, ext, FileKinds::classify(ext), values, size, whereFroms(path), isScreenshot(path, name, ext));
+    return assemble(path, name, ext, FileKinds::classify(ext), values, size, whereFroms(path),
+                    isScreenshot(path, name, ext));
 }
 
 std::optional<FileItem> Scanner::makeItem(const QString& path)
@@ -592,10 +593,11 @@ qint64 Scanner::directorySize(const QString& path)
 std::optional<Date> Scanner::lastUsedDate(const QString& path)
 {
     const QByteArray bytes = QFile::encodeName(path);
-    struct statvfs fs {};
+    struct statvfs fs { };
     if (::statvfs(bytes.constData(), &fs) == 0 && (fs.f_flag & ST_NOATIME)) return std::nullopt;
     struct statx stx;
-    if (::statx(AT_FDCWD, bytes.constData(), AT_SYMLINK_NOFOLLOW, STATX_ATIME, &stx) != 0 || !(stx.stx_mask & STATX_ATIME))
+    if (::statx(AT_FDCWD, bytes.constData(), AT_SYMLINK_NOFOLLOW, STATX_ATIME, &stx) != 0
+        || !(stx.stx_mask & STATX_ATIME))
         return std::nullopt;
     return Date::fromUnix(stx.stx_atime.tv_sec, stx.stx_atime.tv_nsec);
 }
@@ -609,7 +611,7 @@ std::optional<QString> Scanner::cameraModel(const QString& path)
     (void)quiet;
     // Only regular files: opening a pipe or a device could block or read forever.
     const QByteArray bytes = QFile::encodeName(path);
-    struct stat st {};
+    struct stat st { };
     if (::stat(bytes.constData(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
     try {
         auto image = Exiv2::ImageFactory::open(std::string(bytes.constData(), size_t(bytes.size())));
@@ -647,9 +649,9 @@ const QSet<QString>& Scanner::skippedDirectories()
 
 const QSet<QString>& Scanner::skippedPackages()
 {
-    static const QSet<QString> set{"photoslibrary", "photolibrary", "musiclibrary", "tvlibrary", "fcpbundle",
-                                   "imovielibrary", "aplibrary", "migratedphotolibrary", "xcodeproj",
-                                   "xcworkspace", "playground", "bundle", "framework"};
+    static const QSet<QString> set{
+        "photoslibrary",        "photolibrary", "musiclibrary", "tvlibrary",  "fcpbundle", "imovielibrary", "aplibrary",
+        "migratedphotolibrary", "xcodeproj",    "xcworkspace",  "playground", "bundle",    "framework"};
     return set;
 }
 

@@ -17,7 +17,7 @@ namespace fennic {
 // symbolic link. Values the file system does not report are absent.
 struct EntryValues {
     bool isDirectory = false;
-    bool isPackage = false;        // a directory whose extension marks it as one document
+    bool isPackage = false;  // a directory whose extension marks it as one document
     bool isRegularFile = false;
     bool isSymbolicLink = false;
     bool isCloudPlaceholder = false;  // a sync client's stand-in for a file not downloaded
@@ -84,7 +84,7 @@ public:
 
     static const QSet<QString>& skippedDirectories();
     static const QSet<QString>& skippedPackages();
-    static const QSet<QString>& packageExtensions();     // every extension that makes a folder a package
+    static const QSet<QString>& packageExtensions();  // every extension that makes a folder a package
     static const QSet<QString>& screenshotExtensions();
 
 private:

@@ -24,9 +24,6 @@ QDateTime Date::toQDateTime() const
     return QDateTime::fromMSecsSinceEpoch(ms);
 }
 
-QString Date::toIso() const
-{
-    return toQDateTime(QTimeZone::utc()).toString(Qt::ISODateWithMs);
-}
+QString Date::toIso() const { return toQDateTime(QTimeZone::utc()).toString(Qt::ISODateWithMs); }
 
 }  // namespace fennic

@@ -23,10 +23,7 @@ QString FileItem::displayName() const
     return name.left(name.size() - ext.size() - 1);
 }
 
-bool FileItem::isInstaller() const
-{
-    return ext == u"dmg" || ext == u"pkg" || ext == u"iso" || ext == u"mpkg";
-}
+bool FileItem::isInstaller() const { return ext == u"dmg" || ext == u"pkg" || ext == u"iso" || ext == u"mpkg"; }
 
 QString pathExtension(QStringView name)
 {

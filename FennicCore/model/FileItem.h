@@ -16,10 +16,10 @@ namespace fennic {
 // equality and hashing go by `path` alone. The scanner is the only producer of fresh items;
 // the library cache stores them as JSON with these field names as keys.
 struct FileItem {
-    QString path;           // absolute path; also the identity
-    QString name;           // last path component, extension included
-    QString ext;            // lower-cased extension, empty when none
-    qint64 size = 0;        // bytes; for a package, the sum of its contents
+    QString path;     // absolute path; also the identity
+    QString name;     // last path component, extension included
+    QString ext;      // lower-cased extension, empty when none
+    qint64 size = 0;  // bytes; for a package, the sum of its contents
     Date created = Date::distantPast();
     Date modified = Date::distantPast();
     Date added = Date::distantPast();
@@ -27,7 +27,7 @@ struct FileItem {
     bool isScreenshot = false;
     QStringList whereFrom;  // download origin, as stored (own URL first, then the referrer)
     std::optional<QString> sourceKey;
-    std::optional<Date> lastUsed;  // applications only
+    std::optional<Date> lastUsed;   // applications only
     std::optional<QString> camera;  // filled later from the image's metadata
 
     // Seconds by which `added` must exceed `modified` before the edit date is shown instead.
@@ -54,7 +54,6 @@ inline size_t qHash(const FileItem& item, size_t seed = 0) noexcept { return qHa
 
 }  // namespace fennic
 
-template <>
-struct std::hash<fennic::FileItem> {
+template <> struct std::hash<fennic::FileItem> {
     size_t operator()(const fennic::FileItem& item) const noexcept { return qHash(item.path); }
 };

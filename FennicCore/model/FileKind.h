@@ -9,7 +9,15 @@
 namespace fennic {
 
 // The coarse kind of a file, in display order.
-enum class FileKind : std::uint8_t { image, video, music, document, archive, app, other };
+enum class FileKind : std::uint8_t {
+    image,
+    video,
+    music,
+    document,
+    archive,
+    app,
+    other
+};
 
 namespace FileKinds {
 

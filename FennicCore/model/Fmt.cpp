@@ -46,7 +46,8 @@ QString size(qint64 bytes)
     const bool negative = bytes < 0;
     const double b = std::fabs(double(bytes));
     const QString sign = negative ? QStringLiteral("-") : QString();
-    if (b < 1000) return sign + QLocale().toString(qint64(b)) + (b == 1 ? QStringLiteral(" byte") : QStringLiteral(" bytes"));
+    if (b < 1000)
+        return sign + QLocale().toString(qint64(b)) + (b == 1 ? QStringLiteral(" byte") : QStringLiteral(" bytes"));
 
     struct Unit {
         const char* name;

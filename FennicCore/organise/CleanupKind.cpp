@@ -42,10 +42,8 @@ bool proposes(CleanupKind kind, const FileItem& f, Date now, const QString& down
 {
     switch (kind) {
     case CleanupKind::downloads:
-        return directlyIn(f, downloadsWithSlash) && !f.isInstaller()
-            && now - std::max(f.modified, f.added) > 90 * kDay;
-    case CleanupKind::installers:
-        return f.isInstaller() && now - f.added > 7 * kDay;
+        return directlyIn(f, downloadsWithSlash) && !f.isInstaller() && now - std::max(f.modified, f.added) > 90 * kDay;
+    case CleanupKind::installers: return f.isInstaller() && now - f.added > 7 * kDay;
     case CleanupKind::screenshots: {
         if (!f.isScreenshot) return false;
         // An old screenshot copied in recently keeps its own date.
@@ -57,8 +55,7 @@ bool proposes(CleanupKind kind, const FileItem& f, Date now, const QString& down
     case CleanupKind::apps:
         return f.kind == FileKind::app && f.path.contains(u"/Applications/") && f.lastUsed
             && now - *f.lastUsed > 90 * kDay;
-    case CleanupKind::large:
-        return f.size > kLargeFileBytes;
+    case CleanupKind::large: return f.size > kLargeFileBytes;
     }
     return false;
 }

@@ -13,7 +13,14 @@ namespace fennic {
 
 // The six clean-up rules that propose files the user has probably forgotten, in display order.
 // A rule only proposes: the user reviews the files and the chosen ones go to the Trash.
-enum class CleanupKind : std::uint8_t { downloads, installers, screenshots, videos, apps, large };
+enum class CleanupKind : std::uint8_t {
+    downloads,
+    installers,
+    screenshots,
+    videos,
+    apps,
+    large
+};
 
 namespace CleanupKinds {
 
@@ -24,17 +31,17 @@ inline constexpr double kDay = 86400.0;
 
 QString rawValue(CleanupKind kind);  // "downloads", ...; also the id
 std::optional<CleanupKind> fromRawValue(QStringView raw);
-QString title(CleanupKind kind);     // "Forgotten downloads"
-QString detail(CleanupKind kind);    // "In Downloads and untouched for over 3 months"
-QString symbol(CleanupKind kind);    // icon name, "arrow.down.circle"
-QString noun(CleanupKind kind);      // for counted messages: "app" for apps, otherwise "file"
+QString title(CleanupKind kind);   // "Forgotten downloads"
+QString detail(CleanupKind kind);  // "In Downloads and untouched for over 3 months"
+QString symbol(CleanupKind kind);  // icon name, "arrow.down.circle"
+QString noun(CleanupKind kind);    // for counted messages: "app" for apps, otherwise "file"
 
 // One rule's proposal; identified by its kind.
 struct Suggestion {
     CleanupKind kind = CleanupKind::downloads;
     QList<FileItem> files;  // largest first, ties by path
 
-    qint64 size() const;    // the sum of the files' sizes
+    qint64 size() const;  // the sum of the files' sizes
 };
 
 // The items the rule proposes at `now`, largest first, ties by path in plain string order.

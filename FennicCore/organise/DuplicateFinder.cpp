@@ -60,7 +60,7 @@ std::optional<QString> hash(const QString& path, std::optional<qint64> limit)
 
 std::optional<QString> inodeKey(const QString& path)
 {
-    struct stat st {};
+    struct stat st { };
     if (::stat(QFile::encodeName(path).constData(), &st) != 0) return std::nullopt;
     return QString::number(quint64(st.st_dev)) + u'-' + QString::number(quint64(st.st_ino));
 }

@@ -24,9 +24,9 @@ using FeaturePrint = QList<float>;
 // most once per candidate, on the thread that called lookalikes().
 using FeaturePrintProvider = std::function<std::optional<FeaturePrint>(const QString& path)>;
 
-inline constexpr qint64 kMinimumSize = 1024;       // smaller files are never reported
-inline constexpr qint64 kPrefixBytes = 65536;      // the first pass reads only this much
-inline constexpr qint64 kHashChunk = 1048576;      // files are read and hashed 1 MiB at a time
+inline constexpr qint64 kMinimumSize = 1024;   // smaller files are never reported
+inline constexpr qint64 kPrefixBytes = 65536;  // the first pass reads only this much
+inline constexpr qint64 kHashChunk = 1048576;  // files are read and hashed 1 MiB at a time
 inline constexpr qint64 kLookalikeMaxSize = 60'000'000;
 inline constexpr double kLookalikeWindow = 180.0;  // what the app passes, in seconds
 inline constexpr float kLookalikeThreshold = 0.45f;

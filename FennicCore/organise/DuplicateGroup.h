@@ -13,9 +13,9 @@ namespace fennic {
 // keep. `keep` is always the path of one of `files`; the review page may point it at another
 // member ("Keep this copy instead"). A plain value.
 struct DuplicateGroup {
-    QUuid id;                // drawn when the group is made
-    QList<FileItem> files;   // two or more members
-    QString keep;            // the member to keep
+    QUuid id;               // drawn when the group is made
+    QList<FileItem> files;  // two or more members
+    QString keep;           // the member to keep
     bool isLookalike = false;
 
     // The members other than `keep`, in order: what the clean-up button sends to the Trash.

@@ -64,7 +64,7 @@ std::vector<OpenMember> openMembers(const QList<FileItem>& items, const std::vec
     std::vector<std::pair<dev_t, ino_t>> seen;
     for (qsizetype i : indices) {
         auto file = std::make_unique<ReadOnlyFile>(items[i].path);
-        struct stat st {};
+        struct stat st { };
         if (!file->isOpen() || ::fstat(file->fd(), &st) != 0) continue;
         const std::pair<dev_t, ino_t> key{st.st_dev, st.st_ino};
         if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
@@ -112,8 +112,10 @@ Groups lockstep(std::vector<OpenMember>& open, Buffers& buffers, const std::atom
                     const std::size_t r = part.front();
                     return got[r] == got[k] && std::memcmp(buffers.at(r), buffers.at(k), std::size_t(got[k])) == 0;
                 });
-                if (same == parts.end()) parts.push_back({k});
-                else same->push_back(k);
+                if (same == parts.end())
+                    parts.push_back({k});
+                else
+                    same->push_back(k);
             }
             std::size_t pairs = 0;
             for (const auto& part : parts) pairs += part.size() >= 2 ? 1 : 0;
@@ -146,7 +148,7 @@ std::vector<qsizetype> distinctFiles(const QList<FileItem>& items, const std::ve
     std::vector<qsizetype> distinct;
     std::vector<std::pair<dev_t, ino_t>> seen;
     for (qsizetype i : indices) {
-        struct stat st {};
+        struct stat st { };
         if (::stat(QFile::encodeName(items[i].path).constData(), &st) == 0) {
             const std::pair<dev_t, ino_t> key{st.st_dev, st.st_ino};
             if (std::find(seen.begin(), seen.end(), key) != seen.end()) continue;
@@ -202,7 +204,7 @@ struct Bucket {
 
 class ExactSearch {
 public:
-    ExactSearch(const QList<FileItem>& items, const std::atomic<bool>* stop) : m_items(items), m_stop(stop) {}
+    ExactSearch(const QList<FileItem>& items, const std::atomic<bool>* stop) : m_items(items), m_stop(stop) { }
 
     void makeBuckets();
     void run(int threads, const Progress& progress);
@@ -214,7 +216,7 @@ private:
 
     const QList<FileItem>& m_items;
     const std::atomic<bool>* m_stop;
-    std::vector<Bucket> m_buckets;   // by size, largest first: the order of the result
+    std::vector<Bucket> m_buckets;     // by size, largest first: the order of the result
     std::vector<std::size_t> m_order;  // most work first: the order of processing
 
     std::mutex m_lock;

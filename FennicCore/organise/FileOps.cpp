@@ -34,7 +34,7 @@ QByteArray native(const QString& path) { return QFile::encodeName(path); }
 
 bool exists(const QString& path)
 {
-    struct stat st {};
+    struct stat st { };
     // Not following links: a dangling link still occupies its place.
     return ::lstat(native(path).constData(), &st) == 0 || errno != ENOENT;
 }
@@ -92,8 +92,8 @@ QString undoStrayMove(const QString& original, const QString& stray, const Stray
     if (!exists(where)) return QStringLiteral("The Trash could not be used.");
     if (!moveNoReplace(where, original))
         return QStringLiteral("The Trash could not be used, and the file was left at ") + where + u'.';
-    QFile::remove(QFileInfo(QFileInfo(where).path()).path() + QStringLiteral("/info/") + QFileInfo(where).fileName()
-                  + QStringLiteral(".trashinfo"));
+    QFile::remove(QFileInfo(QFileInfo(where).path()).path()
+                  + QStringLiteral("/info/") + QFileInfo(where).fileName() + QStringLiteral(".trashinfo"));
     folders.tidy();
     return QStringLiteral("The Trash could not be used.");
 }
@@ -130,7 +130,8 @@ std::optional<QString> homeTrash()
     if (data.isEmpty()) return std::nullopt;
     if (!QDir().mkpath(data)) return std::nullopt;
     const QString trash = data + QStringLiteral("/Trash");
-    if (!makeFolder(trash) || !makeFolder(trash + QStringLiteral("/files")) || !makeFolder(trash + QStringLiteral("/info")))
+    if (!makeFolder(trash)
+        || !makeFolder(trash + QStringLiteral("/files")) || !makeFolder(trash + QStringLiteral("/info")))
         return std::nullopt;
     return trash;
 }
@@ -159,7 +160,8 @@ TrashResult trash(const QList<FileItem>& items)
                 reason = undoStrayMove(item.path, location, stray.value_or(StrayFolders()));
             } else {
                 reason = file.errorString();
-                if (reason.isEmpty() || reason == u"Unknown error") reason = QStringLiteral("The file could not be moved.");
+                if (reason.isEmpty() || reason == u"Unknown error")
+                    reason = QStringLiteral("The file could not be moved.");
             }
         }
         result.failed.append(item);

@@ -86,7 +86,7 @@ ReadOnlyFile::ReadOnlyFile(const QString& path)
     // O_NOATIME is refused for files the process does not own.
     if (m_fd < 0 && errno == EPERM) m_fd = ::open(native.constData(), kFlags);
     if (m_fd < 0) return;
-    struct stat st {};
+    struct stat st { };
     if (::fstat(m_fd, &st) != 0 || !S_ISREG(st.st_mode)) {
         ::close(m_fd);
         m_fd = -1;

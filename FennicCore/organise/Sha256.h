@@ -34,13 +34,13 @@ public:
     static QString hex(const Digest& digest);  // lower case, 64 characters
 
 private:
-    explicit Sha256(evp_md_ctx_st* ctx) : m_ctx(ctx) {}
+    explicit Sha256(evp_md_ctx_st* ctx) : m_ctx(ctx) { }
     evp_md_ctx_st* m_ctx = nullptr;
 };
 
 // A regular file opened for reading front to back, with the page cache told so (anything
-// else, such as a folder or a named pipe, is not opened). Closes on destruction. Opened without updating the access time where the system allows it, so that
-// looking for duplicates does not disturb "last used" dates.
+// else, such as a folder or a named pipe, is not opened). Closes on destruction. Opened without updating the access
+// time where the system allows it, so that looking for duplicates does not disturb "last used" dates.
 class ReadOnlyFile {
 public:
     explicit ReadOnlyFile(const QString& path);

@@ -12,9 +12,8 @@ namespace {
 
 bool containsCaseInsensitive(const QList<FileCollection>& collections, const QString& name)
 {
-    return std::any_of(collections.begin(), collections.end(), [&](const FileCollection& c) {
-        return c.name.compare(name, Qt::CaseInsensitive) == 0;
-    });
+    return std::any_of(collections.begin(), collections.end(),
+                       [&](const FileCollection& c) { return c.name.compare(name, Qt::CaseInsensitive) == 0; });
 }
 
 QString uniqueName(const QList<FileCollection>& collections, const QString& wanted)

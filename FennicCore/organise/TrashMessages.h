@@ -12,7 +12,7 @@ namespace TrashMessages {
 
 struct Notice {
     QString text;
-    QString symbol;           // icon name
+    QString symbol;  // icon name
     bool isError = false;
     bool offersUndo = false;  // carries the "Undo" action that puts the moved files back
     bool playsSound = false;  // the Trash sound, when anything moved

@@ -8,10 +8,7 @@ namespace fennic::Fold {
 
 namespace {
 
-bool isVariationSelector(UChar32 c)
-{
-    return (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xE0100 && c <= 0xE01EF);
-}
+bool isVariationSelector(UChar32 c) { return (c >= 0xFE00 && c <= 0xFE0F) || (c >= 0xE0100 && c <= 0xE01EF); }
 
 // The Halfwidth and Fullwidth Forms block: compatibility-decomposing just this block gives
 // the ordinary forms without touching other compatibility characters (ligatures, superscripts).
@@ -70,21 +67,18 @@ QString foldUnicode(const QString& s)
 
     UErrorCode status = U_ZERO_ERROR;
     icu::UnicodeString decomposed = nfd() ? nfd()->normalize(widened, status) : widened;
-    if (U_FAILURE(status))
-        decomposed = widened;
+    if (U_FAILURE(status)) decomposed = widened;
 
     icu::UnicodeString stripped;
     for (int32_t i = 0; i < decomposed.length();) {
         const UChar32 c = decomposed.char32At(i);
-        if (u_charType(c) != U_NON_SPACING_MARK || isVariationSelector(c))
-            stripped.append(c);
+        if (u_charType(c) != U_NON_SPACING_MARK || isVariationSelector(c)) stripped.append(c);
         i += U16_LENGTH(c);
     }
 
     status = U_ZERO_ERROR;
     icu::UnicodeString composed = nfc() ? nfc()->normalize(stripped, status) : stripped;
-    if (U_FAILURE(status))
-        composed = stripped;
+    if (U_FAILURE(status)) composed = stripped;
     return QString(reinterpret_cast<const QChar*>(composed.getBuffer()), composed.length());
 }
 
@@ -97,25 +91,18 @@ QString text(const QString& s)
     qsizetype firstUpper = -1;
     for (qsizetype i = 0; i < n; ++i) {
         const char16_t c = p[i];
-        if (c >= 0x80)
-            return foldUnicode(s);
-        if (firstUpper < 0 && c >= u'A' && c <= u'Z')
-            firstUpper = i;
+        if (c >= 0x80) return foldUnicode(s);
+        if (firstUpper < 0 && c >= u'A' && c <= u'Z') firstUpper = i;
     }
-    if (firstUpper < 0)
-        return s;
+    if (firstUpper < 0) return s;
     QString out = s;
     char16_t* q = reinterpret_cast<char16_t*>(out.data());
     for (qsizetype i = firstUpper; i < n; ++i) {
-        if (q[i] >= u'A' && q[i] <= u'Z')
-            q[i] = char16_t(q[i] + (u'a' - u'A'));
+        if (q[i] >= u'A' && q[i] <= u'Z') q[i] = char16_t(q[i] + (u'a' - u'A'));
     }
     return out;
 }
 
-bool isFolded(const QString& s)
-{
-    return text(s) == s;
-}
+bool isFolded(const QString& s) { return text(s) == s; }
 
 }  // namespace fennic::Fold

@@ -11,7 +11,11 @@ namespace fennic {
 // What a typed request asks for: the filters, and for each stretch of the typed text whether
 // it produced a filter, is free text to search for, or is filler. A plain value.
 struct ParsedQuery {
-    enum class Role : quint8 { filter, text, filler };
+    enum class Role : quint8 {
+        filter,
+        text,
+        filler
+    };
 
     struct Span {
         // In UTF-16 units of the request exactly as typed (untrimmed).

@@ -39,9 +39,9 @@ QJsonObject SavedSearch::toJson() const
 {
     return QJsonObject{
         {QStringLiteral("id"), id.toString(QUuid::WithoutBraces).toUpper()},
-        {QStringLiteral("name"), name},
-        {QStringLiteral("query"), query},
-    };
+         {QStringLiteral("name"), name},
+          {QStringLiteral("query"), query},
+         };
 }
 
 std::optional<SavedSearch> SavedSearch::fromJson(const QJsonValue& value)

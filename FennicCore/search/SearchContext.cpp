@@ -6,7 +6,7 @@ namespace fennic {
 
 SearchContext::SearchContext() = default;
 
-SearchContext::SearchContext(QHash<QString, QString> ocr) : ocr(std::move(ocr)) {}
+SearchContext::SearchContext(QHash<QString, QString> ocr) : ocr(std::move(ocr)) { }
 
 SearchContext::SearchContext(QHash<QString, ImageRecord> images, Shelf shelf, DescriptionScorer describe)
     : images(std::move(images)), shelf(std::move(shelf)), describe(std::move(describe))

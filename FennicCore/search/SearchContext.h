@@ -45,12 +45,12 @@ public:
     SearchContext(const SearchContext&) = delete;
     SearchContext& operator=(const SearchContext&) = delete;
 
-    QHash<QString, QString> ocr;           // path -> folded recognised text (read only)
-    QHash<QString, ImageRecord> images;    // path -> image record (read only)
-    Shelf shelf;                           // favourites and tags (read only)
-    QSet<QString> favourites;              // taken from the shelf once
+    QHash<QString, QString> ocr;         // path -> folded recognised text (read only)
+    QHash<QString, ImageRecord> images;  // path -> image record (read only)
+    Shelf shelf;                         // favourites and tags (read only)
+    QSet<QString> favourites;            // taken from the shelf once
     DescriptionScorer describe;
-    QHash<QString, RecordScorer> queries;  // description -> its prepared scorer
+    QHash<QString, RecordScorer> queries;         // description -> its prepared scorer
     QHash<QString, std::optional<float>> scores;  // description + "\n" + path -> score
 
     // The folded recognised text of a file: from `ocr`, else (unless the text was given apart)

@@ -5,10 +5,7 @@ namespace fennic::SearchDates {
 namespace {
 
 // Keeps the sub-millisecond part of `now`, which QDateTime would drop.
-Date shifted(Date now, const QDateTime& from, const QDateTime& to)
-{
-    return now + double(from.msecsTo(to)) / 1000.0;
-}
+Date shifted(Date now, const QDateTime& from, const QDateTime& to) { return now + double(from.msecsTo(to)) / 1000.0; }
 
 QDate weekStart(QDate day, const Calendar& calendar)
 {

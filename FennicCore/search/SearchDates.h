@@ -10,7 +10,13 @@
 // number of units before `now`, all in the calendar passed in (its zone and first weekday).
 namespace fennic::SearchDates {
 
-enum class Unit : quint8 { hour, day, week, month, year };
+enum class Unit : quint8 {
+    hour,
+    day,
+    week,
+    month,
+    year
+};
 
 // By the word's beginning: "hour…", "day…", "week…", "month…", anything else a year.
 Unit unitFor(QStringView word);

@@ -7,12 +7,10 @@ namespace fennic {
 
 namespace {
 
-template <class... Ts>
-struct Overloaded : Ts... {
+template <class... Ts> struct Overloaded : Ts... {
     using Ts::operator()...;
 };
-template <class... Ts>
-Overloaded(Ts...) -> Overloaded<Ts...>;
+template <class... Ts> Overloaded(Ts...) -> Overloaded<Ts...>;
 
 QString number(double value) { return QString::number(value, 'g', 17); }
 
@@ -34,8 +32,8 @@ QString rawValue(SearchFilter::Category category)
 
 QString SearchFilter::caseName() const
 {
-    static const char* const kNames[] = {"kind",   "exts", "date", "minSize", "maxSize",    "source",   "camera",
-                                         "folder", "text", "looks", "tag",    "screenshot", "favourite"};
+    static const char* const kNames[] = {"kind",   "exts", "date",  "minSize", "maxSize",    "source",   "camera",
+                                         "folder", "text", "looks", "tag",     "screenshot", "favourite"};
     return QLatin1String(kNames[payload.index()]);
 }
 
@@ -66,8 +64,12 @@ QString SearchFilter::label() const
             [](const Kind& k) { return FileKinds::title(k.kind); },
             [](const Exts& e) { return e.label; },
             [](const DateRange& d) { return d.label; },
-            [](const MinSize& s) { return (s.strict ? QStringLiteral("Over ") : QStringLiteral("At least ")) + Fmt::size(s.bytes); },
-            [](const MaxSize& s) { return (s.strict ? QStringLiteral("Under ") : QStringLiteral("At most ")) + Fmt::size(s.bytes); },
+            [](const MinSize& s) {
+                return (s.strict ? QStringLiteral("Over ") : QStringLiteral("At least ")) + Fmt::size(s.bytes);
+            },
+            [](const MaxSize& s) {
+                return (s.strict ? QStringLiteral("Under ") : QStringLiteral("At most ")) + Fmt::size(s.bytes);
+            },
             [](const Source& s) { return s.name; },
             [](const Camera& c) { return c.name; },
             [](const Folder& f) { return f.name; },
@@ -107,8 +109,12 @@ QString SearchFilter::id() const
             [](const Kind& k) { return FileKinds::rawValue(k.kind); },
             [](const Exts& e) { return e.exts.join(u',') + u'|' + e.label; },
             [](const DateRange& d) { return number(d.from.seconds) + u'|' + number(d.to.seconds) + u'|' + d.label; },
-            [](const MinSize& s) { return QString::number(s.bytes) + (s.strict ? QStringLiteral("|strict") : QString()); },
-            [](const MaxSize& s) { return QString::number(s.bytes) + (s.strict ? QStringLiteral("|strict") : QString()); },
+            [](const MinSize& s) {
+                return QString::number(s.bytes) + (s.strict ? QStringLiteral("|strict") : QString());
+            },
+            [](const MaxSize& s) {
+                return QString::number(s.bytes) + (s.strict ? QStringLiteral("|strict") : QString());
+            },
             [](const Source& s) { return s.key + u'|' + s.name; },
             [](const Camera& c) { return c.name; },
             [](const Folder& f) { return f.path + u'|' + f.name; },

@@ -15,9 +15,31 @@ namespace fennic {
 // every field of its payload. Build one with the named constructors (SearchFilter::kind(...)).
 struct SearchFilter {
     // The cases, in their fixed order (also the order of `Payload`'s alternatives).
-    enum class Case : quint8 { kind, exts, date, minSize, maxSize, source, camera, folder, text, looks, tag, screenshot, favourite };
+    enum class Case : quint8 {
+        kind,
+        exts,
+        date,
+        minSize,
+        maxSize,
+        source,
+        camera,
+        folder,
+        text,
+        looks,
+        tag,
+        screenshot,
+        favourite
+    };
     // Which kind of condition a filter is; groups chips for presentation.
-    enum class Category : quint8 { what, when, size, place, words, sight, mine };
+    enum class Category : quint8 {
+        what,
+        when,
+        size,
+        place,
+        words,
+        sight,
+        mine
+    };
 
     struct Kind {
         FileKind kind = FileKind::other;
@@ -97,8 +119,7 @@ struct SearchFilter {
 
     Case caseOf() const { return static_cast<Case>(payload.index()); }
     // The payload of case T, or null when the filter is of another case.
-    template <typename T>
-    const T* as() const { return std::get_if<T>(&payload); }
+    template <typename T> const T* as() const { return std::get_if<T>(&payload); }
 
     // "kind", "exts", "date", ... (the case name).
     QString caseName() const;

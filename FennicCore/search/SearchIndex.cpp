@@ -73,7 +73,9 @@ std::vector<quint8> SearchIndex::pathsContaining(const std::string& needle) cons
         const void* found = memmem(base + pos, total - pos, needle.data(), needle.size());
         if (!found) break;
         const size_t at = size_t(static_cast<const char*>(found) - base);
-        item = size_t(std::upper_bound(m_offsets.begin() + qsizetype(item), m_offsets.end(), quint32(at)) - m_offsets.begin()) - 1;
+        item = size_t(std::upper_bound(m_offsets.begin() + qsizetype(item), m_offsets.end(), quint32(at))
+                      - m_offsets.begin())
+            - 1;
         hits[item] = 1;
         pos = m_offsets[item + 1];  // one hit per item is enough
     }

@@ -36,7 +36,8 @@ public:
     {
         // Each path is followed by a NUL, which no folded word contains: a match found by
         // scanning the whole buffer never runs from one path into the next.
-        return std::string_view(m_text).substr(m_offsets[size_t(i)], m_offsets[size_t(i) + 1] - m_offsets[size_t(i)] - 1);
+        return std::string_view(m_text).substr(m_offsets[size_t(i)],
+                                               m_offsets[size_t(i) + 1] - m_offsets[size_t(i)] - 1);
     }
     // One flag per item: whether its folded path contains `needle` (UTF-8 of folded text).
     // One scan of the whole buffer, far cheaper than a search per item.

@@ -181,7 +181,8 @@ bool SearchMatcher::factsMatch(const ItemFacts& facts) const
     return true;
 }
 
-bool SearchMatcher::restMatches(const FileItem& item, qsizetype position, std::string_view foldedPath, bool asciiName) const
+bool SearchMatcher::restMatches(const FileItem& item, qsizetype position, std::string_view foldedPath,
+                                bool asciiName) const
 {
     for (const Check& check : m_checks)
         if (!holds(check, item, position, foldedPath, asciiName)) return false;
@@ -249,7 +250,8 @@ bool SearchMatcher::textHolds(const Check& c, const FileItem& item, qsizetype po
     } else if (item.kind == FileKind::image) {
         if (const QString* ocr = m_context.recognisedText(item.path)) {
             all = true;
-            for (size_t i = 0; i < c.words.size() && all; ++i) all = inPath(i) || ocr->contains(c.wordTexts[qsizetype(i)]);
+            for (size_t i = 0; i < c.words.size() && all; ++i)
+                all = inPath(i) || ocr->contains(c.wordTexts[qsizetype(i)]);
             if (all) return true;
         }
     }

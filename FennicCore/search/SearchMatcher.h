@@ -20,9 +20,9 @@ class SearchIndex;
 // What the cheap filters read of a file, packed small so that a pass over a whole library
 // reads a few bytes per file instead of the whole record.
 struct ItemFacts {
-    double date = 0;        // FileItem::date(), seconds
+    double date = 0;  // FileItem::date(), seconds
     qint64 size = 0;
-    quint64 extCode = 0;    // the extension lower-cased, packed into 8 bytes (see packed)
+    quint64 extCode = 0;  // the extension lower-cased, packed into 8 bytes (see packed)
     FileKind kind = FileKind::other;
     bool isScreenshot = false;
     bool extPacked = false;  // false: the extension is longer than 8 bytes or not ASCII
@@ -69,13 +69,13 @@ private:
         Date from, to;
         qint64 bytes = 0;
         bool strict = false;
-        QString key;                 // source key, camera name, folder prefix, description
-        QString siteKey;             // "site:" + domain for a domain source
+        QString key;      // source key, camera name, folder prefix, description
+        QString siteKey;  // "site:" + domain for a domain source
         bool isDomain = false;
-        QSet<QString> paths;         // tagged paths
+        QSet<QString> paths;             // tagged paths
         std::vector<std::string> words;  // folded text words, UTF-8
-        QStringList wordTexts;       // the same as QString, for recognised text
-        QString whole;               // the words as typed (lower case), for the name fallback
+        QStringList wordTexts;           // the same as QString, for recognised text
+        QString whole;                   // the words as typed (lower case), for the name fallback
         bool asciiWhole = true;
         bool ocrPrepared = false;
         std::vector<QSet<QString>> ocrHits;  // per word: paths whose recognised text holds it

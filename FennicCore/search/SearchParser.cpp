@@ -21,8 +21,7 @@ using SearchDates::Unit;
 Re compile(const QString& pattern, Re::PatternOptions extra = {})
 {
     Re re(pattern, Re::CaseInsensitiveOption | Re::UseUnicodePropertiesOption | extra);
-    if (!re.isValid())
-        qFatal("SearchParser: cannot compile %s: %s", qPrintable(pattern), qPrintable(re.errorString()));
+    if (!re.isValid()) qFatal("SearchParser: cannot compile %s: %s", qPrintable(pattern), qPrintable(re.errorString()));
     re.optimize();
     return re;
 }
@@ -36,8 +35,7 @@ QString alternation(const QStringList& words)
     return escaped.join(u'|');
 }
 
-template <typename T>
-QStringList keys(const QList<std::pair<QString, T>>& table)
+template <typename T> QStringList keys(const QList<std::pair<QString, T>>& table)
 {
     QStringList out;
     for (const auto& entry : table) out.append(entry.first);
@@ -54,7 +52,8 @@ QString countPattern(bool allowOne)
         words.removeAll(QStringLiteral("an"));
         words.removeAll(QStringLiteral("one"));
     }
-    std::stable_sort(words.begin(), words.end(), [](const QString& a, const QString& b) { return a.size() > b.size(); });
+    std::stable_sort(words.begin(), words.end(),
+                     [](const QString& a, const QString& b) { return a.size() > b.size(); });
     return QStringLiteral("([0-9]+|") + alternation(words) + u')';
 }
 
@@ -82,19 +81,20 @@ const Patterns& patterns()
         r.sizeAtLeast = compile(QStringLiteral("(?:\\bat least|\\bno less than|>=|≥)\\s*") + number);
         r.sizeAtMost = compile(QStringLiteral("(?:\\bat most|\\bno more than|\\bup to|<=|≤)\\s*") + number);
         r.sizeOver = compile(QStringLiteral("(?:\\bover|\\bbigger than|\\blarger than|\\bmore than|\\babove|"
-                                            "\\bgreater than|\\bheavier than|>)\\s*") +
-                             number);
-        r.sizeUnder = compile(QStringLiteral("(?:\\bunder|\\bsmaller than|\\bless than|\\bbelow|\\blighter than|<)\\s*") +
-                              number);
+                                            "\\bgreater than|\\bheavier than|>)\\s*")
+                                            + number);
+        r.sizeUnder = compile(QStringLiteral("(?:\\bunder|\\bsmaller than|\\bless than|\\bbelow|\\blighter than|<)\\s*")
+                                             + number);
         r.sizeBig = compile(QStringLiteral("\\b(huge|big|large|biggest|largest)\\b"));
         r.sizeSmall = compile(QStringLiteral("\\b(tiny|small)\\b"));
-        r.olderThan = compile(QStringLiteral("\\b(?:older than|more than|over)\\s+") + countPattern(true) +
-                              QStringLiteral("\\s*") + ageUnit + QStringLiteral("(?:\\s+old\\b|\\s+ago\\b)?"));
-        r.unitsOld = compile(QStringLiteral("\\b") + countPattern(true) + QStringLiteral("\\s*") + ageUnit +
-                             QStringLiteral("\\s+old\\b"));
+        r.olderThan =
+            compile(QStringLiteral("\\b(?:older than|more than|over)\\s+") + countPattern(true)
+                                   + QStringLiteral("\\s*") + ageUnit + QStringLiteral("(?:\\s+old\\b|\\s+ago\\b)?"));
+        r.unitsOld = compile(QStringLiteral("\\b") + countPattern(true)
+                                            + QStringLiteral("\\s*") + ageUnit + QStringLiteral("\\s+old\\b"));
         r.lastCount = compile(QStringLiteral("(?:\\bin the |\\bfrom the |\\bwithin the |\\bover the |\\bduring the )?"
-                                             "\\b(?:last|past)\\s+") +
-                              countPattern(false) + QStringLiteral("\\s*") + ageUnit);
+                                             "\\b(?:last|past)\\s+")
+                                             + countPattern(false) + QStringLiteral("\\s*") + ageUnit);
         r.pastUnit = compile(QStringLiteral("(?:\\bin the |\\bfrom the |\\bwithin the |\\bover the |\\bduring the |"
                                             "\\bthis )?\\bpast (hour|day|week|month|year)\\b"));
         r.today = compile(QStringLiteral("\\btoday\\b"));
@@ -103,23 +103,24 @@ const Patterns& patterns()
         r.lastPeriod = compile(QStringLiteral("\\blast (week|month|year)\\b"));
         r.recent = compile(QStringLiteral("\\b(recent|recently|new|newest|latest|fresh)\\b"));
         r.old = compile(QStringLiteral("\\b(old|older|oldest|ancient)\\b"));
-        r.month = compile(QStringLiteral("(\\bin |\\bfrom |\\bduring |\\bsince )?\\b(") + alternation(monthWords) +
-                          QStringLiteral(")\\b(?:\\s+([0-9]{4})\\b)?"));
+        r.month = compile(QStringLiteral("(\\bin |\\bfrom |\\bduring |\\bsince )?\\b(") + alternation(monthWords)
+                                         + QStringLiteral(")\\b(?:\\s+([0-9]{4})\\b)?"));
         r.year = compile(QStringLiteral("\\b(in |from |during |since )(19[0-9]{2}|20[0-9]{2})\\b"));
         r.camera = compile(QStringLiteral("\\b(?:from|taken on|taken with|shot on|shot with|on|with) "
                                           "(?:my |an |a |the )?(iphone|ipad|pixel|samsung|galaxy|canon|nikon|sony|"
                                           "fujifilm|gopro|camera)\\b"));
         // A word followed by ".com" is a web domain, which the domain rule reads whole.
-        r.sourceWord = compile(QStringLiteral("\\b(?:downloaded from|from|via|on|in|off) (?:my |the )?(") +
-                               alternation(keys(sourceWords())) + QStringLiteral(")\\b(?!\\.[a-z0-9])"));
+        r.sourceWord =
+            compile(QStringLiteral("\\b(?:downloaded from|from|via|on|in|off) (?:my |the )?(")
+                                   + alternation(keys(sourceWords())) + QStringLiteral(")\\b(?!\\.[a-z0-9])"));
         r.sourceDomain = compile(QStringLiteral("\\b(?:downloaded from|from|via|off) (?:https?://)?(?:www\\.)?"
                                                 "([a-z0-9-]+(?:\\.[a-z0-9-]+)*\\.[a-z]{2,})\\b"));
-        r.folder = compile(QStringLiteral("\\b(?:in|inside|on|from) (?:my |the )?(") + alternation(folders()) +
-                           QStringLiteral(")(?: folder)?\\b"));
+        r.folder = compile(QStringLiteral("\\b(?:in|inside|on|from) (?:my |the )?(") + alternation(folders())
+                                          + QStringLiteral(")(?: folder)?\\b"));
         r.looks = compile(QStringLiteral("(?:\\b(?:photos?|images?|pictures?|pics|screenshots?|scans?|illustrations?|"
                                          "drawings?)\\s+((?:of|showing|depicting|with|that shows?|that look like|like)"
                                          "\\s+.*)$)|(?:\\b((?:looks? like|showing|depicting)\\s+.*)$)"),
-                          Re::DotMatchesEverythingOption);
+                                         Re::DotMatchesEverythingOption);
         return r;
     }();
     return p;
@@ -375,7 +376,8 @@ void Parser::namedPeriods()
     });
     each(p.yesterday, [this](const auto&) {
         return SearchFilter::date(SearchDates::startOfPreviousPeriod(Unit::day, m_now, m_calendar),
-                                  SearchDates::startOfPeriod(Unit::day, m_now, m_calendar), QStringLiteral("Yesterday"));
+                                  SearchDates::startOfPeriod(Unit::day, m_now, m_calendar),
+                                  QStringLiteral("Yesterday"));
     });
     each(p.thisPeriod, [this](const QRegularExpressionMatch& m) {
         const Unit unit = SearchDates::unitFor(m.capturedView(1));
@@ -457,10 +459,10 @@ void Parser::places()
 
 void Parser::looks()
 {
-    static const QStringList kLeading = {QStringLiteral("of"),      QStringLiteral("that"),  QStringLiteral("with"),
-                                         QStringLiteral("showing"), QStringLiteral("depicting"), QStringLiteral("shows"),
-                                         QStringLiteral("show"),    QStringLiteral("look"),  QStringLiteral("looks"),
-                                         QStringLiteral("like")};
+    static const QStringList kLeading = {
+        QStringLiteral("of"),        QStringLiteral("that"),  QStringLiteral("with"), QStringLiteral("showing"),
+                                                                                                     QStringLiteral("depicting"), QStringLiteral("shows"), QStringLiteral("show"), QStringLiteral("look"),
+                                                                                                                                                                                                  QStringLiteral("looks"),     QStringLiteral("like")};
     QRegularExpressionMatch m = patterns().looks.match(m_text);
     if (!m.hasMatch()) return;
     const int group = m.capturedStart(1) >= 0 ? 1 : 2;
@@ -505,7 +507,8 @@ void Parser::kinds()
         if (t.start == t.end) continue;
         if (i + 1 < all.size()) {
             const Token next = trimmed(all[i + 1]);
-            const bool adjacent = std::none_of(m_taken.begin() + t.end, m_taken.begin() + next.start, [](bool b) { return b; });
+            const bool adjacent =
+                std::none_of(m_taken.begin() + t.end, m_taken.begin() + next.start, [](bool b) { return b; });
             if (adjacent && next.start < next.end) {
                 const TypeWords* row = typeRow(word(t) + u' ' + word(next));
                 if (row) {

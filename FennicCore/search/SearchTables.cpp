@@ -12,8 +12,7 @@ QStringList list(std::initializer_list<const char*> words)
     return out;
 }
 
-template <typename T>
-T lookup(const QList<std::pair<QString, T>>& table, const QString& word, T missing)
+template <typename T> T lookup(const QList<std::pair<QString, T>>& table, const QString& word, T missing)
 {
     for (const auto& [key, value] : table)
         if (key == word) return value;
@@ -82,9 +81,9 @@ const QList<TypeWords>& typeWords()
                   SearchFilter::screenshot()});
         t.append({list({"image", "images", "photo", "photos", "picture", "pictures", "pics", "pic", "imgs", "img"}),
                   SearchFilter::kind(FileKind::image)});
-        t.append({list({"video", "videos", "movie", "movies", "clip", "clips", "recording", "recordings", "film",
-                        "films"}),
-                  SearchFilter::kind(FileKind::video)});
+        t.append(
+            {list({"video", "videos", "movie", "movies", "clip", "clips", "recording", "recordings", "film", "films"}),
+             SearchFilter::kind(FileKind::video)});
         t.append({list({"music", "song", "songs", "audio", "tracks", "podcast", "podcasts"}),
                   SearchFilter::kind(FileKind::music)});
         t.append({list({"doc", "docs", "document", "documents"}), SearchFilter::kind(FileKind::document)});
@@ -95,8 +94,8 @@ const QList<TypeWords>& typeWords()
                   exts({"dmg", "pkg", "mpkg", "iso"}, "Installers")});
         t.append({list({"spreadsheet", "spreadsheets", "excel", "sheets", "xlsx"}),
                   exts({"xlsx", "xls", "csv", "numbers"}, "Spreadsheets")});
-        t.append({list({"presentation", "presentations", "slides", "deck", "decks", "keynote", "keynotes",
-                        "powerpoint", "pptx"}),
+        t.append({list({"presentation", "presentations", "slides", "deck", "decks", "keynote", "keynotes", "powerpoint",
+                        "pptx"}),
                   exts({"key", "ppt", "pptx"}, "Presentations")});
         t.append({list({"word", "docx"}), exts({"doc", "docx", "pages"}, "Word docs")});
         t.append({list({"gif", "gifs"}), exts({"gif"}, "GIFs")});
@@ -152,12 +151,12 @@ const QSet<QString>& stopWords()
 {
     static const QSet<QString> table = [] {
         const QStringList words =
-            list({"my",    "the",   "a",       "an",     "from",   "in",    "of",     "with",       "and",
-                  "or",    "files", "file",    "that",   "show",   "me",    "all",    "find",       "any",
-                  "some",  "which", "where",   "is",     "are",    "for",   "on",     "to",         "containing",
-                  "saying", "say",  "says",    "about",  "called", "named", "stuff",  "things",     "i",
-                  "were",  "was",   "got",     "get",    "made",   "downloaded", "saved", "added",  "taken",
-                  "shot",  "those", "these",   "please", "what",   "every"});
+            list({"my",     "the",   "a",     "an",     "from",   "in",         "of",    "with",   "and",
+                  "or",     "files", "file",  "that",   "show",   "me",         "all",   "find",   "any",
+                  "some",   "which", "where", "is",     "are",    "for",        "on",    "to",     "containing",
+                  "saying", "say",   "says",  "about",  "called", "named",      "stuff", "things", "i",
+                  "were",   "was",   "got",   "get",    "made",   "downloaded", "saved", "added",  "taken",
+                  "shot",   "those", "these", "please", "what",   "every"});
         return QSet<QString>(words.begin(), words.end());
     }();
     return table;

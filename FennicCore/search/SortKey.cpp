@@ -91,7 +91,8 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
         if (ascending)
             std::stable_sort(positions.begin(), positions.end(), before);
         else
-            std::stable_sort(positions.begin(), positions.end(), [&](qsizetype a, qsizetype b) { return before(b, a); });
+            std::stable_sort(positions.begin(), positions.end(),
+                             [&](qsizetype a, qsizetype b) { return before(b, a); });
     };
     // Numeric keys are copied out beside their positions first: sorting compact pairs touches
     // far less memory than reaching into the items on every comparison.
@@ -114,7 +115,9 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
     case SortKey::name: {
         std::vector<qsizetype> slot;
         const std::vector<QCollatorSortKey> keys = nameKeys(items, positions, slot);
-        run([&](qsizetype a, qsizetype b) { return keys[size_t(slot[size_t(a)])].compare(keys[size_t(slot[size_t(b)])]) < 0; });
+        run([&](qsizetype a, qsizetype b) {
+            return keys[size_t(slot[size_t(a)])].compare(keys[size_t(slot[size_t(b)])]) < 0;
+        });
         return;
     }
     case SortKey::kind: {

@@ -13,7 +13,13 @@ namespace fennic {
 
 // The order of a file list. Raw values are stored in the settings, so they are part of the
 // persistent format.
-enum class SortKey : quint8 { dateAdded, dateModified, name, size, kind };
+enum class SortKey : quint8 {
+    dateAdded,
+    dateModified,
+    name,
+    size,
+    kind
+};
 
 namespace SortKeys {
 
@@ -36,7 +42,10 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
 }  // namespace SortKeys
 
 // How a list is shown.
-enum class ViewMode : quint8 { grid, list };
+enum class ViewMode : quint8 {
+    grid,
+    list
+};
 
 namespace ViewModes {
 QString rawValue(ViewMode mode);  // "grid", "list"

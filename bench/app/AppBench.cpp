@@ -9,12 +9,12 @@
 // every picture is read, and indexing writes the index every S seconds (5 unless told), so that
 // index writes fall inside the measured time. With FENNIC_BENCH_SLOW_MS=N set, every event the GUI thread took longer
 // than N ms to handle, and every gap between ticks over N ms, is printed to stderr.
-#include "support/SyntheticHome.h"
 #include "app/AppModel.h"
-#include "quick/QuickSearchModel.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
+#include "quick/QuickSearchModel.h"
+#include "support/SyntheticHome.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -38,8 +38,8 @@ double median(std::vector<double> v)
 qint64 slowReportNs()
 {
     static const qint64 ns = qEnvironmentVariableIsSet("FENNIC_BENCH_SLOW_MS")
-                                 ? qint64(qEnvironmentVariableIntValue("FENNIC_BENCH_SLOW_MS")) * 1000000
-                                 : -1;
+        ? qint64(qEnvironmentVariableIntValue("FENNIC_BENCH_SLOW_MS")) * 1000000
+        : -1;
     return ns;
 }
 
@@ -86,8 +86,8 @@ public:
         const int type = event->type();
         const bool handled = QGuiApplication::notify(receiver, event);
         if (const qint64 ns = t.nsecsElapsed(); ns > slowReportNs())
-            std::fprintf(stderr, "slow event: type %d to %s, %.1f ms\n", type,
-                         receiver->metaObject()->className(), ns / 1e6);
+            std::fprintf(stderr, "slow event: type %d to %s, %.1f ms\n", type, receiver->metaObject()->className(),
+                         ns / 1e6);
         return handled;
     }
 };
@@ -126,7 +126,8 @@ int main(int argc, char** argv)
     env.settleDelayMs = 700;
 
     // 1. Construction from a cache of the whole library.
-    const QList<FileItem> items = bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
+    const QList<FileItem> items =
+        bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
     LibraryCache::save(LibraryCache::defaultPath(), items);
     std::vector<double> construct;
     qsizetype records = 0;
@@ -136,7 +137,8 @@ int main(int argc, char** argv)
         AppModel model(env);
         construct.push_back(t.nsecsElapsed() / 1e6);
         records = model.imageRecords().size();
-        if (model.items().size() != items.size()) std::printf("warning: %lld items loaded\n", qlonglong(model.items().size()));
+        if (model.items().size() != items.size())
+            std::printf("warning: %lld items loaded\n", qlonglong(model.items().size()));
         model.waitForIdle();
     }
     std::printf("construction with %lld cached items and %lld image records: median %.0f ms (runs:",

@@ -35,18 +35,17 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-double msSince(const QElapsedTimer& timer)
-{
-    return double(timer.nsecsElapsed()) / 1e6;
-}
+double msSince(const QElapsedTimer& timer) { return double(timer.nsecsElapsed()) / 1e6; }
 
 QStringList wordsOf(const QString& text)
 {
     QStringList words;
     QString current;
     for (const QChar c : Fold::text(text)) {
-        if (c.isLetterOrNumber()) current += c;
-        else if (!current.isEmpty()) words.append(current), current.clear();
+        if (c.isLetterOrNumber())
+            current += c;
+        else if (!current.isEmpty())
+            words.append(current), current.clear();
     }
     if (!current.isEmpty()) words.append(current);
     return words;
@@ -76,12 +75,15 @@ CommandRun tesseractCommand(const QString& file, bool limitThreads)
 {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    if (limitThreads) env.insert(QStringLiteral("OMP_THREAD_LIMIT"), QStringLiteral("1"));
-    else env.remove(QStringLiteral("OMP_THREAD_LIMIT"));
+    if (limitThreads)
+        env.insert(QStringLiteral("OMP_THREAD_LIMIT"), QStringLiteral("1"));
+    else
+        env.remove(QStringLiteral("OMP_THREAD_LIMIT"));
     process.setProcessEnvironment(env);
     QElapsedTimer timer;
     timer.start();
-    process.start(QStringLiteral("tesseract"), {file, QStringLiteral("stdout"), QStringLiteral("-l"), QStringLiteral("eng")});
+    process.start(QStringLiteral("tesseract"),
+                                 {file, QStringLiteral("stdout"), QStringLiteral("-l"), QStringLiteral("eng")});
     process.waitForFinished(300000);
     CommandRun run;
     run.ms = msSince(timer);
@@ -99,7 +101,8 @@ QString joined(const QList<TextLine>& lines)
 void benchOcr(const QString& folder)
 {
     std::printf("## Text recognition on drawn screenshots (720 x 450 pt windows, DejaVu Sans)\n");
-    std::printf("| scale | text px (pt) | words | recovered: Fennic | recovered: tesseract cmd | Fennic ms | cmd ms (OMP_THREAD_LIMIT=1) | cmd ms (default threads) |\n");
+    std::printf("| scale | text px (pt) | words | recovered: Fennic | recovered: tesseract cmd | Fennic ms | cmd ms "
+                "(OMP_THREAD_LIMIT=1) | cmd ms (default threads) |\n");
     std::printf("|---|---|---|---|---|---|---|---|\n");
     // Warm up: load Tesseract and the English data once, as the indexing task does.
     ImageAnalyzer::recognizeText(test::screenshot(99, 14, 1.0), {QStringLiteral("en-US")});
@@ -107,7 +110,8 @@ void benchOcr(const QString& folder)
         qreal scale;
         int size;
     };
-    const Row rows[] = {{2.0, 12}, {2.0, 13}, {2.0, 14}, {2.0, 16}, {2.0, 20}, {1.0, 10}, {1.0, 12}, {1.0, 14}, {1.0, 16}};
+    const Row rows[] = {{2.0, 12}, {2.0, 13}, {2.0, 14}, {2.0, 16}, {2.0, 20},
+                        {1.0, 10}, {1.0, 12}, {1.0, 14}, {1.0, 16}};
     for (const Row& row : rows) {
         int words = 0;
         double ours = 0, theirs = 0;
@@ -116,7 +120,9 @@ void benchOcr(const QString& folder)
         for (int seed = 1; seed <= kSeeds; ++seed) {
             QStringList truth;
             const QImage shot = test::screenshot(seed, row.size, row.scale, &truth);
-            const QString file = test::save(shot, QDir(folder).filePath(QStringLiteral("shot-%1x-%2-%3.png").arg(row.scale).arg(row.size).arg(seed)));
+            const QString file = test::save(
+                shot,
+                QDir(folder).filePath(QStringLiteral("shot-%1x-%2-%3.png").arg(row.scale).arg(row.size).arg(seed)));
             words += int(truth.size());
             QElapsedTimer timer;
             timer.start();
@@ -147,8 +153,8 @@ FileItem itemFor(const QString& path)
 }
 
 struct TestSet {
-    QStringList originals;                  // distinct pictures
-    QStringList kinds;                      // what each original shows; same kind = related scenes
+    QStringList originals;                      // distinct pictures
+    QStringList kinds;                          // what each original shows; same kind = related scenes
     QList<std::pair<QString, QString>> copies;  // (original, copy)
 };
 
@@ -162,28 +168,48 @@ TestSet writeSet(const QString& folder)
     const QImage alps = test::snowyMountains(QSize(1600, 1067), 1);
     const QImage alps2 = test::snowyMountains(QSize(1600, 1067), 5);
     set.originals = {
-        test::save(sea1, at(QStringLiteral("Pictures/Beach Day.jpg")), 92),
-        test::save(sea2, at(QStringLiteral("Pictures/Another Beach.jpg")), 92),
-        test::save(alps, at(QStringLiteral("Pictures/Alps.jpg")), 92),
-        test::save(alps2, at(QStringLiteral("Pictures/Alps Again.jpg")), 92),
-        test::save(test::randomScene(QSize(1200, 800), 3), at(QStringLiteral("Pictures/Shapes.png"))),
-        test::save(test::randomScene(QSize(1200, 800), 11), at(QStringLiteral("Pictures/More Shapes.png"))),
-        test::save(test::receipt(QSize(520, 420)), at(QStringLiteral("Pictures/Receipt.png"))),
-        test::save(test::screenshot(1, 14, 2.0), at(QStringLiteral("Pictures/Screenshots/Screenshot 2025-05-01 at 10.00.00.png"))),
-        test::save(test::screenshot(2, 13, 2.0), at(QStringLiteral("Pictures/Screenshots/Screenshot 2025-05-02 at 11.30.00.png"))),
-        test::save(test::textPicture({QStringLiteral("会議メモ"), QStringLiteral("東京駅で待ち合わせしましょう"),
-                                      QStringLiteral("Meeting at Tokyo station")},
-                                     30, QSize(640, 220)),
-                   at(QStringLiteral("Pictures/Screenshots/Screenshot Japanese.png"))),
-        test::save(test::textPicture({QStringLiteral("我们明天去北京看长城"), QStringLiteral("Great Wall trip")}, 30,
-                                     QSize(640, 160), QStringLiteral("Noto Sans CJK SC")),
-                   at(QStringLiteral("Pictures/Screenshots/Screenshot Chinese.png"))),
-    };
-    set.kinds = {QStringLiteral("beach"), QStringLiteral("beach"), QStringLiteral("mountains"), QStringLiteral("mountains"),
-                 QStringLiteral("shapes"), QStringLiteral("shapes"), QStringLiteral("receipt"), QStringLiteral("app window"),
-                 QStringLiteral("app window"), QStringLiteral("lines of text"), QStringLiteral("lines of text")};
+        test::save(
+            sea1, at(QStringLiteral("Pictures/Beach Day.jpg")), 92),
+            test::save(
+                sea2, at(QStringLiteral("Pictures/Another Beach.jpg")), 92),
+                test::save(
+                    alps, at(QStringLiteral("Pictures/Alps.jpg")), 92),
+                    test::save(
+                        alps2, at(QStringLiteral("Pictures/Alps Again.jpg")), 92),
+                        test::save(
+                            test::randomScene(QSize(1200, 800), 3), at(QStringLiteral("Pictures/Shapes.png"))),
+                            test::save(
+                                test::randomScene(QSize(1200, 800), 11),
+                                at(QStringLiteral("Pictures/More Shapes.png"))),
+                                test::save(
+                                    test::receipt(QSize(520, 420)), at(QStringLiteral("Pictures/Receipt.png"))),
+                                    test::save(
+                                        test::screenshot(1, 14, 2.0),
+                                        at(QStringLiteral("Pictures/Screenshots/Screenshot 2025-05-01 at 10.00.00.png"))),
+                                        test::save(
+                                            test::screenshot(2, 13, 2.0),
+                                            at(QStringLiteral("Pictures/Screenshots/Screenshot 2025-05-02 at 11.30.00.png"))),
+                                            test::save(
+                                                test::textPicture(
+                                                    {QStringLiteral("会議メモ"),
+                                                        QStringLiteral("東京駅で待ち合わせしましょう"),
+                                                                       QStringLiteral("Meeting at Tokyo station")},
+                                                        30, QSize(640, 220)),
+                                                    at(QStringLiteral("Pictures/Screenshots/Screenshot Japanese.png"))),
+                                                test::save(test::textPicture(
+                                                    {QStringLiteral("我们明天去北京看长城"),
+                                                                    QStringLiteral("Great Wall trip")},
+                                                     30, QSize(640, 160), QStringLiteral("Noto Sans CJK SC")),
+                                                    at(QStringLiteral("Pictures/Screenshots/Screenshot Chinese.png"))),
+                                            };
+    set.kinds = {
+        QStringLiteral("beach"),         QStringLiteral("beach"),        QStringLiteral("mountains"),
+                                                                                        QStringLiteral("mountains"),     QStringLiteral("shapes"),       QStringLiteral("shapes"),
+                                                                                                                                                                        QStringLiteral("receipt"),       QStringLiteral("app window"),   QStringLiteral("app window"),
+                                                                                                                                                                                                                                                        QStringLiteral("lines of text"), QStringLiteral("lines of text")};
     auto copy = [&](int index, const QImage& image, const QString& name, double scale, int quality) {
-        const QImage resized = scale == 1.0 ? image : image.scaled(image.size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+        const QImage resized =
+            scale == 1.0 ? image : image.scaled(image.size() * scale, Qt::KeepAspectRatio, Qt::SmoothTransformation);
         set.copies.append({set.originals[index], test::save(resized, at(name), quality)});
     };
     copy(0, sea1, QStringLiteral("Pictures/Beach Day (small).jpg"), 0.5, 60);
@@ -214,9 +240,10 @@ void benchAnalyze(const QString& folder, int runs)
         }
         all.push_back(median(ms));
         const auto top = record.topLabels(1);
-        std::printf("| %s | %lldx%lld | %.0f | %lld | %s |\n", qPrintable(QFileInfo(path).fileName()), record.pixelWidth,
-                    record.pixelHeight, median(ms), qlonglong(record.lines.size()),
-                    top.isEmpty() ? "-" : qPrintable(QStringLiteral("%1 %2").arg(top[0].first).arg(top[0].second, 0, 'f', 2)));
+        std::printf(
+            "| %s | %lldx%lld | %.0f | %lld | %s |\n", qPrintable(QFileInfo(path).fileName()), record.pixelWidth,
+            record.pixelHeight, median(ms), qlonglong(record.lines.size()),
+            top.isEmpty() ? "-" : qPrintable(QStringLiteral("%1 %2").arg(top[0].first).arg(top[0].second, 0, 'f', 2)));
         std::fflush(stdout);
     }
     double sum = 0;
@@ -254,7 +281,8 @@ void benchLookalikes(const QString& folder)
         for (int i = 0; i < set.originals.size(); ++i)
             for (int j = i + 1; j < set.originals.size(); ++j) {
                 const float d = VisualSearch::distance(prints.value(set.originals[i]), prints.value(set.originals[j]));
-                const QString pair = QFileInfo(set.originals[i]).fileName() + QStringLiteral(" / ") + QFileInfo(set.originals[j]).fileName();
+                const QString pair = QFileInfo(set.originals[i]).fileName()
+                    + QStringLiteral(" / ") + QFileInfo(set.originals[j]).fileName();
                 if (set.kinds[i] == set.kinds[j]) {
                     related.push_back(d);
                     if (d < closestRelated) closestRelated = d, relatedPair = pair;
@@ -263,10 +291,11 @@ void benchLookalikes(const QString& folder)
                     if (d < closest) closest = d, closestPair = pair;
                 }
             }
-        std::printf("Copies: farthest %.3f. Unrelated pictures (%zu pairs of different kinds): closest %.3f (%s), median "
-                    "%.3f. Related scenes (%zu pairs of the same kind): closest %.3f (%s), median %.3f.\n\n",
-                    worstCopy, unrelated.size(), closest, qPrintable(closestPair), median(unrelated), related.size(),
-                    closestRelated, qPrintable(relatedPair), median(related));
+        std::printf(
+            "Copies: farthest %.3f. Unrelated pictures (%zu pairs of different kinds): closest %.3f (%s), median "
+            "%.3f. Related scenes (%zu pairs of the same kind): closest %.3f (%s), median %.3f.\n\n",
+            worstCopy, unrelated.size(), closest, qPrintable(closestPair), median(unrelated), related.size(),
+            closestRelated, qPrintable(relatedPair), median(related));
     }
     qunsetenv("FENNIC_MODEL_DIR");
     VisionModel::resetSharedForTesting();
@@ -291,13 +320,15 @@ QList<ImageRecord> syntheticRecords(int count)
         const int lineCount = random.bounded(3) == 0 ? 5 + int(random.bounded(30)) : int(random.bounded(2));
         for (int k = 0; k < lineCount; ++k) {
             QStringList line;
-            for (int w = 0, n = 2 + int(random.bounded(8)); w < n; ++w) line.append(words[int(random.bounded(words.size()))]);
-            lines.append(TextLine{line.join(u' '), float(random.bounded(0.5)), 1.0f - 0.03f * float(k), 0.4f, 0.02f,
-                                  0.9f});
+            for (int w = 0, n = 2 + int(random.bounded(8)); w < n; ++w)
+                line.append(words[int(random.bounded(words.size()))]);
+            lines.append(
+                TextLine{line.join(u' '), float(random.bounded(0.5)), 1.0f - 0.03f * float(k), 0.4f, 0.02f, 0.9f});
         }
         std::vector<float> print(1280);
         for (float& v : print) v = float(random.bounded(0.05));
-        ImageRecord record(QStringLiteral("/home/user/Pictures/Photos/%1/IMG_%2.jpg").arg(2000 + i % 25).arg(i, 5, 10, QChar(u'0')),
+        ImageRecord record(
+            QStringLiteral("/home/user/Pictures/Photos/%1/IMG_%2.jpg").arg(2000 + i % 25).arg(i, 5, 10, QChar(u'0')),
                            1'000'000 + i, Date{700000000.0 + i}, recordLabels, colors, lines, QString(),
                            QByteArray(reinterpret_cast<const char*>(print.data()), qsizetype(print.size() * 4)), 4032,
                            3024, random.bounded(50) == 0);
@@ -311,7 +342,9 @@ void benchSearch(int count, int runs)
 {
     const QList<ImageRecord> records = syntheticRecords(count);
     const LabelEngine engine;
-    std::printf("## Visual search over %d records (median of %d runs)\n| mode | query | hits | ms |\n|---|---|---|---|\n", count, runs);
+    std::printf(
+        "## Visual search over %d records (median of %d runs)\n| mode | query | hits | ms |\n|---|---|---|---|\n",
+        count, runs);
     const std::pair<VisualSearch::Mode, const char*> queries[] = {
         {VisualSearch::Mode::describe, "a white island in a blue ocean"},
         {VisualSearch::Mode::describe, "receipt with a coffee cup"},
@@ -332,7 +365,8 @@ void benchSearch(int count, int runs)
             hits = VisualSearch::search(QString::fromUtf8(query), mode, records).size();
             ms.push_back(msSince(timer));
         }
-        std::printf("| %s | %s | %lld | %.1f |\n", qPrintable(VisualSearch::rawValue(mode)), query, qlonglong(hits), median(ms));
+        std::printf("| %s | %s | %lld | %.1f |\n", qPrintable(VisualSearch::rawValue(mode)), query, qlonglong(hits),
+                    median(ms));
     }
     QHash<QString, ImageRecord> byPath;
     for (const ImageRecord& r : records) byPath.insert(r.path, r);
@@ -374,10 +408,11 @@ void benchPlist(int count, int runs, const QString& folder)
     qint64 lines = 0;
     for (const ImageRecord& r : records) lines += r.lines.size();
     std::printf("## images.plist with %d records (%lld text lines, 1,280-float prints)\n", count, lines);
-    std::printf("save %.0f ms, load %.0f ms (median of %d), file %.1f MB (%.1f MB of it prints); in memory: encode %.0f ms, "
-                "decode %.0f ms\n\n",
-                median(save), median(load), runs, QFileInfo(file).size() / 1e6, count * 5120 / 1e6, median(encode),
-                median(decode));
+    std::printf(
+        "save %.0f ms, load %.0f ms (median of %d), file %.1f MB (%.1f MB of it prints); in memory: encode %.0f ms, "
+        "decode %.0f ms\n\n",
+        median(save), median(load), runs, QFileInfo(file).size() / 1e6, count * 5120 / 1e6, median(encode),
+        median(decode));
 }
 
 }  // namespace
@@ -389,14 +424,17 @@ int main(int argc, char** argv)
     QStringList args = app.arguments().mid(1);
     int records = 20000, runs = 5;
     for (qsizetype i = 0; i + 1 < args.size(); ++i) {
-        if (args[i] == u"--records") records = args[i + 1].toInt(), args.remove(i, 2), --i;
-        else if (args[i] == u"--runs") runs = std::max(1, args[i + 1].toInt()), args.remove(i, 2), --i;
+        if (args[i] == u"--records")
+            records = args[i + 1].toInt(), args.remove(i, 2), --i;
+        else if (args[i] == u"--runs")
+            runs = std::max(1, args[i + 1].toInt()), args.remove(i, 2), --i;
     }
     const QString what = args.value(0, QStringLiteral("all"));
     if (what == u"write-set") {
         if (args.size() < 2) return std::fprintf(stderr, "usage: bench_images write-set DIR\n"), 2;
         const TestSet set = writeSet(args[1]);
-        std::printf("wrote %lld pictures under %s\n", qlonglong(set.originals.size() + set.copies.size()), qPrintable(args[1]));
+        std::printf("wrote %lld pictures under %s\n", qlonglong(set.originals.size() + set.copies.size()),
+                    qPrintable(args[1]));
         return 0;
     }
     QTemporaryDir scratch;

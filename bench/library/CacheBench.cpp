@@ -28,8 +28,8 @@
 #include <cstdio>
 #include <ctime>
 #include <functional>
-#include <optional>
 #include <malloc.h>
+#include <optional>
 #include <unistd.h>
 #include <vector>
 
@@ -61,7 +61,8 @@ struct Timing {
 };
 
 // `prepare` runs untimed before each run (to drop the previous run's result, for example).
-Timing median(int runs, const std::function<void()>& work, const std::function<void()>& prepare = [] {})
+Timing median(
+    int runs, const std::function<void()>& work, const std::function<void()>& prepare = [] {})
 {
     work();  // warm-up
     std::vector<double> wall;
@@ -139,7 +140,8 @@ int main(int argc, char** argv)
         [&] { loaded.reset(); });
     loaded.reset();
     QByteArray json;
-    const Timing encode = median(runs, [&] { json = LibraryCache::encode(items); }, [&] { json.clear(); });
+    const Timing encode = median(
+        runs, [&] { json = LibraryCache::encode(items); }, [&] { json.clear(); });
     const Timing decode = median(
         runs,
         [&] {
@@ -165,7 +167,8 @@ int main(int argc, char** argv)
 
     std::printf("                               wall ms   cpu ms\n");
     std::printf("save (encode + atomic write): %8.1f %8.1f   file %.1f MB (%lld bytes, %.0f bytes/item)\n", save.wallMs,
-                save.cpuMs, double(fileSize) / 1e6, static_cast<long long>(fileSize), double(fileSize) / double(items.size()));
+                save.cpuMs, double(fileSize) / 1e6, static_cast<long long>(fileSize),
+                double(fileSize) / double(items.size()));
     std::printf("load (read + decode):         %8.1f %8.1f\n", load.wallMs, load.cpuMs);
     std::printf("encode alone:                 %8.1f %8.1f\n", encode.wallMs, encode.cpuMs);
     std::printf("decode alone:                 %8.1f %8.1f\n", decode.wallMs, decode.cpuMs);

@@ -61,7 +61,9 @@ void baselineWalk(int fd, BaselineCount& count)
         if (d->d_name[0] == '.') continue;
         struct statx stx;
         if (::statx(fd, d->d_name, AT_SYMLINK_NOFOLLOW,
-                    STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_CTIME | STATX_ATIME | STATX_BTIME, &stx)
+                    STATX_TYPE | STATX_MODE | STATX_SIZE | STATX_BLOCKS | STATX_MTIME | STATX_CTIME | STATX_ATIME
+                        | STATX_BTIME,
+                    &stx)
             != 0)
             continue;
         ++count.entries;
@@ -133,10 +135,14 @@ int main(int argc, char** argv)
         bool ok = false;
         const int value = args[i + 1].toInt(&ok);
         if (!ok || value <= 0) return usage();
-        if (args[i] == u"--files") files = value;
-        else if (args[i] == u"--seed") seed = quint32(value);
-        else if (args[i] == u"--runs") runs = value;
-        else return usage();
+        if (args[i] == u"--files")
+            files = value;
+        else if (args[i] == u"--seed")
+            seed = quint32(value);
+        else if (args[i] == u"--runs")
+            runs = value;
+        else
+            return usage();
     }
 
     if (!bench::isWritten(root, files, seed)) {
@@ -197,10 +203,12 @@ int main(int argc, char** argv)
                 "CPU median %.3f s, over %d runs\n",
                 (long long)counted.entries, (long long)counted.files, base,
                 *std::min_element(baseTimes.begin(), baseTimes.end()), median(baseCpu), runs);
-    std::printf("Scanner::scan:          %lld items; wall median %.3f s (min %.3f s), CPU median %.3f s (both threads), "
-                "over %d runs\n",
-                (long long)itemCount, scan, *std::min_element(scanTimes.begin(), scanTimes.end()), median(scanCpu), runs);
-    std::printf("ratio scan/baseline, wall medians: %.2f; CPU medians: %.2f\n", scan / base, median(scanCpu) / median(baseCpu));
+    std::printf(
+        "Scanner::scan:          %lld items; wall median %.3f s (min %.3f s), CPU median %.3f s (both threads), "
+        "over %d runs\n",
+        (long long)itemCount, scan, *std::min_element(scanTimes.begin(), scanTimes.end()), median(scanCpu), runs);
+    std::printf("ratio scan/baseline, wall medians: %.2f; CPU medians: %.2f\n", scan / base,
+                median(scanCpu) / median(baseCpu));
     std::printf("heap held by the scan result: %.0f bytes per item\n", bytesPerItem);
     return 0;
 }

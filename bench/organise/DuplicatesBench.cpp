@@ -32,18 +32,18 @@
 #include <QDirIterator>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QRegularExpression>
-#include <QFileInfo>
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <fcntl.h>
-#include <sys/resource.h>
-#include <time.h>
 #include <random>
+#include <sys/resource.h>
 #include <thread>
+#include <time.h>
 #include <unistd.h>
 #include <vector>
 
@@ -132,8 +132,8 @@ struct TreeFacts {
 TreeFacts makeTree(const Options& o, const QString& root)
 {
     const QString marker = root + QStringLiteral("/.params");
-    const QByteArray params = QByteArray::number(o.files) + ' ' + QByteArray::number(o.bytes) + ' '
-                              + QByteArray::number(o.seed) + " v1";
+    const QByteArray params =
+        QByteArray::number(o.files) + ' ' + QByteArray::number(o.bytes) + ' ' + QByteArray::number(o.seed) + " v1";
     TreeFacts facts;
     QFile m(marker);
     if (m.open(QIODevice::ReadOnly)) {
@@ -161,7 +161,9 @@ TreeFacts makeTree(const Options& o, const QString& root)
     made.reserve(size_t(originals));
     std::vector<char> buffer;
     std::vector<char> other;
-    auto pathOf = [&](int index) { return root + QStringLiteral("/d%1/f%2.bin").arg(index % 100, 2, 10, QChar(u'0')).arg(index); };
+    auto pathOf = [&](int index) {
+        return root + QStringLiteral("/d%1/f%2.bin").arg(index % 100, 2, 10, QChar(u'0')).arg(index);
+    };
     for (int d = 0; d < 100; ++d) QDir().mkpath(root + QStringLiteral("/d%1").arg(d, 2, 10, QChar(u'0')));
 
     for (int i = 0; i < originals; ++i) {
@@ -210,8 +212,7 @@ void warmFile(const QString& path)
     static std::vector<char> buffer(1 << 20);
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY);
     if (fd < 0) return;
-    while (::read(fd, buffer.data(), buffer.size()) > 0) {
-    }
+    while (::read(fd, buffer.data(), buffer.size()) > 0) { }
     ::close(fd);
 }
 
@@ -250,7 +251,7 @@ Run runPeer(const QString& command)
     p.setProcessChannelMode(QProcess::SeparateChannels);
     // The marker line separates the peer's output from the shell's /proc/$$/io.
     p.start(QStringLiteral("/bin/sh"),
-            {QStringLiteral("-c"), command + QStringLiteral(" 2>/dev/null; echo @@IO@@; cat /proc/$$/io; times")});
+        {QStringLiteral("-c"), command + QStringLiteral(" 2>/dev/null; echo @@IO@@; cat /proc/$$/io; times")});
     QElapsedTimer t;
     t.start();
     p.waitForFinished(-1);
@@ -277,7 +278,8 @@ Run runFennic(const QList<FileItem>& items, int threads)
     const double cpu = processCpu();
     QElapsedTimer t;
     t.start();
-    const QList<DuplicateGroup> groups = DuplicateFinder::exact(items, QStringLiteral("/nonexistent/Downloads"), {}, nullptr, threads);
+    const QList<DuplicateGroup> groups =
+        DuplicateFinder::exact(items, QStringLiteral("/nonexistent/Downloads"), {}, nullptr, threads);
     Run run;
     run.seconds = double(t.nsecsElapsed()) / 1e9;
     run.cpu = processCpu() - cpu;
@@ -359,12 +361,18 @@ int main(int argc, char** argv)
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString& a = args[i];
         auto next = [&] { return i + 1 < args.size() ? args[++i] : QString(); };
-        if (a == u"--files") o.files = next().toInt();
-        else if (a == u"--bytes") o.bytes = next().toLongLong();
-        else if (a == u"--runs") o.runs = std::max(1, next().toInt());
-        else if (a == u"--seed") o.seed = next().toULongLong();
-        else if (a == u"--fennic-only") o.fennicOnly = true;
-        else if (!a.startsWith(u"--")) o.folder = a;
+        if (a == u"--files")
+            o.files = next().toInt();
+        else if (a == u"--bytes")
+            o.bytes = next().toLongLong();
+        else if (a == u"--runs")
+            o.runs = std::max(1, next().toInt());
+        else if (a == u"--seed")
+            o.seed = next().toULongLong();
+        else if (a == u"--fennic-only")
+            o.fennicOnly = true;
+        else if (!a.startsWith(u"--"))
+            o.folder = a;
     }
     if (o.folder.isEmpty()) {
         std::fprintf(stderr, "usage: bench_duplicates FOLDER [--files N] [--bytes B] [--runs R] [--seed S]\n");

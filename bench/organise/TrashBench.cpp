@@ -94,10 +94,11 @@ int main(int argc, char** argv)
     t.start();
     const FileOps::TrashResult result = FileOps::trash(items);
     const double trashSeconds = double(t.nsecsElapsed()) / 1e9;
-    std::printf("trash:     %6d files in place, %6d in Trash/files, %6d in Trash/info; moved %lld, failed %lld in %.2f s "
-                "(%.0f files/s)\n",
-                countIn(work), countIn(trash + "/files"), countIn(trash + "/info"), qlonglong(result.moved.size()),
-                qlonglong(result.failed.size()), trashSeconds, files / trashSeconds);
+    std::printf(
+        "trash:     %6d files in place, %6d in Trash/files, %6d in Trash/info; moved %lld, failed %lld in %.2f s "
+        "(%.0f files/s)\n",
+        countIn(work), countIn(trash + "/files"), countIn(trash + "/info"), qlonglong(result.moved.size()),
+        qlonglong(result.failed.size()), trashSeconds, files / trashSeconds);
 
     t.restart();
     const QList<FileItem> back = FileOps::putBack(result.moved);

@@ -88,7 +88,8 @@ int main(int argc, char** argv)
     const Calendar calendar{QTimeZone(QByteArrayLiteral("Europe/Madrid")), Qt::Monday};
     const QString home = QStringLiteral("/home/bench");
     const QList<FileItem> items = bench::items(home, bench::plan(files, seed), now);
-    std::printf("library: %lld items (seed %u), %d runs per measurement\n", static_cast<long long>(items.size()), seed, runs);
+    std::printf("library: %lld items (seed %u), %d runs per measurement\n", static_cast<long long>(items.size()), seed,
+                runs);
 
     std::printf("\nparse (median per request):\n");
     for (const char* request : {"pdfs from gmail last week over 5 MB", "photos of a white island in a blue ocean",
@@ -100,16 +101,18 @@ int main(int argc, char** argv)
 
     SearchIndex index;
     const Timing build = measure(3, [&] { index = SearchIndex(items); });
-    std::printf("\nprepare the index (fold %lld paths): %.1f ms wall, %.1f ms cpu\n", static_cast<long long>(items.size()),
-                build.wallMs, build.cpuMs);
+    std::printf("\nprepare the index (fold %lld paths): %.1f ms wall, %.1f ms cpu\n",
+                static_cast<long long>(items.size()), build.wallMs, build.cpuMs);
 
     // Recognised text for one image in ten, as an indexed library would have.
     QHash<QString, QString> ocr;
     for (const FileItem& f : items)
-        if (f.kind == FileKind::image && qHash(f.path) % 10 == 0) ocr.insert(f.path, QStringLiteral("total due thank you"));
+        if (f.kind == FileKind::image && qHash(f.path) % 10 == 0)
+            ocr.insert(f.path, QStringLiteral("total due thank you"));
 
     const auto pass = [&](const char* request, bool print) {
-        const QList<SearchFilter> filters = SearchParser::parse(QString::fromUtf8(request), now, calendar, home).filters;
+        const QList<SearchFilter> filters =
+            SearchParser::parse(QString::fromUtf8(request), now, calendar, home).filters;
         std::size_t found = 0;
         const Timing t = measure(runs, [&] {
             SearchContext context(ocr);
@@ -117,8 +120,7 @@ int main(int argc, char** argv)
             SortKeys::sortPositions(SortKey::dateAdded, index.items(), hits, false);
             found = hits.size();
         });
-        if (print)
-            std::printf("  %-42s %8.2f ms wall %8.2f ms cpu  (%zu found)\n", request, t.wallMs, t.cpuMs, found);
+        if (print) std::printf("  %-42s %8.2f ms wall %8.2f ms cpu  (%zu found)\n", request, t.wallMs, t.cpuMs, found);
         return t;
     };
     std::printf("\nfilter %lld items and sort the survivors by date added:\n", static_cast<long long>(items.size()));
@@ -145,12 +147,13 @@ int main(int argc, char** argv)
     QByteArray grepCount;
     const Timing grep = measure(runs, [&] {
         QProcess p;
-        p.start(QStringLiteral("grep"), {QStringLiteral("-F"), QStringLiteral("-i"), QStringLiteral("-c"), QLatin1String(word), pathsFile});
+        p.start(QStringLiteral("grep"),
+            {QStringLiteral("-F"), QStringLiteral("-i"), QStringLiteral("-c"), QLatin1String(word), pathsFile});
         p.waitForFinished(-1);
         grepCount = p.readAllStandardOutput().trimmed();
     });
-    std::printf("  %-42s %8.2f ms wall  (%s lines; includes starting the process)\n", "grep -F -i -c over the paths file",
-                grep.wallMs, grepCount.constData());
+    std::printf("  %-42s %8.2f ms wall  (%s lines; includes starting the process)\n",
+                "grep -F -i -c over the paths file", grep.wallMs, grepCount.constData());
     std::printf("  ratio grep / fennic (wall): %.2f\n", ours.wallMs > 0 ? grep.wallMs / ours.wallMs : 0.0);
     return 0;
 }

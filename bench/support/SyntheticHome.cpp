@@ -33,7 +33,7 @@ constexpr int kPlanVersion = 3;
 // splitmix64: tiny, fast and the same on every platform, unlike the standard distributions.
 class Rng {
 public:
-    explicit Rng(quint64 seed) : m_state(seed * 0x9E3779B97F4A7C15ull + 0x632BE59BD9B4E019ull) {}
+    explicit Rng(quint64 seed) : m_state(seed * 0x9E3779B97F4A7C15ull + 0x632BE59BD9B4E019ull) { }
     quint64 next()
     {
         quint64 z = (m_state += 0x9E3779B97F4A7C15ull);
@@ -50,11 +50,7 @@ public:
     {
         return qint64(std::exp(uniform(std::log(double(lo)), std::log(double(hi)))));
     }
-    template <typename T, size_t N>
-    const T& pick(const std::array<T, N>& a)
-    {
-        return a[size_t(below(int(N)))];
-    }
+    template <typename T, size_t N> const T& pick(const std::array<T, N>& a) { return a[size_t(below(int(N)))]; }
 
 private:
     quint64 m_state;
@@ -62,22 +58,30 @@ private:
 
 using Names = std::array<const char*, 12>;
 
-constexpr Names kPlaces{"Lisbon", "Beach Day", "Alps Hike", "Birthday", "Kyoto", "Garden",
-                        "Wedding", "Road Trip", "Paris", "Graduation", "Christmas", "Camping"};
-constexpr Names kTopics{"Quarterly Report", "Invoice", "Meeting notes", "Budget", "Pitch deck", "Contract",
-                        "Thesis draft", "Receipt", "Travel plan", "Resume", "Lease agreement", "Tax return"};
-constexpr Names kAreas{"Work/Acme Corp/Reports", "Work/Acme Corp/Clients", "Taxes", "School/Thesis",
-                       "Personal/Receipts", "Invoices", "Contracts", "Home/Insurance",
-                       "Work/Side projects", "Health", "Travel", "Recipes"};
-constexpr Names kProjects{"fennic-demo", "website", "dotfiles", "raytracer", "budget-app", "chat-bot",
-                          "game-jam", "scraper", "homelab", "thesis-code", "cli-tools", "photo-sorter"};
-constexpr Names kArtists{"The Quiet Hours", "Nora Vale", "Kite Theory", "Los Planetas", "Miles Ahead",
-                         "Saffron Lane", "Echo Park", "Juniper", "The Lanterns", "Ana Duarte",
-                         "Paper Moons", "Northbound"};
-constexpr Names kWords{"Morning", "River", "Lights", "Home", "Static", "Blue", "Letters", "Summer",
-                       "Gravity", "Slow", "Fire", "Ocean"};
-constexpr Names kSources{"main", "util", "parser", "render", "config", "network", "model", "view", "store",
-                         "cache", "scene", "input"};
+constexpr Names kPlaces{"Lisbon",  "Beach Day", "Alps Hike", "Birthday",   "Kyoto",     "Garden",
+                        "Wedding", "Road Trip", "Paris",     "Graduation", "Christmas", "Camping"};
+constexpr Names kTopics{"Quarterly Report", "Invoice", "Meeting notes", "Budget", "Pitch deck",      "Contract",
+                        "Thesis draft",     "Receipt", "Travel plan",   "Resume", "Lease agreement", "Tax return"};
+constexpr Names kAreas{"Work/Acme Corp/Reports",
+                       "Work/Acme Corp/Clients",
+                       "Taxes",
+                       "School/Thesis",
+                       "Personal/Receipts",
+                       "Invoices",
+                       "Contracts",
+                       "Home/Insurance",
+                       "Work/Side projects",
+                       "Health",
+                       "Travel",
+                       "Recipes"};
+constexpr Names kProjects{"fennic-demo", "website", "dotfiles", "raytracer",   "budget-app", "chat-bot",
+                          "game-jam",    "scraper", "homelab",  "thesis-code", "cli-tools",  "photo-sorter"};
+constexpr Names kArtists{"The Quiet Hours", "Nora Vale", "Kite Theory",  "Los Planetas", "Miles Ahead", "Saffron Lane",
+                         "Echo Park",       "Juniper",   "The Lanterns", "Ana Duarte",   "Paper Moons", "Northbound"};
+constexpr Names kWords{"Morning", "River",  "Lights",  "Home", "Static", "Blue",
+                       "Letters", "Summer", "Gravity", "Slow", "Fire",   "Ocean"};
+constexpr Names kSources{"main",  "util", "parser", "render", "config", "network",
+                         "model", "view", "store",  "cache",  "scene",  "input"};
 
 struct Download {
     const char* ext;
@@ -95,7 +99,7 @@ QDateTime nameTime(double ageSeconds)
 
 class Planner {
 public:
-    Planner(int target, quint32 seed) : m_rng(seed), m_target(target) {}
+    Planner(int target, quint32 seed) : m_rng(seed), m_target(target) { }
 
     QList<PlannedFile> run()
     {
@@ -218,9 +222,10 @@ private:
     {
         const double base = age();
         const QDateTime when = nameTime(base);
-        const QString folder = QStringLiteral("Pictures/Photos/%1/%2 %3")
-                                   .arg(when.date().year())
-                                   .arg(when.toString(QStringLiteral("yyyy-MM-dd")), QLatin1String(m_rng.pick(kPlaces)));
+        const QString folder =
+            QStringLiteral("Pictures/Photos/%1/%2 %3")
+                               .arg(when.date().year())
+                               .arg(when.toString(QStringLiteral("yyyy-MM-dd")), QLatin1String(m_rng.pick(kPlaces)));
         const int style = m_rng.below(4);
         const int count = m_rng.range(8, 120);
         int number = m_rng.range(1, 9000);
@@ -235,10 +240,14 @@ private:
             default: name = QStringLiteral("IMG_%1.heic").arg(t.toString(QStringLiteral("yyyyMMdd_hhmmss"))); break;
             }
             if (m_rng.chance(0.04)) {
-                if (!listed(folder + u'/' + name.section(u'.', 0, 0) + QStringLiteral(".MOV"), m_rng.logSize(5 * kMB, 80 * kMB), ago)) return;
+                if (!listed(folder + u'/' + name.section(u'.', 0, 0)
+                            + QStringLiteral(".MOV"), m_rng.logSize(5 * kMB, 80 * kMB), ago))
+                    return;
             }
             if (style < 2 && m_rng.chance(0.05)) {
-                if (!listed(folder + u'/' + name.section(u'.', 0, 0) + QStringLiteral(".CR2"), m_rng.logSize(20 * kMB, 32 * kMB), ago)) return;
+                if (!listed(folder + u'/' + name.section(u'.', 0, 0)
+                            + QStringLiteral(".CR2"), m_rng.logSize(20 * kMB, 32 * kMB), ago))
+                    return;
             }
             if (!listed(folder + u'/' + name, m_rng.logSize(kMB + kMB / 2, 9 * kMB), ago)) return;
         }
@@ -247,7 +256,9 @@ private:
         if (m_rng.chance(0.2)) {
             const QString edits = folder + QStringLiteral("/Edited");
             for (int i = 0; i < 4; ++i)
-                if (!listed(edits + QStringLiteral("/edit-%1.png").arg(i + 1), m_rng.logSize(2 * kMB, 12 * kMB), base - kDay)) return;
+                if (!listed(edits
+                            + QStringLiteral("/edit-%1.png").arg(i + 1), m_rng.logSize(2 * kMB, 12 * kMB), base - kDay))
+                    return;
         }
     }
 
@@ -260,7 +271,8 @@ private:
         case 2: return t.toString(QStringLiteral("'Screenshot 'yyyy-MM-dd' at 'hh.mm.ss'.png'"));
         case 3: return t.toString(QStringLiteral("'CleanShot 'yyyy-MM-dd' at 'hh.mm.ss'@2x.png'"));
         case 4: return t.toString(QStringLiteral("'Screenshot_'yyyyMMdd_hhmmss'.png'"));
-        case 5: return t.toString(QStringLiteral("'Simulator Screen Shot - iPhone 15 - 'yyyy-MM-dd' at 'hh.mm.ss'.png'"));
+        case 5:
+            return t.toString(QStringLiteral("'Simulator Screen Shot - iPhone 15 - 'yyyy-MM-dd' at 'hh.mm.ss'.png'"));
         case 6: return t.toString(QStringLiteral("'screenshot-'yyyyMMdd-hhmmss'.jpg'"));
         default: return t.toString(QStringLiteral("'Screen Recording 'yyyy-MM-dd' at 'hh.mm.ss'.gif'"));
         }
@@ -272,15 +284,17 @@ private:
         const double base = age();
         const int count = m_rng.range(5, 60);
         const int style = m_rng.below(8);
-        const QString folder = desktop ? QStringLiteral("Desktop")
-                                       : QStringLiteral("Pictures/Screenshots/") + nameTime(base).toString(QStringLiteral("yyyy-MM"));
+        const QString folder =
+            desktop ? QStringLiteral("Desktop")
+                    : QStringLiteral("Pictures/Screenshots/") + nameTime(base).toString(QStringLiteral("yyyy-MM"));
         for (int i = 0; i < count; ++i) {
             const double ago = std::max(kMinute, base - i * m_rng.uniform(kMinute, 6 * kHour));
             PlannedFile* f = nullptr;
             if (m_rng.chance(0.03)) {
                 // Copied from a Mac with a localised name: only the attribute tells.
-                f = listed(folder + nameTime(ago).toString(QStringLiteral("'/Capture d’écran 'yyyy-MM-dd' à 'hh.mm.ss'.png'")),
-                           m_rng.logSize(200000, 4 * kMB), ago);
+                f = listed(folder
+                           + nameTime(ago).toString(QStringLiteral("'/Capture d’écran 'yyyy-MM-dd' à 'hh.mm.ss'.png'")),
+                                                    m_rng.logSize(200000, 4 * kMB), ago);
                 if (f) f->captureAttribute = true;
             } else {
                 f = listed(folder + u'/' + screenshotName(ago, m_rng.chance(0.8) ? style : m_rng.below(8)),
@@ -319,21 +333,28 @@ private:
     {
         const double base = age();
         const QString area = QStringLiteral("Documents/") + QLatin1String(m_rng.pick(kAreas));
-        const QString folder = m_rng.chance(0.5) ? area : area + QStringLiteral("/%1").arg(nameTime(base).date().year());
+        const QString folder =
+            m_rng.chance(0.5) ? area : area + QStringLiteral("/%1").arg(nameTime(base).date().year());
         const int count = m_rng.range(3, 40);
-        for (int i = 0; i < count && !full(); ++i) document(folder, std::max(kMinute, base - m_rng.uniform(0, 60 * kDay)));
+        for (int i = 0; i < count && !full(); ++i)
+            document(folder, std::max(kMinute, base - m_rng.uniform(0, 60 * kDay)));
         if (m_rng.chance(0.15)) {
             // A rich-text document with pictures is a folder shown as one file.
-            const QString pkg = beginPackage(folder + QStringLiteral("/%1 notes %2.rtfd").arg(QLatin1String(m_rng.pick(kWords))).arg(m_rng.range(1, 999)), true);
+            const QString pkg = beginPackage(
+                folder
+                + QStringLiteral("/%1 notes %2.rtfd").arg(QLatin1String(m_rng.pick(kWords))).arg(m_rng.range(1, 999)),
+                                 true);
             if (!pkg.isEmpty()) {
                 unlisted(pkg + QStringLiteral("/TXT.rtf"), m_rng.logSize(2000, 200000), base);
                 for (int i = 0; i < m_rng.range(1, 4); ++i)
-                    unlisted(pkg + QStringLiteral("/Pasted Graphic %1.png").arg(i + 1), m_rng.logSize(50000, 3 * kMB), base);
+                    unlisted(
+                        pkg + QStringLiteral("/Pasted Graphic %1.png").arg(i + 1), m_rng.logSize(50000, 3 * kMB), base);
                 endPackage(base);
             }
         }
         if (m_rng.chance(0.08)) {
-            const QString pkg = beginPackage(folder + QStringLiteral("/%1.pages").arg(QLatin1String(m_rng.pick(kTopics))), true);
+            const QString pkg =
+                beginPackage(folder + QStringLiteral("/%1.pages").arg(QLatin1String(m_rng.pick(kTopics))), true);
             if (!pkg.isEmpty()) {
                 unlisted(pkg + QStringLiteral("/Index.zip"), m_rng.logSize(20000, 2 * kMB), base);
                 unlisted(pkg + QStringLiteral("/Data/image.jpg"), m_rng.logSize(100000, 4 * kMB), base);
@@ -345,8 +366,10 @@ private:
         if (m_rng.chance(0.05)) unlisted(folder + QStringLiteral("/.~lock.Budget.xlsx#"), 90, base);
         if (m_rng.chance(0.04)) {
             // Sync-client stand-ins for files that were never downloaded.
-            unlisted(QStringLiteral("Documents/Nextcloud/%1.pdf.nextcloud").arg(QLatin1String(m_rng.pick(kTopics))), 0, base);
-            unlisted(QStringLiteral("Documents/Nextcloud/Photos/%1.jpg.owncloud").arg(m_rng.range(1000, 9999)), 0, base);
+            unlisted(QStringLiteral("Documents/Nextcloud/%1.pdf.nextcloud").arg(QLatin1String(m_rng.pick(kTopics))), 0,
+                                    base);
+            unlisted(QStringLiteral("Documents/Nextcloud/Photos/%1.jpg.owncloud").arg(m_rng.range(1000, 9999)), 0,
+                                    base);
         }
     }
 
@@ -355,7 +378,8 @@ private:
         static constexpr std::array<const char*, 6> kLangs{"cpp", "py", "rs", "js", "go", "java"};
         const double base = age();
         const QString lang = QLatin1String(kLangs[size_t(m_rng.below(6))]);
-        const QString project = QStringLiteral("Documents/Code/%1-%2").arg(QLatin1String(m_rng.pick(kProjects))).arg(m_rng.range(1, 9999));
+        const QString project =
+            QStringLiteral("Documents/Code/%1-%2").arg(QLatin1String(m_rng.pick(kProjects))).arg(m_rng.range(1, 9999));
         auto ago = [&] { return std::max(kMinute, base - m_rng.uniform(0, 200 * kDay)); };
 
         if (!listed(project + QStringLiteral("/README.md"), m_rng.logSize(500, 20000), ago())) return;
@@ -366,34 +390,50 @@ private:
 
         const int files = m_rng.range(10, 220);
         for (int i = 0; i < files && !full(); ++i) {
-            const QString dir = project + (m_rng.chance(0.3) ? QStringLiteral("/src") : QStringLiteral("/src/%1").arg(QLatin1String(m_rng.pick(kSources))));
+            const QString dir = project
+                + (m_rng.chance(0.3) ? QStringLiteral("/src")
+                                     : QStringLiteral("/src/%1").arg(QLatin1String(m_rng.pick(kSources))));
             const QString stem = QStringLiteral("%1_%2").arg(QLatin1String(m_rng.pick(kSources))).arg(i);
             listed(dir + u'/' + stem + u'.' + lang, m_rng.logSize(300, 60000), ago());
-            if (lang == u"cpp" && m_rng.chance(0.8)) listed(dir + u'/' + stem + QStringLiteral(".h"), m_rng.logSize(200, 10000), ago());
+            if (lang == u"cpp" && m_rng.chance(0.8))
+                listed(dir + u'/' + stem + QStringLiteral(".h"), m_rng.logSize(200, 10000), ago());
         }
         // What a scan prunes: version-control data and the language's dependency and build
         // folders, each with files inside.
         const int objects = files / 5 + m_rng.range(3, 12);
         for (int i = 0; i < objects; ++i)
-            unlisted(project + QStringLiteral("/.git/objects/%1/%2").arg(twoDigits(m_rng.below(100))).arg(m_rng.next() & 0xffffffffffull, 10, 16, QLatin1Char('0')),
-                     m_rng.logSize(100, 80000), base);
+            unlisted(project
+                     + QStringLiteral("/.git/objects/%1/%2")
+                                          .arg(twoDigits(m_rng.below(100)))
+                                          .arg(m_rng.next() & 0xffffffffffull, 10, 16, QLatin1Char('0')),
+                                      m_rng.logSize(100, 80000), base);
         unlisted(project + QStringLiteral("/.git/HEAD"), 23, base);
         QString heavy;
-        if (lang == u"js") heavy = QStringLiteral("node_modules");
-        else if (lang == u"rs") heavy = QStringLiteral("target");
-        else if (lang == u"py") heavy = QStringLiteral("venv");
-        else if (lang == u"go") heavy = QStringLiteral("vendor");
-        else if (lang == u"java") heavy = QStringLiteral(".gradle");
-        else heavy = QStringLiteral(".build");
+        if (lang == u"js")
+            heavy = QStringLiteral("node_modules");
+        else if (lang == u"rs")
+            heavy = QStringLiteral("target");
+        else if (lang == u"py")
+            heavy = QStringLiteral("venv");
+        else if (lang == u"go")
+            heavy = QStringLiteral("vendor");
+        else if (lang == u"java")
+            heavy = QStringLiteral(".gradle");
+        else
+            heavy = QStringLiteral(".build");
         const int deps = files / 6 + m_rng.range(3, 20);
         for (int i = 0; i < deps; ++i)
-            unlisted(project + QStringLiteral("/%1/pkg-%2/lib/%3.%4").arg(heavy).arg(i % 7).arg(i).arg(lang), m_rng.logSize(200, 200000), base);
+            unlisted(project
+                     + QStringLiteral("/%1/pkg-%2/lib/%3.%4").arg(heavy).arg(i % 7).arg(i).arg(lang),
+                                      m_rng.logSize(200, 200000), base);
         if (lang == u"py") {
-            for (int i = 0; i < 4; ++i) unlisted(project + QStringLiteral("/src/__pycache__/mod%1.cpython-311.pyc").arg(i), 3000, base);
+            for (int i = 0; i < 4; ++i)
+                unlisted(project + QStringLiteral("/src/__pycache__/mod%1.cpython-311.pyc").arg(i), 3000, base);
         }
         if (lang == u"cpp" && m_rng.chance(0.5)) {
             // Plain "build" is not a pruned name: its objects are listed like any file.
-            for (int i = 0; i < 6 && !full(); ++i) listed(project + QStringLiteral("/build/obj%1.o").arg(i), m_rng.logSize(5000, 400000), base);
+            for (int i = 0; i < 6 && !full(); ++i)
+                listed(project + QStringLiteral("/build/obj%1.o").arg(i), m_rng.logSize(5000, 400000), base);
             const QString pkg = beginPackage(project + QStringLiteral("/ios/App.xcodeproj"), false);
             if (!pkg.isEmpty()) {
                 unlisted(pkg + QStringLiteral("/project.pbxproj"), 24000, base);
@@ -402,7 +442,8 @@ private:
         }
         if (m_rng.chance(0.1)) {
             // A game engine project keeps its cache in "Library", pruned at any depth.
-            for (int i = 0; i < 10; ++i) unlisted(project + QStringLiteral("/Library/ShaderCache/%1.bin").arg(i), 50000, base);
+            for (int i = 0; i < 10; ++i)
+                unlisted(project + QStringLiteral("/Library/ShaderCache/%1.bin").arg(i), 50000, base);
         }
         if (m_rng.chance(0.15)) link(project + QStringLiteral("/loop"), QStringLiteral(".."));
     }
@@ -414,28 +455,17 @@ private:
 
     void downloads()
     {
-        static constexpr std::array<Download, 20> kKinds{{{"pdf", 30000, 15 * kMB},
-                                                          {"zip", 50000, 300 * kMB},
-                                                          {"dmg", 100 * kMB, 700 * kMB},
-                                                          {"iso", 600 * kMB, 5000 * kMB},
-                                                          {"deb", kMB, 150 * kMB},
-                                                          {"AppImage", 80 * kMB, 250 * kMB},
-                                                          {"png", 40000, 5 * kMB},
-                                                          {"jpeg", 40000, 5 * kMB},
-                                                          {"docx", 15000, 3 * kMB},
-                                                          {"xlsx", 10000, 2 * kMB},
-                                                          {"tar.gz", 100000, 120 * kMB},
-                                                          {"mp4", 5 * kMB, 900 * kMB},
-                                                          {"pdf", 30000, 3 * kMB},
-                                                          {"exe", kMB, 90 * kMB},
-                                                          {"csv", 500, 5 * kMB},
-                                                          {"pkg", 20 * kMB, 400 * kMB},
-                                                          {"webp", 30000, 2 * kMB},
-                                                          {"epub", 200000, 5 * kMB},
-                                                          {"mp3", 2 * kMB, 10 * kMB},
-                                                          {"torrent", 10000, 200000}}};
+        static constexpr std::array<Download, 20> kKinds{
+            {{"pdf", 30000, 15 * kMB},       {"zip", 50000, 300 * kMB},     {"dmg", 100 * kMB, 700 * kMB},
+             {"iso", 600 * kMB, 5000 * kMB}, {"deb", kMB, 150 * kMB},       {"AppImage", 80 * kMB, 250 * kMB},
+             {"png", 40000, 5 * kMB},        {"jpeg", 40000, 5 * kMB},      {"docx", 15000, 3 * kMB},
+             {"xlsx", 10000, 2 * kMB},       {"tar.gz", 100000, 120 * kMB}, {"mp4", 5 * kMB, 900 * kMB},
+             {"pdf", 30000, 3 * kMB},        {"exe", kMB, 90 * kMB},        {"csv", 500, 5 * kMB},
+             {"pkg", 20 * kMB, 400 * kMB},   {"webp", 30000, 2 * kMB},      {"epub", 200000, 5 * kMB},
+             {"mp3", 2 * kMB, 10 * kMB},     {"torrent", 10000, 200000}}};
         static constexpr std::array<Origin, 20> kOrigins{{
-            {"https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2&ik=8c1e&attid=0.1&disp=safe&name=%1", "https://mail.google.com/"},
+            {"https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2&ik=8c1e&attid=0.1&disp=safe&name=%1",
+             "https://mail.google.com/"},
             {"https://github.com/someone/tool/releases/download/v2.3.1/%1", "https://github.com/someone/tool/releases"},
             {"https://objects.githubusercontent.com/github-production-release-asset/%1", "https://github.com/"},
             {"https://doc-0s-8c-docs.googleusercontent.com/docs/securesc/%1", "https://drive.google.com/"},
@@ -449,7 +479,8 @@ private:
             {"https://www.notion.so/signed/%1", "https://www.notion.so/workspace"},
             {"https://cdimage.debian.org/debian-cd/current/amd64/iso-cd/%1", "https://www.debian.org/distrib/"},
             {"https://www.python.org/ftp/python/3.12.1/%1", "https://www.python.org/downloads/"},
-            {"https://download.mozilla.org/?product=firefox&os=linux64&name=%1", "https://www.mozilla.org/en-US/firefox/new/"},
+            {"https://download.mozilla.org/?product=firefox&os=linux64&name=%1",
+             "https://www.mozilla.org/en-US/firefox/new/"},
             {"https://arxiv.org/pdf/2401.01234/%1", "https://arxiv.org/abs/2401.01234"},
             {"https://www.cs.example-university.edu/courses/fall/%1", ""},
             {"https://releases.hashicorp.com/terraform/1.7.0/%1", ""},
@@ -458,13 +489,16 @@ private:
         }};
         const double base = m_rng.chance(0.5) ? m_rng.uniform(kMinute * 5, 45 * kDay) : age();
         const bool sub = m_rng.chance(0.12);
-        const QString folder = sub ? QStringLiteral("Downloads/%1").arg(m_rng.chance(0.5) ? QStringLiteral("Telegram Desktop") : QStringLiteral("old stuff")) : QStringLiteral("Downloads");
+        const QString folder = sub ? QStringLiteral("Downloads/%1").arg(m_rng.chance(0.5) ? QStringLiteral("Telegram Desktop") : QStringLiteral("old stuff"))
+                                   : QStringLiteral("Downloads");
         const int count = m_rng.range(2, 25);
         for (int i = 0; i < count; ++i) {
             const Download& d = m_rng.pick(kKinds);
             const double added = std::max(kMinute, base - i * m_rng.uniform(kMinute, 3 * kDay));
             QString stem = QLatin1String(m_rng.pick(kTopics)) + QStringLiteral(" %1").arg(m_rng.range(1, 99999));
-            if (d.ext == QLatin1String("AppImage")) stem = QLatin1String(m_rng.pick(kProjects)) + QStringLiteral("-%1.%2-x86_64").arg(m_rng.range(0, 9)).arg(m_rng.range(0, 30));
+            if (d.ext == QLatin1String("AppImage"))
+                stem = QLatin1String(m_rng.pick(kProjects))
+                    + QStringLiteral("-%1.%2-x86_64").arg(m_rng.range(0, 9)).arg(m_rng.range(0, 30));
             if (m_rng.chance(0.08)) stem += QStringLiteral(" (1)");
             const QString name = stem + u'.' + QLatin1String(d.ext);
             // Files often keep the server's date: an edit date well before the arrival.
@@ -480,45 +514,62 @@ private:
                 f->carriedOverWhereFrom = m_rng.chance(0.03);
             }
         }
-        if (m_rng.chance(0.2)) unlisted(folder + QStringLiteral("/.~partial-%1.crdownload").arg(m_rng.range(1, 9999)), m_rng.logSize(kMB, 50 * kMB), base);
+        if (m_rng.chance(0.2))
+            unlisted(folder
+                     + QStringLiteral("/.~partial-%1.crdownload").arg(m_rng.range(1, 9999)),
+                                      m_rng.logSize(kMB, 50 * kMB), base);
         if (m_rng.chance(0.1)) {
             // An unpacked archive: plain files, no origin.
             const QString dir = QStringLiteral("Downloads/%1-main").arg(QLatin1String(m_rng.pick(kProjects)));
             for (int i = 0; i < m_rng.range(3, 30) && !full(); ++i)
                 listed(dir + QStringLiteral("/docs/page%1.md").arg(i), m_rng.logSize(500, 30000), base + kYear);
         }
-        const QString pkg = m_rng.chance(0.03) ? beginPackage(QStringLiteral("Downloads/Tool %1.app").arg(m_rng.range(1, 999)), true) : QString();
+        const QString pkg =
+            m_rng.chance(0.03) ? beginPackage(QStringLiteral("Downloads/Tool %1.app").arg(m_rng.range(1, 999)), true)
+                               : QString();
         if (!pkg.isEmpty()) {
             unlisted(pkg + QStringLiteral("/Contents/Info.plist"), 1500, base);
             unlisted(pkg + QStringLiteral("/Contents/MacOS/tool"), m_rng.logSize(kMB, 40 * kMB), base);
             endPackage(base);
         }
-        if (m_rng.chance(0.05)) link(QStringLiteral("Downloads/old-link-%1").arg(m_rng.range(1, 9999)), QStringLiteral("/nonexistent/fennic/x.pdf"));
+        if (m_rng.chance(0.05))
+            link(QStringLiteral("Downloads/old-link-%1").arg(m_rng.range(1, 9999)),
+                                QStringLiteral("/nonexistent/fennic/x.pdf"));
     }
 
     void movies()
     {
         static constexpr std::array<const char*, 5> kExts{"mp4", "mov", "mkv", "m4v", "avi"};
         const double base = age();
-        const QString folder = QStringLiteral("Movies/%1").arg(m_rng.chance(0.5) ? QLatin1String(m_rng.pick(kPlaces)) : QLatin1String("Clips"));
+        const QString folder = QStringLiteral("Movies/%1").arg(m_rng.chance(0.5) ? QLatin1String(m_rng.pick(kPlaces))
+                                                                                 : QLatin1String("Clips"));
         for (int i = 0, n = m_rng.range(1, 8); i < n; ++i) {
             const double ago = std::max(kMinute, base - i * kHour);
-            const QString name = QStringLiteral("%1 %2.%3").arg(QLatin1String(m_rng.pick(kPlaces))).arg(i + 1).arg(QLatin1String(kExts[size_t(m_rng.below(5))]));
+            const QString name = QStringLiteral("%1 %2.%3")
+                                                    .arg(QLatin1String(m_rng.pick(kPlaces)))
+                                                    .arg(i + 1)
+                                                    .arg(QLatin1String(kExts[size_t(m_rng.below(5))]));
             if (!listed(folder + u'/' + name, m_rng.logSize(20 * kMB, 3000 * kMB), ago)) return;
         }
         if (m_rng.chance(0.1)) {
-            listed(nameTime(base).toString(QStringLiteral("'Movies/Screen Recordings/Screencast from 'yyyy-MM-dd hh-mm-ss'.webm'")), m_rng.logSize(2 * kMB, 300 * kMB), base);
+            listed(nameTime(base).toString(
+                QStringLiteral("'Movies/Screen Recordings/Screencast from 'yyyy-MM-dd hh-mm-ss'.webm'")),
+                m_rng.logSize(2 * kMB, 300 * kMB), base);
         }
     }
 
     void musicAlbum()
     {
-        static constexpr std::array<Download, 3> kExts{{{"mp3", 3 * kMB, 12 * kMB}, {"flac", 18 * kMB, 45 * kMB}, {"m4a", 3 * kMB, 10 * kMB}}};
+        static constexpr std::array<Download, 3> kExts{
+            {{"mp3", 3 * kMB, 12 * kMB}, {"flac", 18 * kMB, 45 * kMB}, {"m4a", 3 * kMB, 10 * kMB}}};
         const double base = age();
         const Download& d = m_rng.pick(kExts);
-        const QString album = QStringLiteral("Music/%1/%2 %3").arg(QLatin1String(m_rng.pick(kArtists)), QLatin1String(m_rng.pick(kWords)), QLatin1String(m_rng.pick(kWords)));
+        const QString album = QStringLiteral("Music/%1/%2 %3").arg(
+            QLatin1String(m_rng.pick(kArtists)), QLatin1String(m_rng.pick(kWords)), QLatin1String(m_rng.pick(kWords)));
         for (int i = 0, n = m_rng.range(6, 16); i < n; ++i) {
-            const QString title = QStringLiteral("%1 %2 %3.%4").arg(twoDigits(i + 1), QLatin1String(m_rng.pick(kWords)), QLatin1String(m_rng.pick(kWords)), QLatin1String(d.ext));
+            const QString title =
+                QStringLiteral("%1 %2 %3.%4").arg(twoDigits(i + 1), QLatin1String(m_rng.pick(kWords)),
+                                                  QLatin1String(m_rng.pick(kWords)), QLatin1String(d.ext));
             if (!listed(album + u'/' + title, m_rng.logSize(d.minSize, d.maxSize), base)) return;
         }
         if (m_rng.chance(0.6)) listed(album + QStringLiteral("/cover.jpg"), m_rng.logSize(50000, 2 * kMB), base);
@@ -528,9 +579,13 @@ private:
     void desktop()
     {
         const double base = m_rng.chance(0.5) ? m_rng.uniform(kMinute * 5, 20 * kDay) : age();
-        for (int i = 0, n = m_rng.range(1, 6); i < n && !full(); ++i) document(QStringLiteral("Desktop"), std::max(kMinute, base - i * kHour));
-        if (m_rng.chance(0.3)) listed(QStringLiteral("Desktop/todo %1.txt").arg(m_rng.range(1, 9999)), m_rng.logSize(50, 4000), base);
-        if (m_rng.chance(0.3)) listed(QStringLiteral("Desktop/stuff/old-%1.zip").arg(m_rng.range(1, 9999)), m_rng.logSize(kMB, 200 * kMB), base + kYear);
+        for (int i = 0, n = m_rng.range(1, 6); i < n && !full(); ++i)
+            document(QStringLiteral("Desktop"), std::max(kMinute, base - i * kHour));
+        if (m_rng.chance(0.3))
+            listed(QStringLiteral("Desktop/todo %1.txt").arg(m_rng.range(1, 9999)), m_rng.logSize(50, 4000), base);
+        if (m_rng.chance(0.3))
+            listed(QStringLiteral("Desktop/stuff/old-%1.zip").arg(m_rng.range(1, 9999)), m_rng.logSize(kMB, 200 * kMB),
+                                  base + kYear);
     }
 
     // Things every home has once: links into other folders (never followed), photo and
@@ -552,7 +607,9 @@ private:
             const double base = age();
             const QString pkg = beginPackage(QString::fromUtf8(lib.path), false);
             for (int i = 0; i < lib.files; ++i)
-                unlisted(pkg + QStringLiteral("/originals/%1/%2.jpg").arg(i % 16, 1, 16).arg(i), m_rng.logSize(kMB, 6 * kMB), base);
+                unlisted(pkg
+                         + QStringLiteral("/originals/%1/%2.jpg").arg(i % 16, 1, 16).arg(i),
+                                          m_rng.logSize(kMB, 6 * kMB), base);
             unlisted(pkg + QStringLiteral("/database/Photos.sqlite"), 50 * kMB, base);
             endPackage(base);
         }
@@ -563,14 +620,17 @@ private:
 
     void applications()
     {
-        static constexpr std::array<const char*, 8> kBundles{"Firefox", "Visual Studio Code", "Slack", "GIMP",
-                                                             "Blender", "LibreOffice", "Obsidian", "Old Game"};
+        static constexpr std::array<const char*, 8> kBundles{"Firefox", "Visual Studio Code", "Slack",    "GIMP",
+                                                             "Blender", "LibreOffice",        "Obsidian", "Old Game"};
         for (const char* name : kBundles) {
             const double ago = age();
             const QString pkg = beginPackage(QStringLiteral("Applications/%1.app").arg(QLatin1String(name)), false);
             unlisted(pkg + QStringLiteral("/Contents/Info.plist"), m_rng.logSize(1000, 5000), ago);
-            unlisted(pkg + QStringLiteral("/Contents/MacOS/") + QLatin1String(name), m_rng.logSize(5 * kMB, 300 * kMB), ago);
-            for (int i = 0; i < 6; ++i) unlisted(pkg + QStringLiteral("/Contents/Resources/res%1.bin").arg(i), m_rng.logSize(1000, 20 * kMB), ago);
+            unlisted(
+                pkg + QStringLiteral("/Contents/MacOS/") + QLatin1String(name), m_rng.logSize(5 * kMB, 300 * kMB), ago);
+            for (int i = 0; i < 6; ++i)
+                unlisted(pkg
+                         + QStringLiteral("/Contents/Resources/res%1.bin").arg(i), m_rng.logSize(1000, 20 * kMB), ago);
             PlannedFile& p = endPackage(ago);
             p.listed = true;  // listed by the applications pass, not counted among the roots' items
             p.accessedAgo = m_rng.chance(0.25) ? m_rng.uniform(100 * kDay, 3 * kYear) : m_rng.uniform(kHour, 20 * kDay);
@@ -616,7 +676,7 @@ bool hasScreenshotName(const QString& name)
 {
     const QString lower = name.toLower();
     return lower.startsWith(u"screenshot") || lower.startsWith(u"screen shot") || lower.startsWith(u"cleanshot")
-           || lower.startsWith(u"simulator screen");
+        || lower.startsWith(u"simulator screen");
 }
 
 QByteArray xmlEscape(const QString& s) { return s.toHtmlEscaped().toUtf8(); }
@@ -624,9 +684,10 @@ QByteArray xmlEscape(const QString& s) { return s.toHtmlEscaped().toUtf8(); }
 QByteArray plistOf(const QByteArray& body)
 {
     return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" \"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
+           "<!DOCTYPE plist PUBLIC \"-//Apple//DTD PLIST 1.0//EN\" "
+           "\"http://www.apple.com/DTDs/PropertyList-1.0.dtd\">\n"
            "<plist version=\"1.0\">"
-           + body + "</plist>\n";
+        + body + "</plist>\n";
 }
 
 timespec toTimespec(double unixSeconds)
@@ -639,7 +700,7 @@ timespec toTimespec(double unixSeconds)
 
 class Writer {
 public:
-    explicit Writer(const QString& root) : m_root(QFile::encodeName(root)) {}
+    explicit Writer(const QString& root) : m_root(QFile::encodeName(root)) { }
 
     bool ensureDir(const QByteArray& dir)
     {
@@ -678,7 +739,8 @@ public:
                 for (const QString& s : f.whereFrom) body += "<string>" + xmlEscape(s) + "</string>";
                 body += "</array>";
                 const QByteArray v = plistOf(body);
-                ok &= ::fsetxattr(fd, "user.com.apple.metadata:kMDItemWhereFroms", v.constData(), size_t(v.size()), 0) == 0;
+                ok &= ::fsetxattr(fd, "user.com.apple.metadata:kMDItemWhereFroms", v.constData(), size_t(v.size()), 0)
+                    == 0;
             } else {
                 const QByteArray origin = f.whereFrom.value(0).toUtf8();
                 ok &= ::fsetxattr(fd, "user.xdg.origin.url", origin.constData(), size_t(origin.size()), 0) == 0;
@@ -690,7 +752,8 @@ public:
         }
         if (f.captureAttribute) {
             const QByteArray v = plistOf("<true/>");
-            ok &= ::fsetxattr(fd, "user.com.apple.metadata:kMDItemIsScreenCapture", v.constData(), size_t(v.size()), 0) == 0;
+            ok &= ::fsetxattr(fd, "user.com.apple.metadata:kMDItemIsScreenCapture", v.constData(), size_t(v.size()), 0)
+                == 0;
         }
         ok &= ::futimens(fd, times) == 0;
         ::close(fd);
@@ -700,7 +763,8 @@ public:
     bool finish()
     {
         bool ok = true;
-        for (const auto& [path, times] : m_packageTimes) ok &= ::utimensat(AT_FDCWD, path.constData(), times.data(), 0) == 0;
+        for (const auto& [path, times] : m_packageTimes)
+            ok &= ::utimensat(AT_FDCWD, path.constData(), times.data(), 0) == 0;
         return ok;
     }
 
@@ -712,8 +776,8 @@ private:
 
 QByteArray markerText(int fileCount, quint32 seed)
 {
-    return QByteArray("fennic synthetic home v") + QByteArray::number(kPlanVersion) + " files " + QByteArray::number(fileCount)
-           + " seed " + QByteArray::number(seed) + '\n';
+    return QByteArray("fennic synthetic home v") + QByteArray::number(kPlanVersion) + " files "
+        + QByteArray::number(fileCount) + " seed " + QByteArray::number(seed) + '\n';
 }
 
 QString markerPath(const QString& root) { return root + QStringLiteral("/.fennic-synthetic-home"); }
@@ -778,8 +842,10 @@ QList<FileItem> items(const QString& root, const QList<PlannedFile>& plan, Date 
     out.reserve(plan.size());
     for (const PlannedFile& f : plan) {
         if (!f.listed) continue;
-        if (f.relativePath.startsWith(u"Applications/")) apps.append(makeItem(f));
-        else out.append(makeItem(f));
+        if (f.relativePath.startsWith(u"Applications/"))
+            apps.append(makeItem(f));
+        else
+            out.append(makeItem(f));
     }
     out.append(apps);
     return out;

@@ -2,8 +2,8 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QScopeGuard>
 #include <QImage>
+#include <QScopeGuard>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -135,10 +135,9 @@ TEST_F(ImageIndexing, TextReadingOffSkipsTextWithoutRereadingUntilTurnedOn)
     m->setIndexTextInImages(true);
     ASSERT_TRUE(m->waitForIdle(120000));
     ASSERT_FALSE(progress.isEmpty());
-    EXPECT_EQ(m->ocrProgress().second, 1)
-        << "turned on, only the picture read without text is read again";
+    EXPECT_EQ(m->ocrProgress().second, 1) << "turned on, only the picture read without text is read again";
     EXPECT_TRUE(m->ocrText().value(notePath).contains(QStringLiteral("invoice")))
-        << m->ocrText().value(notePath).toStdString();
+                << m->ocrText().value(notePath).toStdString();
 }
 
 TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)

@@ -76,7 +76,7 @@ TEST(AppModelLifecycle, FolderAddedDuringAScanGivesExactlyOneMoreScanThenTheRule
     ASSERT_TRUE(m.isScanning());
     m.addFolder(f.tree.path("Elsewhere"));
     m.addFolder(f.tree.path("Elsewhere/"));  // the same folder again changes nothing
-    m.scan();                                  // ignored while scanning
+    m.scan();                                // ignored while scanning
     EXPECT_TRUE(m.rescanQueued());
     ASSERT_TRUE(m.waitForIdle());
 

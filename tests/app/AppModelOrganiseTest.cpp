@@ -63,7 +63,8 @@ TEST(AppModelActions, TagToastsNameOneFileOrCountSeveral)
     m.addTag("tax", {m.items()[0]});
     EXPECT_EQ(m.toast()->text, QStringLiteral("Tagged “%1” #tax").arg(m.items()[0].name));
     m.addTag("  # ", {m.items()[0]});
-    EXPECT_EQ(m.toast()->text, QStringLiteral("Tagged “%1” #tax").arg(m.items()[0].name)) << "an empty tag does nothing";
+    EXPECT_EQ(m.toast()->text, QStringLiteral("Tagged “%1” #tax").arg(m.items()[0].name))
+              << "an empty tag does nothing";
 
     m.newCollection("Trip", {m.items()[0], m.items()[1]});
     EXPECT_EQ(m.toast()->text, "Made the collection “Trip” with 2 files");

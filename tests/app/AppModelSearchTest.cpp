@@ -34,14 +34,15 @@ protected:
         f.env.settleDelayMs = 40;
         const QString h = f.tree.root();
         const Date now = f.now;
-        LibraryCache::save(LibraryCache::defaultPath(),
-                           {
-                               fileAt(h + "/Downloads/invoice.pdf", 200, now - 3600, QStringLiteral("gmail")),
-                               fileAt(h + "/Downloads/manual.pdf", 900, now - 7200, QStringLiteral("site:example.com")),
-                               fileAt(h + "/Documents/notes.txt", 50, now - 60),
-                               fileAt(h + "/Documents/Work/plan 10.pdf", 400, now - 86400 * 3),
-                               fileAt(h + "/Documents/Work/plan 2.pdf", 300, now - 86400 * 2),
-                           });
+        LibraryCache::save(
+            LibraryCache::defaultPath(),
+            {
+                fileAt(h + "/Downloads/invoice.pdf", 200, now - 3600, QStringLiteral("gmail")),
+                       fileAt(h + "/Downloads/manual.pdf", 900, now - 7200, QStringLiteral("site:example.com")),
+                              fileAt(h + "/Documents/notes.txt", 50, now - 60),
+                              fileAt(h + "/Documents/Work/plan 10.pdf", 400, now - 86400 * 3),
+                              fileAt(h + "/Documents/Work/plan 2.pdf", 300, now - 86400 * 2),
+                });
         m = &f.make();
     }
 

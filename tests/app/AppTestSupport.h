@@ -1,9 +1,9 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "images/Pictures.h"
 #include "library/Prefs.h"
 #include "support/TempTree.h"
-#include "images/Pictures.h"
 
 #include <QDir>
 #include <QFileInfo>

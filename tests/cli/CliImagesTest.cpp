@@ -45,7 +45,10 @@ QImage blobs(int seed)
 }
 
 // fennic-cli images ARGS over the library in `root`.
-test::CliResult images(const QStringList& args, const QString& root) { return test::runCli(QStringList{"images"} + args, root); }
+test::CliResult images(const QStringList& args, const QString& root)
+{
+    return test::runCli(QStringList{"images"} + args, root);
+}
 
 QJsonDocument json(const test::CliResult& r) { return QJsonDocument::fromJson(r.out.toUtf8()); }
 
@@ -59,17 +62,20 @@ TEST(CliImagesTest, IndexesAFolderThenFindsShowsAndComparesPictures)
     ASSERT_TRUE(page("Quarterly invoice 4471").save(shot));
     const QString original = tree.path("home/Pictures/Blobs.png");
     ASSERT_TRUE(blobs(1).save(original));
-    ASSERT_TRUE(blobs(1).scaled(360, 240, Qt::KeepAspectRatio, Qt::SmoothTransformation)
+    ASSERT_TRUE(blobs(1)
+                    .scaled(360, 240, Qt::KeepAspectRatio, Qt::SmoothTransformation)
                     .save(tree.path("home/Pictures/Blobs small.jpg"), nullptr, 85));
     const QString broken = tree.write("home/Pictures/broken.png", QByteArray("\x89PNG\r\n\x1a\nbroken", 14));
 
     ASSERT_EQ(test::runCli({"scan"}, root).exitCode, 0);
     const auto index = images({"index", "--languages", "en-US,xx-YY"}, root);
     ASSERT_EQ(index.exitCode, 0) << index.err.toStdString();
-    EXPECT_TRUE(index.out.startsWith("Read 4 pictures in ") && index.out.contains("1 unreadable")) << index.out.toStdString();
+    EXPECT_TRUE(index.out.startsWith("Read 4 pictures in ") && index.out.contains("1 unreadable"))
+        << index.out.toStdString();
     EXPECT_TRUE(index.err.contains("xx-YY")) << index.err.toStdString();
     // Saved in the library's support folder, with the languages it could read.
-    EXPECT_EQ(ImageIndex::load(root + "/.fennic-support/images.plist").value_or(ImageIndex()).languages, QStringList{"en-US"});
+    EXPECT_EQ(ImageIndex::load(root + "/.fennic-support/images.plist").value_or(ImageIndex()).languages,
+              QStringList{"en-US"});
 
     // Nothing changed: nothing is read again.
     const auto again = images({"index", "--languages", "en-US"}, root);

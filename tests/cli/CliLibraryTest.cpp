@@ -32,7 +32,8 @@ TEST(CliLibraryTest, ScanWritesTheCacheInsideTheFixtureAndListShowsIt)
 
     const auto scan = runCli({"scan"}, root);
     ASSERT_EQ(scan.exitCode, 0) << scan.err.toStdString();
-    EXPECT_TRUE(scan.out.startsWith("Scanned 4 items, 5 kB, in ") && scan.outLines().size() == 1) << scan.out.toStdString();
+    EXPECT_TRUE(scan.out.startsWith("Scanned 4 items, 5 kB, in ") && scan.outLines().size() == 1)
+        << scan.out.toStdString();
     EXPECT_TRUE(scan.err.isEmpty()) << "no progress line when stderr is not a terminal";
 
     // The cache went into the fixture's support folder.
@@ -73,20 +74,23 @@ TEST(CliLibraryTest, StatsReportsTotalsAndRecentFilesForAFixedNow)
     ASSERT_EQ(json.exitCode, 0) << json.err.toStdString();
     const QJsonObject stats = QJsonDocument::fromJson(json.out.toUtf8()).object();
     // Distinct values, so that a field filled from the wrong total shows.
-    const std::pair<const char*, qint64> totals[] = {{"totalCount", 5}, {"totalSize", 270'007'010}, {"largeFiles", 2},
-                                                     {"screenshots", 1}, {"downloadedFrom", 3}};
+    const std::pair<const char*, qint64> totals[] = {
+        {"totalCount", 5}, {"totalSize", 270'007'010}, {"largeFiles", 2}, {"screenshots", 1}, {"downloadedFrom", 3}};
     for (const auto& [field, value] : totals) EXPECT_EQ(stats[field].toInteger(), value) << field;
     EXPECT_EQ(stats["byKind"]["document"], (QJsonObject{{"count", 2}, {"size", 120'000'010}}));
     EXPECT_FALSE(stats["byKind"].toObject().contains("music"));
     const QJsonArray today{root + "/Documents/a.pdf", root + "/Downloads/b.mov"};
-    EXPECT_EQ(stats["lately"], (QJsonArray{QJsonObject{{"bucket", "today"}, {"title", "Today"}, {"count", 2}, {"files", today}},
-                                           QJsonObject{{"bucket", "yesterday"}, {"title", "Yesterday"}, {"count", 1},
-                                                       {"files", QJsonArray{root + "/Pictures/Screenshot 1.png"}}}}));
+    EXPECT_EQ(stats["lately"],
+              (QJsonArray{QJsonObject{{"bucket", "today"}, {"title", "Today"}, {"count", 2}, {"files", today}},
+                          QJsonObject{{"bucket", "yesterday"},
+                                      {"title", "Yesterday"},
+                                      {"count", 1},
+                                      {"files", QJsonArray{root + "/Pictures/Screenshot 1.png"}}}}));
 
     const auto text = runCli({"stats", "--now=2024-03-13T15:30:00Z"}, root);
     ASSERT_EQ(text.exitCode, 0) << text.err.toStdString();
-    for (const char* line : {"Library: 5 items, 270 MB", "  Documents         2 items  120 MB", "Large files: 2 files over 100 MB",
-                             "  Today: 2 files", "    ~/Pictures/Screenshot 1.png"})
+    for (const char* line : {"Library: 5 items, 270 MB", "  Documents         2 items  120 MB",
+                             "Large files: 2 files over 100 MB", "  Today: 2 files", "    ~/Pictures/Screenshot 1.png"})
         EXPECT_TRUE(text.outLines().contains(line)) << line << " in\n" << text.out.toStdString();
     EXPECT_FALSE(text.out.contains("Music")) << "no line for a kind without files";
 }

@@ -40,7 +40,8 @@ protected:
     QSet<QString> cachedPaths() const
     {
         QSet<QString> paths;
-        for (const FileItem& f : LibraryCache::load(support() + QStringLiteral("/index.json")).value_or(QList<FileItem>()))
+        for (const FileItem& f :
+             LibraryCache::load(support() + QStringLiteral("/index.json")).value_or(QList<FileItem>()))
             paths.insert(f.path);
         return paths;
     }
@@ -95,7 +96,8 @@ TEST_F(CliOrganiseTest, DuplicatesReportsCopiesAndLookAlikesWithTheirKeepers)
     tree.mkdir("home/Pictures");
     const QString original = tree.path("home/Pictures/beach.png");
     ASSERT_TRUE(photo.save(original));
-    ASSERT_TRUE(photo.scaled(360, 240, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(tree.path("home/Pictures/beach small.png")));
+    ASSERT_TRUE(photo.scaled(360, 240, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                    .save(tree.path("home/Pictures/beach small.png")));
     ASSERT_TRUE(checks.save(tree.path("home/Pictures/checks.png")));
     ASSERT_EQ(run({"scan"}).exitCode, 0);
 
@@ -133,7 +135,8 @@ TEST_F(CliOrganiseTest, TrashRecordsTheOperationAndPutBackUndoesIt)
     for (const QJsonValue& m : result["moved"].toArray())
         EXPECT_TRUE(m["trashed"].toString().startsWith(trashFiles() + u'/')) << m["trashed"].toString().toStdString();
     EXPECT_EQ(result["failed"][0]["path"].toString(), missing);
-    EXPECT_TRUE(result["message"].toString().startsWith("Moved 2 items to the Trash, but")) << trashed.out.toStdString();
+    EXPECT_TRUE(result["message"].toString().startsWith("Moved 2 items to the Trash, but"))
+        << trashed.out.toStdString();
     EXPECT_FALSE(cachedPaths().contains(a)) << "trashed files leave the library";
 
     // The occupied place keeps its new file; the other goes back.
@@ -171,10 +174,12 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     EXPECT_TRUE(damaged.out.startsWith("Favourites: 0\n")) << damaged.out.toStdString();
     EXPECT_TRUE(damaged.err.contains("damaged")) << damaged.err.toStdString();
 
-    EXPECT_EQ(run({"shelf", "tag", "#Holiday Photos", a}).out, QStringLiteral("Tagged \u201ca.txt\u201d #holiday-photos\n"));
+    EXPECT_EQ(run({"shelf", "tag", "#Holiday Photos", a}).out,
+              QStringLiteral("Tagged \u201ca.txt\u201d #holiday-photos\n"));
     EXPECT_EQ(run({"shelf", "tag", "receipts", a, b}).out, "Tagged 2 files #receipts\n");
     EXPECT_EQ(run({"shelf", "star", b, a}).exitCode, 0);
-    EXPECT_EQ(run({"shelf", "collect", "Trip", a}).out, QStringLiteral("Made the collection \u201cTrip\u201d with 1 file\n"));
+    EXPECT_EQ(run({"shelf", "collect", "Trip", a}).out,
+              QStringLiteral("Made the collection \u201cTrip\u201d with 1 file\n"));
     EXPECT_EQ(run({"shelf", "collect", "trip", b, a}).out, QStringLiteral("Added 2 files to \u201cTrip\u201d\n"));
     EXPECT_EQ(run({"shelf", "untag", "#receipts", b}).exitCode, 0);
 

@@ -36,7 +36,8 @@ const QStringList kClock = {"--now", "2025-05-14T10:30:00Z", "--tz", "UTC"};
 TEST(CliSearchTest, ParsePrintsFiltersAndSpans)
 {
     const QString request = "pdfs from gmail last week over 5 MB in my downloads";
-    const auto r = runCli(QStringList{"parse", request, "--json", "--home", "/srv/ana/", "--first-weekday", "2"} + kClock);
+    const auto r =
+        runCli(QStringList{"parse", request, "--json", "--home", "/srv/ana/", "--first-weekday", "2"} + kClock);
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
     const QJsonObject o = jsonOf(r);
     EXPECT_EQ(o["firstWeekday"].toInt(), 2);
@@ -54,7 +55,8 @@ TEST(CliSearchTest, ParsePrintsFiltersAndSpans)
     const QJsonArray spans = o["spans"].toArray();
     ASSERT_EQ(spans.size(), 5);
     EXPECT_EQ(spans[4].toObject(),
-              (QJsonObject{{"location", 36}, {"length", 15}, {"role", "filter"}, {"text", "in my downloads"}, {"filter", 4}}));
+              (QJsonObject{
+                  {"location", 36}, {"length", 15}, {"role", "filter"}, {"text", "in my downloads"}, {"filter", 4}}));
 
     // Without --json: a line per filter, then a line per span.
     const QStringList text = runCli(QStringList{"parse", request, "--home", "/srv/ana"} + kClock).outLines();
@@ -75,7 +77,8 @@ TEST(CliSearchTest, BadOptionsAreUsageErrorsAndAskNeedsACache)
     for (const auto& [args, exitCode] : cases) {
         const auto r = runCli(args, tree.path("empty"));
         EXPECT_EQ(r.exitCode, exitCode) << args.join(' ').toStdString();
-        EXPECT_TRUE(r.err.startsWith("fennic-cli: ") && (exitCode == 2 || r.err.contains("fennic-cli scan"))) << r.err.toStdString();
+        EXPECT_TRUE(r.err.startsWith("fennic-cli: ") && (exitCode == 2 || r.err.contains("fennic-cli scan")))
+            << r.err.toStdString();
     }
 }
 
@@ -97,7 +100,9 @@ TEST(CliSearchTest, AskFindsTheMatchingFilesInOrder)
 
     const std::tuple<const char*, QStringList, QStringList> cases[] = {
         {"newest added first by default", {"resume"}, {items[0].path, items[1].path}},
-        {"--sort and --ascending", {"pdfs over 1 mb", "--sort", "size", "--ascending"}, {items[0].path, items[2].path, items[3].path}},
+        {"--sort and --ascending",
+         {"pdfs over 1 mb", "--sort", "size", "--ascending"},
+         {items[0].path, items[2].path, items[3].path}},
         // The statement came on a Sunday: in last week when weeks start on Monday, not Sunday.
         {"--first-weekday 2", {"pdfs from gmail last week", "--first-weekday", "2"}, {items[2].path}},
         {"--first-weekday 1", {"pdfs from gmail last week", "--first-weekday", "1"}, {}},

@@ -1,5 +1,5 @@
-#include "Pictures.h"
 #include "images/ImageAnalyzer.h"
+#include "Pictures.h"
 #include "images/ImageDecoder.h"
 #include "images/VisionModel.h"
 #include "images/VisualSearch.h"
@@ -52,11 +52,13 @@ struct Lookalikes {
 Lookalikes saveLookalikes(const TempTree& tree)
 {
     const QImage sea = test::seaAndSand(QSize(900, 600));
-    Lookalikes set{test::save(sea, tree.path("beach.jpg"), 92),
-                   test::save(sea.scaled(450, 300, Qt::KeepAspectRatio, Qt::SmoothTransformation), tree.path("beach small.jpg"), 55),
-                   {test::save(test::randomScene(QSize(600, 400), 3), tree.path("shapes.png")),
-                    test::save(test::snowyMountains(QSize(600, 400)), tree.path("alps.jpg"), 90)},
-                   test::save(test::textPicture({"Plain words"}, 40, QSize(600, 400), "DejaVu Sans"), tree.path("page.png"))};
+    Lookalikes set{
+        test::save(sea, tree.path("beach.jpg"), 92),
+        test::save(sea.scaled(450, 300, Qt::KeepAspectRatio, Qt::SmoothTransformation), tree.path("beach small.jpg"),
+                   55),
+        {test::save(test::randomScene(QSize(600, 400), 3), tree.path("shapes.png")),
+         test::save(test::snowyMountains(QSize(600, 400)), tree.path("alps.jpg"), 90)},
+        test::save(test::textPicture({"Plain words"}, 40, QSize(600, 400), "DejaVu Sans"), tree.path("page.png"))};
     set.others.append(set.page);
     return set;
 }
@@ -78,14 +80,29 @@ TEST(ColorName, NamesTheTableCases)
         const char* name;
     };
     const Case cases[] = {
-        {1, 1, 1, "white"},      {0.5f, 0.5f, 0.5f, "gray"}, {0.2f, 0.2f, 0.2f, "black"}, {0.1f, 0.05f, 0, "black"},
-        {1, 0, 0, "red"},        {0.4f, 0, 0, "brown"},      {1, 0.6f, 0.6f, "pink"},      {1, 0.5f, 0, "orange"},
-        {0.5f, 0.25f, 0, "brown"}, {0, 0, 1, "blue"},        {0, 1, 1, "teal"},            {0.6f, 0.2f, 1, "purple"},
-        {1, 0, 0.8f, "pink"},    {0, 0, 0, "black"},         {0.95f, 0.9f, 0.85f, "white"}, {1, 1, 0, "yellow"},
-        {0.45f, 0.45f, 0, "brown"}, {0, 0.6f, 0, "green"},   {0.85f, 0.85f, 0.8f, "white"},
+        {1, 1, 1, "white"},
+        {0.5f, 0.5f, 0.5f, "gray"},
+        {0.2f, 0.2f, 0.2f, "black"},
+        {0.1f, 0.05f, 0, "black"},
+        {1, 0, 0, "red"},
+        {0.4f, 0, 0, "brown"},
+        {1, 0.6f, 0.6f, "pink"},
+        {1, 0.5f, 0, "orange"},
+        {0.5f, 0.25f, 0, "brown"},
+        {0, 0, 1, "blue"},
+        {0, 1, 1, "teal"},
+        {0.6f, 0.2f, 1, "purple"},
+        {1, 0, 0.8f, "pink"},
+        {0, 0, 0, "black"},
+        {0.95f, 0.9f, 0.85f, "white"},
+        {1, 1, 0, "yellow"},
+        {0.45f, 0.45f, 0, "brown"},
+        {0, 0.6f, 0, "green"},
+        {0.85f, 0.85f, 0.8f, "white"},
     };
     for (const Case& c : cases)
-        EXPECT_EQ(ImageAnalyzer::colorName(c.r, c.g, c.b), QString::fromLatin1(c.name)) << c.r << ' ' << c.g << ' ' << c.b;
+        EXPECT_EQ(ImageAnalyzer::colorName(c.r, c.g, c.b), QString::fromLatin1(c.name))
+            << c.r << ' ' << c.g << ' ' << c.b;
 }
 
 TEST(Palette, SharesOfOpaquePixelsAboveTwoPercent)
@@ -93,7 +110,7 @@ TEST(Palette, SharesOfOpaquePixelsAboveTwoPercent)
     // 48 x 48 is the palette's own size, so pixels are counted one for one: 2,304 in all.
     QImage image(48, 48, QImage::Format_ARGB32);
     image.fill(QColor(0, 0, 255));
-    for (int x = 0; x < 47; ++x) image.setPixelColor(x, 0, QColor(255, 0, 0));  // 2.04 %
+    for (int x = 0; x < 47; ++x) image.setPixelColor(x, 0, QColor(255, 0, 0));   // 2.04 %
     for (int x = 0; x < 23; ++x) image.setPixelColor(x, 10, QColor(0, 255, 0));  // 1.0 %
     const auto shares = ImageAnalyzer::palette(image);
     EXPECT_NEAR(shares.value("red"), 47.0f / 2304.0f, 1e-6);
@@ -105,7 +122,8 @@ TEST(Palette, SharesOfOpaquePixelsAboveTwoPercent)
     image.fill(Qt::transparent);
     EXPECT_TRUE(ImageAnalyzer::palette(image).isEmpty());
     for (int y = 0; y < 48; ++y)
-        for (int x = 0; x < 48; ++x) image.setPixelColor(x, y, x < 24 ? QColor(255, 0, 0, 153) : QColor(0, 0, 255, 127));
+        for (int x = 0; x < 48; ++x)
+            image.setPixelColor(x, y, x < 24 ? QColor(255, 0, 0, 153) : QColor(0, 0, 255, 127));
     EXPECT_EQ(ImageAnalyzer::palette(image), (QHash<QString, float>{{"red", 1.0f}}));
 
     // A transparent PNG file read end to end.
@@ -122,7 +140,8 @@ TEST(ImageAnalyzer, ReadsAScreenshotInReadingOrderWithLowerLeftBoxes)
 {
     TempTree tree;
     const QStringList lines{"Quarterly report draft", "Invoice number 4471", "Meeting with Daniel on Friday"};
-    const QString path = test::save(test::textPicture(lines, 28, QSize(900, 260), "DejaVu Sans"), tree.path("Screenshot 1.png"));
+    const QString path =
+        test::save(test::textPicture(lines, 28, QSize(900, 260), "DejaVu Sans"), tree.path("Screenshot 1.png"));
     const FileItem item = itemFor(path);
     const ImageRecord record = ImageAnalyzer::analyze(item, {"en-US"});
 
@@ -168,18 +187,21 @@ TEST(ImageDecoder, ReadsEveryReadableFormatAndDownsamplesLargePictures)
     TempTree tree;
     const QImage picture = test::randomScene(QSize(120, 80), 5);
     for (const char* format : {"png", "jpg", "webp", "tiff", "bmp"}) {
-        const ImageDecoder::Decoded decoded = ImageDecoder::read(test::save(picture, tree.path("picture." + QString(format))));
+        const ImageDecoder::Decoded decoded =
+            ImageDecoder::read(test::save(picture, tree.path("picture." + QString(format))));
         EXPECT_TRUE(decoded.opened) << format;
         EXPECT_EQ(decoded.image.size(), QSize(120, 80)) << format;
         EXPECT_EQ(decoded.pixelWidth, 120) << format;
     }
     // Qt reads GIF but cannot write it: a one-pixel GIF by hand.
-    const QString gif = tree.write("dot.gif", QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
-                                                         ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
-                                                         35));
+    const QString gif = tree.write("dot.gif",
+                                   QByteArray("GIF89a\x01\x00\x01\x00\x80\x00\x00\xff\xff\xff\x00\x00\x00"
+                                              ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
+                                              35));
     EXPECT_EQ(ImageDecoder::read(gif).image.size(), QSize(1, 1));
     // Never decoded beyond 2,600 pixels on the longest side; the record keeps the file's size.
-    const ImageDecoder::Decoded wide = ImageDecoder::read(test::save(test::randomScene(QSize(3000, 600), 6), tree.path("wide.png")));
+    const ImageDecoder::Decoded wide =
+        ImageDecoder::read(test::save(test::randomScene(QSize(3000, 600), 6), tree.path("wide.png")));
     EXPECT_EQ(wide.image.size(), QSize(2600, 520));
     EXPECT_EQ(wide.pixelWidth, 3000);
     EXPECT_EQ(wide.pixelHeight, 600);
@@ -188,7 +210,8 @@ TEST(ImageDecoder, ReadsEveryReadableFormatAndDownsamplesLargePictures)
 TEST(ImageAnalyzer, UnreadableFilesAreMarkedFailed)
 {
     TempTree tree;
-    for (const QString& path : {tree.write("broken.png", QByteArray("\x89PNG\r\n\x1a\nnot really", 18)), tree.path("gone.jpg")}) {
+    for (const QString& path :
+         {tree.write("broken.png", QByteArray("\x89PNG\r\n\x1a\nnot really", 18)), tree.path("gone.jpg")}) {
         FileItem item = itemFor(path);
         item.size = 18;
         const ImageRecord record = ImageAnalyzer::analyze(item, {"en-US", "ja-JP"});
@@ -234,10 +257,11 @@ static bool writeHeif(const QImage& picture, const QString& path)
     heif_image_add_plane(image, heif_channel_interleaved, rgb.width(), rgb.height(), 8);
     int stride = 0;
     uint8_t* pixels = heif_image_get_plane(image, heif_channel_interleaved, &stride);
-    for (int y = 0; y < rgb.height(); ++y) std::memcpy(pixels + y * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
+    for (int y = 0; y < rgb.height(); ++y)
+        std::memcpy(pixels + y * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
     heif_encoder_set_lossy_quality(encoder, 80);
-    const bool ok = heif_context_encode_image(context, image, encoder, nullptr, nullptr).code == heif_error_Ok &&
-                    heif_context_write_to_file(context, QFile::encodeName(path).constData()).code == heif_error_Ok;
+    const bool ok = heif_context_encode_image(context, image, encoder, nullptr, nullptr).code == heif_error_Ok
+        && heif_context_write_to_file(context, QFile::encodeName(path).constData()).code == heif_error_Ok;
     heif_image_release(image);
     heif_encoder_release(encoder);
     heif_context_free(context);

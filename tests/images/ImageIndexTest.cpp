@@ -21,7 +21,8 @@ QByteArray printOf(std::initializer_list<float> values)
 
 ImageRecord sampleRecord(const QString& path)
 {
-    ImageRecord r(path, 123456, Date{700000000.25}, {{"seashore", 0.71f}, {"beach", 0.8f}}, {{"blue", 0.5f}, {"white", 0.25f}},
+    ImageRecord r(path, 123456, Date{700000000.25}, {{"seashore", 0.71f}, {"beach", 0.8f}},
+                  {{"blue", 0.5f}, {"white", 0.25f}},
                   {TextLine{"Café", 0.1f, 0.8f, 0.3f, 0.05f, 0.93f}, TextLine{"MENU", 0.1f, 0.7f, 0.2f, 0.05f, 0.5f}},
                   QString(), printOf({0.5f, -1.25f, 3.0f}), 4032, 3024, false);
     r.langs = QStringLiteral("en-US,ja-JP");
@@ -71,8 +72,10 @@ struct Plist {
 QByteArray edited(const QByteArray& encoded, const QString& path, const char* key, plist_t replacement)
 {
     Plist plist(encoded);
-    if (replacement) plist_dict_set_item(plist.record(path), key, replacement);
-    else plist_dict_remove_item(plist.record(path), key);
+    if (replacement)
+        plist_dict_set_item(plist.record(path), key, replacement);
+    else
+        plist_dict_remove_item(plist.record(path), key);
     return plist.bin();
 }
 
@@ -87,7 +90,8 @@ TEST(ImageRecord, FoldedTextFeaturePrintAndTopLabels)
     r.refold();
     EXPECT_EQ(r.searchText(), QStringLiteral("cafe\nmenu\nwide resume"));
     EXPECT_EQ(bareRecord("/p/b.png", 1, Date{}).folded, QString());
-    EXPECT_EQ(ImageRecord("/p/c.png", 1, Date{}, {}, {}, {}, "Sunset", std::nullopt, 0, 0, false).folded, QStringLiteral("\nsunset"));
+    EXPECT_EQ(ImageRecord("/p/c.png", 1, Date{}, {}, {}, {}, "Sunset", std::nullopt, 0, 0, false).folded,
+              QStringLiteral("\nsunset"));
 
     // Whole floats only: a remainder of odd bytes is ignored.
     EXPECT_EQ(r.featurePrint(), (std::vector<float>{0.5f, -1.25f, 3.0f}));
@@ -107,8 +111,10 @@ TEST(ImageRecord, FoldedTextFeaturePrintAndTopLabels)
 TEST(TextLine, ReadingOrderIsTopToBottomThenLeftToRightWithinARow)
 {
     QList<TextLine> lines{
-        {"right of first row", 0.6f, 0.905f, 0.2f, 0.03f, 1}, {"second row", 0.1f, 0.5f, 0.2f, 0.03f, 1},
-        {"first row", 0.1f, 0.9f, 0.2f, 0.03f, 1},            {"bottom", 0.0f, 0.05f, 0.2f, 0.03f, 1},
+        {"right of first row", 0.6f, 0.905f, 0.2f, 0.03f, 1},
+        {"second row", 0.1f, 0.5f, 0.2f, 0.03f, 1},
+        {"first row", 0.1f, 0.9f, 0.2f, 0.03f, 1},
+        {"bottom", 0.0f, 0.05f, 0.2f, 0.03f, 1},
         {"just above second row", 0.7f, 0.515f, 0.2f, 0.03f, 1},
     };
     sortIntoReadingOrder(lines);
@@ -121,7 +127,8 @@ TEST(ImageIndex, RoundTripsThroughTheFileWithEveryField)
 {
     test::TempTree tree;
     const ImageRecord a = sampleRecord("/photos/Beach Café.jpg");
-    const ImageRecord b = bareRecord("/photos/broken.png", 9, Date{-31536000.5}, true);  // before 2001, no print, failed
+    const ImageRecord b =
+        bareRecord("/photos/broken.png", 9, Date{-31536000.5}, true);  // before 2001, no print, failed
     ImageRecord c = sampleRecord("/photos/東京.png");
     c.print = QByteArray();  // present but empty
     c.altText = QStringLiteral("alt text");
@@ -171,8 +178,10 @@ TEST(ImageIndex, RejectsForeignVersionsMissingKeysAndWrongTypes)
                             "pixelHeight", "failed", "langs", "folded"})
         EXPECT_FALSE(ImageIndex::decode(edited(good, a.path, key, nullptr)).has_value()) << "without " << key;
     EXPECT_TRUE(ImageIndex::decode(edited(good, a.path, "print", nullptr)).has_value()) << "print is optional";
-    EXPECT_FALSE(ImageIndex::decode(edited(good, a.path, "size", plist_new_string("12"))).has_value()) << "size as text";
-    EXPECT_FALSE(ImageIndex::decode(edited(good, a.path, "print", plist_new_string("x"))).has_value()) << "print as text";
+    EXPECT_FALSE(ImageIndex::decode(edited(good, a.path, "size", plist_new_string("12"))).has_value())
+        << "size as text";
+    EXPECT_FALSE(ImageIndex::decode(edited(good, a.path, "print", plist_new_string("x"))).has_value())
+        << "print as text";
     EXPECT_FALSE(ImageIndex::decode(QByteArray("<?xml version=\"1.0\"?><plist/>")).has_value()) << "XML";
 }
 
@@ -228,29 +237,37 @@ TEST(ImageIndex, PendingFollowsTheFourRulesAndReadingOrder)
     // Records of 100 bytes modified at `base`, read in English (one also in Japanese).
     const Date base{700000000.0};
     ImageIndex index;
-    for (const char* name : {"same", "half-second", "one-and-a-half", "exactly-one", "resized", "other-langs", "failed"}) {
+    for (const char* name :
+         {"same", "half-second", "one-and-a-half", "exactly-one", "resized", "other-langs", "failed"}) {
         const QString path = QStringLiteral("/a/%1.png").arg(QLatin1String(name));
         ImageRecord r = bareRecord(path, 100, base, qstrcmp(name, "failed") == 0);
         r.langs = qstrcmp(name, "other-langs") == 0 ? QStringLiteral("en-US,ja-JP") : QStringLiteral("en-US");
         index.records.insert(path, r);
     }
     const QList<FileItem> items{
-        imageItem("/a/same.png", 100, base),          imageItem("/a/half-second.png", 100, base + 0.5),
-        imageItem("/a/one-and-a-half.png", 100, base - 1.5), imageItem("/a/exactly-one.png", 100, base + 1.0),
-        imageItem("/a/resized.png", 101, base),       imageItem("/a/other-langs.png", 100, base),
-        imageItem("/a/failed.png", 100, base),        imageItem("/a/new-old.png", 5, base - 1000),
-        imageItem("/a/new-recent.png", 5, base + 1000), imageItem("/a/shot-old.png", 5, base - 2000, true),
+        imageItem("/a/same.png", 100, base),
+        imageItem("/a/half-second.png", 100, base + 0.5),
+        imageItem("/a/one-and-a-half.png", 100, base - 1.5),
+        imageItem("/a/exactly-one.png", 100, base + 1.0),
+        imageItem("/a/resized.png", 101, base),
+        imageItem("/a/other-langs.png", 100, base),
+        imageItem("/a/failed.png", 100, base),
+        imageItem("/a/new-old.png", 5, base - 1000),
+        imageItem("/a/new-recent.png", 5, base + 1000),
+        imageItem("/a/shot-old.png", 5, base - 2000, true),
         imageItem("/a/notes.txt", 5, base),
     };
     QStringList pending;
     for (const FileItem& item : index.pending(items, {"en-US"})) pending.append(item.path);
-    EXPECT_EQ(pending, (QStringList{"/a/shot-old.png", "/a/new-recent.png", "/a/resized.png", "/a/other-langs.png",
-                                    "/a/one-and-a-half.png", "/a/new-old.png"}));
+    EXPECT_EQ(pending,
+              (QStringList{"/a/shot-old.png", "/a/new-recent.png", "/a/resized.png", "/a/other-langs.png",
+                           "/a/one-and-a-half.png", "/a/new-old.png"}));
 
     // A change of languages makes everything pending once, the failed record included.
     const QList<FileItem> due = index.pending(items, {"en-US", "ja-JP"});
     EXPECT_EQ(due.size(), 9);
-    EXPECT_FALSE(std::any_of(due.begin(), due.end(), [](const FileItem& f) { return f.path.contains(u"other-langs"); }));
+    EXPECT_FALSE(
+        std::any_of(due.begin(), due.end(), [](const FileItem& f) { return f.path.contains(u"other-langs"); }));
     // Without any record, every indexable file is pending.
     EXPECT_EQ(ImageIndex().pending(items, {"en-US"}).size(), 10);
 }

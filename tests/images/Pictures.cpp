@@ -1,20 +1,17 @@
 #include "Pictures.h"
 
 #include <QFont>
+#include <QFontMetrics>
 #include <QImageWriter>
 #include <QPainter>
 #include <QRandomGenerator>
 #include <QRegularExpression>
-#include <QFontMetrics>
 #include <algorithm>
 #include <cmath>
 
 namespace fennic::test {
 
-int textBaseline(int index, int pixelSize)
-{
-    return 20 + pixelSize + int(index * pixelSize * 1.8);
-}
+int textBaseline(int index, int pixelSize) { return 20 + pixelSize + int(index * pixelSize * 1.8); }
 
 QImage textPicture(const QStringList& lines, int pixelSize, QSize size, const QString& family)
 {
@@ -96,7 +93,8 @@ QImage seaAndSand(QSize size, int seed)
                     r += 150 * k, g += 140 * k, b += 120 * k;
                 }
                 const double edge = (kShoreline - fy) / (kShoreline - kHorizon);
-                if (edge < 0.08 + 0.05 * fbm(fx * 20, 0, seed + 9)) r = g = b = 200 + 55 * fbm(fx * 80, fy * 80, seed + 11);
+                if (edge < 0.08 + 0.05 * fbm(fx * 20, 0, seed + 9))
+                    r = g = b = 200 + 55 * fbm(fx * 80, fy * 80, seed + 11);
             } else {
                 const double t = (fy - kShoreline) / (1 - kShoreline);
                 const double grain = fbm(fx * 60, fy * 30 / (0.3 + t), seed + 21) - 0.5;
@@ -127,13 +125,17 @@ QImage snowyMountains(QSize size, int seed)
                 r = 100 + 80 * t, g = 150 + 60 * t, b = 225 + 20 * t;
             } else if (fy < near) {
                 const double rock = fbm(fx * 30, fy * 30, seed + 40);
-                if (fy < far + 0.12 + 0.08 * fbm(fx * 10, fy * 5, seed + 50)) r = g = 225 + 30 * rock, b = 240 + 15 * rock;
-                else r = 90 + 60 * rock, g = 85 + 55 * rock, b = 95 + 50 * rock;
+                if (fy < far + 0.12 + 0.08 * fbm(fx * 10, fy * 5, seed + 50))
+                    r = g = 225 + 30 * rock, b = 240 + 15 * rock;
+                else
+                    r = 90 + 60 * rock, g = 85 + 55 * rock, b = 95 + 50 * rock;
             } else {
                 const double t = (fy - near) / (1 - near);
                 const double grass = fbm(fx * 40, fy * 40, seed + 60);
-                if (fy < near + 0.06 + 0.05 * fbm(fx * 12, 3, seed + 70)) r = g = 230 + 25 * grass, b = 245;
-                else r = 60 + 50 * grass + 20 * t, g = 90 + 60 * grass + 20 * t, b = 70 + 40 * grass;
+                if (fy < near + 0.06 + 0.05 * fbm(fx * 12, 3, seed + 70))
+                    r = g = 230 + 25 * grass, b = 245;
+                else
+                    r = 60 + 50 * grass + 20 * t, g = 90 + 60 * grass + 20 * t, b = 70 + 40 * grass;
             }
             reinterpret_cast<QRgb*>(image.scanLine(y))[x] = clamped(r, g, b);
         }
@@ -151,10 +153,13 @@ QImage randomScene(QSize size, int seed)
     painter.setPen(Qt::NoPen);
     for (int i = 0; i < 30; ++i) {
         painter.setBrush(QColor::fromHsv(int(random.bounded(360)), int(random.bounded(256)), int(random.bounded(256))));
-        const QRectF r(random.bounded(size.width()) - size.width() / 4.0, random.bounded(size.height()) - size.height() / 4.0,
-                       random.bounded(size.width() / 2) + 10, random.bounded(size.height() / 2) + 10);
-        if (i % 2) painter.drawEllipse(r);
-        else painter.drawRect(r);
+        const QRectF r(random.bounded(size.width()) - size.width() / 4.0,
+                       random.bounded(size.height()) - size.height() / 4.0, random.bounded(size.width() / 2) + 10,
+                       random.bounded(size.height() / 2) + 10);
+        if (i % 2)
+            painter.drawEllipse(r);
+        else
+            painter.drawRect(r);
     }
     return image;
 }
@@ -174,7 +179,7 @@ const QStringList& dictionary()
         "search second section server settings shared signed simple source spring status storage summary "
         "summer support system table thursday ticket timeline today total travel tuesday update upload "
         "version video weekly window winter working yellow 2024 2025 12 48 365 1080")
-                                           .split(u' ', Qt::SkipEmptyParts);
+            .split(u' ', Qt::SkipEmptyParts);
     return words;
 }
 
@@ -252,10 +257,17 @@ QImage screenshot(int seed, int pixelSize, qreal scale, QStringList* words)
 
 QImage receipt(QSize size)
 {
-    return textPicture({QStringLiteral("BLUE HARBOUR CAFE"), QStringLiteral("12 Quay Street"), QStringLiteral("Flat White 3.80"),
-                        QStringLiteral("Croissant 2.90"), QStringLiteral("Subtotal 6.70"), QStringLiteral("VAT 1.12"),
-                        QStringLiteral("TOTAL 6.70"), QStringLiteral("VISA **** 4421"), QStringLiteral("Thank you")},
-                       22, size, QStringLiteral("DejaVu Sans Mono"));
+    return textPicture({QStringLiteral("BLUE HARBOUR CAFE"),
+        QStringLiteral("12 Quay Street"),
+            QStringLiteral("Flat White 3.80"),
+                QStringLiteral("Croissant 2.90"),
+                               QStringLiteral("Subtotal 6.70"),
+                                              QStringLiteral("VAT 1.12"),
+                                                             QStringLiteral("TOTAL 6.70"),
+                                                                            QStringLiteral("VISA **** 4421"),
+                                                                                           QStringLiteral("Thank you")},
+                                                                            22, size,
+                                                                            QStringLiteral("DejaVu Sans Mono"));
 }
 
 QString save(const QImage& image, const QString& path, int quality)

@@ -1,7 +1,7 @@
+#include "images/VisualSearch.h"
 #include "images/ConceptLabels.h"
 #include "images/ImageAnalyzer.h"
 #include "images/VisionModel.h"
-#include "images/VisualSearch.h"
 #include "images/Vocabulary.h"
 #include "search/SearchContext.h"
 
@@ -92,8 +92,9 @@ TEST(Vocabulary, TablesPointAtColoursAndLabelsThatExist)
 TEST(Vocabulary, StemsPluralsAndLooksUpLabels)
 {
     const std::pair<const char*, const char*> cases[] = {
-        {"beaches", "beach"}, {"puppies", "puppy"}, {"dogs", "dog"}, {"boxes", "box"},   {"children", "child"}, {"cat", "cat"},
-        {"glasses", "glasses"}, {"bus", "bus"},     {"shoes", "shoe"}, {"wolves", "wolf"}, {"dress", "dress"},
+        {"beaches", "beach"},  {"puppies", "puppy"}, {"dogs", "dog"},        {"boxes", "box"},
+        {"children", "child"}, {"cat", "cat"},       {"glasses", "glasses"}, {"bus", "bus"},
+        {"shoes", "shoe"},     {"wolves", "wolf"},   {"dress", "dress"},
     };
     for (const auto& [word, base] : cases) EXPECT_EQ(Vocabulary::stem(word), QString::fromLatin1(base)) << word;
 
@@ -116,10 +117,10 @@ TEST(ConceptLabels, AggregateMemberProbabilities)
     ids[969] = "cup";
     ids[505] = "coffee_mug";
     std::vector<float> p(1001, 0.0f);
-    p[979] = 0.5f, p[978] = 0.2f;  // beach = 0.7
-    p[969] = 0.02f, p[505] = 0.02f;  // cup = 0.04 (each class alone below 0.03)
+    p[979] = 0.5f, p[978] = 0.2f;                            // beach = 0.7
+    p[969] = 0.02f, p[505] = 0.02f;                          // cup = 0.04 (each class alone below 0.03)
     for (int i = 152; i <= 269; ++i) p[size_t(i)] = 0.001f;  // every dog breed a little: dog = 0.118
-    p[270] = 0.5f;  // a wolf is no dog
+    p[270] = 0.5f;                                           // a wolf is no dog
 
     Scores labels{{"cup", 0.02f}};
     ConceptLabels::aggregate(p, ids, 0.03f, labels);
@@ -148,8 +149,10 @@ TEST(ConceptLabels, MembersAreTheModelsLabels)
     EXPECT_EQ(ids[979], QStringLiteral("seashore"));
     EXPECT_EQ(ids[505], QStringLiteral("coffee_mug"));
     for (const ConceptLabels::Concept& c : ConceptLabels::all()) {
-        for (const QString& member : c.members) EXPECT_TRUE(ids.contains(member)) << c.name.toStdString() << " <- " << member.toStdString();
-        for (const auto& [first, last] : c.spans) EXPECT_TRUE(1 <= first && first <= last && last <= 1000) << first << ".." << last;
+        for (const QString& member : c.members)
+            EXPECT_TRUE(ids.contains(member)) << c.name.toStdString() << " <- " << member.toStdString();
+        for (const auto& [first, last] : c.spans)
+            EXPECT_TRUE(1 <= first && first <= last && last <= 1000) << first << ".." << last;
     }
     // The spans cover the families they name.
     auto spanOf = [](const char* name) {
@@ -192,7 +195,8 @@ TEST(LabelEngine, RanksMoreSatisfiedPartsThenStrongerLabels)
 TEST(LabelEngine, UsesTelltalesAndWordsInTheText)
 {
     const LabelEngine engine;
-    const ImageRecord shopReceipt = page("/receipt.png", {"Blue Bottle Café", "1 Flat White 4.50", "TOTAL 4.50", "VISA **** 1234"});
+    const ImageRecord shopReceipt =
+        page("/receipt.png", {"Blue Bottle Café", "1 Flat White 4.50", "TOTAL 4.50", "VISA **** 1234"});
     const auto hit = engine.score(shopReceipt, VisualQuery::parse("receipt with a coffee cup"));
     ASSERT_TRUE(hit.has_value());
     EXPECT_EQ(hit->matched, 3);  // receipt by "total"/"visa", coffee by "café", cup by "flat white"
@@ -260,8 +264,9 @@ TEST(VisualSearch, DescriberScoresDescriptionsForTheSearchBar)
     // The search bar's context over image records with this scorer (how a score decides a
     // `looks` filter is SearchMatch's concern).
     QHash<QString, ImageRecord> images;
-    for (const ImageRecord& r : {record("/p/beach.jpg", {{"beach", 0.9f}}), record("/p/shore.jpg", {{"seashore", 0.4f}}),
-                                 record("/p/cat.jpg", {{"tabby", 0.9f}}), page("/p/poster.png", {"Blue Lagoon tours"})})
+    for (const ImageRecord& r :
+         {record("/p/beach.jpg", {{"beach", 0.9f}}), record("/p/shore.jpg", {{"seashore", 0.4f}}),
+          record("/p/cat.jpg", {{"tabby", 0.9f}}), page("/p/poster.png", {"Blue Lagoon tours"})})
         images.insert(r.path, r);
     SearchContext context(images, Shelf(), VisualSearch::describer());
     const QString beach = QStringLiteral("photos of a beach");
@@ -282,7 +287,7 @@ TEST(VisualSearch, SimilarAndDistance)
 {
     QHash<QString, ImageRecord> records;
     const std::pair<const char*, std::vector<float>> prints[] = {
-        {"/o.jpg", {0, 0, 0}},  {"/near.jpg", {0.3f, 0, 0}}, {"/nearer.jpg", {0.1f, 0, 0}},
+        {"/o.jpg", {0, 0, 0}},   {"/near.jpg", {0.3f, 0, 0}},   {"/nearer.jpg", {0.1f, 0, 0}},
         {"/far.jpg", {1, 0, 0}}, {"/longer.jpg", {0, 0, 0, 0}},
     };
     for (const auto& [path, print] : prints) {

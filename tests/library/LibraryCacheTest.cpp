@@ -65,8 +65,10 @@ QList<FileItem> trickyItems()
     a.added = Date{-1.0e-7};
     items << a;
 
-    FileItem b = item(QString::fromUtf8("/home/u/Pictures/\xE5\x86\x99\xE7\x9C\x9F/caf\xC3\xA9 \xF0\x9F\xA6\x8A \"quoted\" back\\slash.PNG"),
-                      9'007'199'254'740'993LL, FileKind::image);
+    FileItem b =
+        item(QString::fromUtf8(
+                 "/home/u/Pictures/\xE5\x86\x99\xE7\x9C\x9F/caf\xC3\xA9 \xF0\x9F\xA6\x8A \"quoted\" back\\slash.PNG"),
+             9'007'199'254'740'993LL, FileKind::image);
     b.isScreenshot = true;
     b.created = Date{1.0e20};
     b.modified = Date{123456789012345678.0};
@@ -106,8 +108,9 @@ QList<FileItem> trickyItems()
 // One item with the ten required keys, as the encoder writes it, and what is spliced in.
 QByteArray object(const QByteArray& extra = {})
 {
-    const QByteArray item = R"({"path":"/home/u/a.txt","name":"a.txt","ext":"txt","size":12,"created":1.5,"modified":2,)"
-                            R"("added":3.25,"kind":"document","isScreenshot":false,"whereFrom":[]})";
+    const QByteArray item =
+        R"({"path":"/home/u/a.txt","name":"a.txt","ext":"txt","size":12,"created":1.5,"modified":2,)"
+        R"("added":3.25,"kind":"document","isScreenshot":false,"whereFrom":[]})";
     return extra.isEmpty() ? item : item.chopped(1) + ',' + extra + '}';
 }
 
@@ -181,7 +184,8 @@ TEST_F(LibraryCacheTest, DecodingTakesWellFormedCachesAndRejectsAnyFaultWhole)
         {"optional keys null", '[' + object(R"("sourceKey":null,"lastUsed":null,"camera":null)") + ']', 1},
         {"unknown keys ignored", '[' + object(R"("future":{"a":[1,2,{"b":null}]},"x":1)") + ']', 1},
         {"two items", '[' + good + ',' + good + ']', 2},
-        {"keys written with escapes", '[' + QByteArray(good).replace("\"path\"", "\"p\\u0061th\"").replace("\"kind\"", "\"kin\\u0064\"") + ']', 1},
+        {"keys written with escapes",
+         '[' + QByteArray(good).replace("\"path\"", "\"p\\u0061th\"").replace("\"kind\"", "\"kin\\u0064\"") + ']', 1},
         {"object instead of array", good},
         {"trailing garbage", "[]x"},
         {"two documents", "[][]"},
@@ -193,7 +197,8 @@ TEST_F(LibraryCacheTest, DecodingTakesWellFormedCachesAndRejectsAnyFaultWhole)
         {"date as a string", '[' + QByteArray(good).replace("\"created\":1.5", "\"created\":\"2024-01-01\"") + ']'},
         {"bool as a number", '[' + QByteArray(good).replace("\"isScreenshot\":false", "\"isScreenshot\":0") + ']'},
         {"whereFrom as a string", '[' + QByteArray(good).replace("\"whereFrom\":[]", "\"whereFrom\":\"u\"") + ']'},
-        {"whereFrom with a number", '[' + QByteArray(good).replace("\"whereFrom\":[]", "\"whereFrom\":[\"u\",1]") + ']'},
+        {"whereFrom with a number",
+         '[' + QByteArray(good).replace("\"whereFrom\":[]", "\"whereFrom\":[\"u\",1]") + ']'},
         {"required key null", '[' + QByteArray(good).replace("\"name\":\"a.txt\"", "\"name\":null") + ']'},
         {"optional key of wrong type", '[' + object("\"lastUsed\":\"yesterday\"") + ']'},
         {"camera as a number", '[' + object("\"camera\":5") + ']'},
@@ -208,7 +213,8 @@ TEST_F(LibraryCacheTest, DecodingTakesWellFormedCachesAndRejectsAnyFaultWhole)
         {"bad literal under an unknown key", '[' + object(R"("x":{"y":tru})") + ']'},
         {"bad number under an unknown key", '[' + object(R"("x":[-])") + ']'},
     };
-    for (const char* key : {"path", "name", "ext", "size", "created", "modified", "added", "kind", "isScreenshot", "whereFrom"}) {
+    for (const char* key :
+         {"path", "name", "ext", "size", "created", "modified", "added", "kind", "isScreenshot", "whereFrom"}) {
         QJsonObject without = QJsonDocument::fromJson(good).object();
         without.remove(QLatin1String(key));
         cases.append({key, '[' + good + ',' + QJsonDocument(without).toJson(QJsonDocument::Compact) + ']'});
@@ -228,9 +234,11 @@ TEST_F(LibraryCacheTest, DecodingTakesWellFormedCachesAndRejectsAnyFaultWhole)
         R"("size":7,"name":"Z.app","modified":2,"sourceKey":"s","created":1,"path":"/A/Z.app"}])");
     ASSERT_TRUE(reordered.has_value());
     ASSERT_EQ(reordered->size(), 1);
-    EXPECT_EQ(LibraryCache::encodeItem(reordered->at(0)),
-              QByteArray(R"({"path":"/A/Z.app","name":"Z.app","ext":"app","size":7,"created":1,"modified":2,"added":3,)"
-                         R"("kind":"app","isScreenshot":true,"whereFrom":["u"],"sourceKey":"s","lastUsed":9.5,"camera":"C"})"));
+    EXPECT_EQ(
+        LibraryCache::encodeItem(reordered->at(0)),
+        QByteArray(
+            R"({"path":"/A/Z.app","name":"Z.app","ext":"app","size":7,"created":1,"modified":2,"added":3,)"
+            R"("kind":"app","isScreenshot":true,"whereFrom":["u"],"sourceKey":"s","lastUsed":9.5,"camera":"C"})"));
 }
 
 TEST_F(LibraryCacheTest, DamagedBytesNeverCrashAndNeverGiveAPartialList)
@@ -275,7 +283,8 @@ TEST_F(LibraryCacheTest, SaveThenLoadThroughRealFilesAtTheDefaultPath)
     ASSERT_TRUE(loaded.has_value());
     expectSameList(*loaded, items);
     // The temporary file is gone: the folder holds the cache and nothing else.
-    EXPECT_EQ(QDir(tree.path("fixture/.fennic-support")).entryList(QDir::Files | QDir::Hidden), QStringList{"index.json"});
+    EXPECT_EQ(QDir(tree.path("fixture/.fennic-support")).entryList(QDir::Files | QDir::Hidden),
+              QStringList{"index.json"});
 
     for (const QByteArray& damaged : {QByteArray(), QByteArray("[{\"path\":")}) {
         tree.write(relative, damaged);
@@ -294,7 +303,8 @@ TEST_F(LibraryCacheTest, FailedSaveLeavesThePreviousFileInPlace)
     // Writing stops part-way (a file-size limit makes the temporary file's writes fail, even
     // for root): the save reports failure and the old cache is untouched.
     QList<FileItem> bigger;
-    for (int i = 0; i < 2000; ++i) bigger << item(QStringLiteral("/home/u/Documents/file %1.txt").arg(i), i, FileKind::document);
+    for (int i = 0; i < 2000; ++i)
+        bigger << item(QStringLiteral("/home/u/Documents/file %1.txt").arg(i), i, FileKind::document);
     {
         rlimit old{};
         ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -323,7 +333,8 @@ TEST_F(LibraryCacheTest, ReadersNeverSeeHalfAFile)
     const QString file = tree.path("index.json");
     QList<FileItem> small = trickyItems();
     QList<FileItem> large;
-    for (int i = 0; i < 5000; ++i) large << item(QStringLiteral("/home/u/Pictures/img_%1.jpg").arg(i), i, FileKind::image);
+    for (int i = 0; i < 5000; ++i)
+        large << item(QStringLiteral("/home/u/Pictures/img_%1.jpg").arg(i), i, FileKind::image);
     ASSERT_TRUE(LibraryCache::save(file, small));
 
     std::atomic<bool> stop{false};

@@ -41,7 +41,8 @@ const FileItem* find(const QList<FileItem>& items, const QString& path)
     return nullptr;
 }
 
-QList<FileItem> scanRoot(const TempTree& tree, const QString& relative = QString(), int maxItems = Scanner::kDefaultMaxItems)
+QList<FileItem> scanRoot(const TempTree& tree, const QString& relative = QString(),
+                         int maxItems = Scanner::kDefaultMaxItems)
 {
     return Scanner({tree.path(relative)}, {}, maxItems).scan();
 }
@@ -79,7 +80,8 @@ class ScannerXattrTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        if (!test::supportsXattrs(tree.root())) GTEST_SKIP() << "the temporary folder's file system has no user attributes";
+        if (!test::supportsXattrs(tree.root()))
+            GTEST_SKIP() << "the temporary folder's file system has no user attributes";
     }
     TempTree tree;
 };
@@ -124,24 +126,27 @@ TEST(ScannerWalkTest, NamesThatAreNotUtf8AreNeverListed)
 
     const QList<FileItem> items = scanRoot(tree);
     EXPECT_EQ(relativePaths(items, tree), (QStringList{"good.txt", "Ünïcødé ✓.txt"}));
-    for (const FileItem& item : items) EXPECT_FALSE(item.path.contains(QChar::ReplacementCharacter)) << item.path.toStdString();
+    for (const FileItem& item : items)
+        EXPECT_FALSE(item.path.contains(QChar::ReplacementCharacter)) << item.path.toStdString();
 
     // Qt cannot name these to remove them with the temporary folder.
     const QByteArray root = QFile::encodeName(tree.root());
-    for (const char* raw : {"/bad\xff.txt", "/dir\xfe/inner.txt", "/overlong\xc0\xaf.txt"}) ::unlink((root + raw).constData());
+    for (const char* raw : {"/bad\xff.txt", "/dir\xfe/inner.txt", "/overlong\xc0\xaf.txt"})
+        ::unlink((root + raw).constData());
     ::rmdir((root + "/dir\xfe").constData());
 }
 
 TEST(ScannerWalkTest, WalksDepthFirstInNameOrderAndStopsAtMaxItems)
 {
     TempTree tree;
-    for (const char* name : {"c.txt", "a.txt", "b/d.txt", "b/c.txt", "B2/x.txt", "e.txt", "f.txt", "g.txt", "h.txt", "i.txt"})
+    for (const char* name :
+         {"c.txt", "a.txt", "b/d.txt", "b/c.txt", "B2/x.txt", "e.txt", "f.txt", "g.txt", "h.txt", "i.txt"})
         tree.write(QStringLiteral("files/") + QLatin1String(name));
     tree.write("apps/Tool.app/Contents/Info.plist", "1234");
     tree.write("apps/Runner.AppImage", "elf");
 
     const QStringList order{"files/B2/x.txt", "files/a.txt", "files/b/c.txt", "files/b/d.txt", "files/c.txt",
-                            "files/e.txt", "files/f.txt", "files/g.txt", "files/h.txt", "files/i.txt"};
+                            "files/e.txt",    "files/f.txt", "files/g.txt",   "files/h.txt",   "files/i.txt"};
     EXPECT_EQ(relativePaths(scanRoot(tree, "files"), tree), order);
 
     // With a cap of three, the first three in walk order come from the roots; every
@@ -167,21 +172,26 @@ TEST(ScannerRootsTest, NestedRepeatedAndUnstandardisedRootsYieldEachFileOnce)
 {
     TempTree tree;
     // "subway" shares a prefix with "sub" but is not inside it.
-    for (const char* rel : {"top.txt", "sub/inner.txt", "sub/deeper/leaf.txt", "subway/other.txt"}) tree.write(QString::fromLatin1(rel));
+    for (const char* rel : {"top.txt", "sub/inner.txt", "sub/deeper/leaf.txt", "subway/other.txt"})
+        tree.write(QString::fromLatin1(rel));
 
     struct Case {
         const char* name;
         QStringList roots;
         QStringList expected;
     } cases[] = {
-        {"folder and its subfolder", {tree.root(), tree.path("sub")},
+        {"folder and its subfolder",
+         {tree.root(), tree.path("sub")},
          {"sub/deeper/leaf.txt", "sub/inner.txt", "subway/other.txt", "top.txt"}},
-        {"subfolder first", {tree.path("sub"), tree.root()},
+        {"subfolder first",
+         {tree.path("sub"), tree.root()},
          {"sub/deeper/leaf.txt", "sub/inner.txt", "subway/other.txt", "top.txt"}},
         {"same root twice", {tree.path("sub"), tree.path("sub")}, {"sub/deeper/leaf.txt", "sub/inner.txt"}},
-        {"dot and dot-dot components", {tree.path("sub/deeper/../."), tree.path("sub/") , tree.path("sub/deeper")},
+        {"dot and dot-dot components",
+         {tree.path("sub/deeper/../."), tree.path("sub/"), tree.path("sub/deeper")},
          {"sub/deeper/leaf.txt", "sub/inner.txt"}},
-        {"prefix that is not a parent", {tree.path("subway"), tree.path("sub")},
+        {"prefix that is not a parent",
+         {tree.path("subway"), tree.path("sub")},
          {"subway/other.txt", "sub/deeper/leaf.txt", "sub/inner.txt"}},
         {"missing root contributes nothing", {tree.path("nowhere"), tree.path("subway")}, {"subway/other.txt"}},
     };
@@ -192,7 +202,8 @@ TEST(ScannerPackagesTest, DocumentPackagesAreOneItemAndLibrariesAreLeftOut)
 {
     TempTree tree;
     // Left out whole ("bundle" although it is also a package extension).
-    for (const char* rel : {"Pictures/Photos Library.photoslibrary/originals/0/a.jpg", "Pictures/Photos Library.photoslibrary/database/Photos.sqlite",
+    for (const char* rel : {"Pictures/Photos Library.photoslibrary/originals/0/a.jpg",
+                            "Pictures/Photos Library.photoslibrary/database/Photos.sqlite",
                             "Code/App.xcodeproj/project.pbxproj", "Code/Thing.bundle/Contents/Info.plist"})
         tree.write(QString::fromLatin1(rel), "x");
     tree.writeSized("Docs/Trip.rtfd/TXT.rtf", 1200, 1);
@@ -312,38 +323,60 @@ TEST_F(ScannerXattrTest, WhereFromComesFromTheCarriedOverListOrTheFreedesktopPai
         std::optional<QString> sourceKey;
     } cases[] = {
         {"mail.pdf",
-         {{origin, "https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2&ik=1"}, {referrer, "https://mail.google.com/"}},
+         {{origin, "https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2&ik=1"},
+          {referrer, "https://mail.google.com/"}},
          {"https://mail-attachment.googleusercontent.com/attachment/u/0/?ui=2&ik=1", "https://mail.google.com/"},
          QStringLiteral("gmail")},
-        {"release.AppImage",
-         {{origin, "https://github.com/o/r/releases/download/v1/release.AppImage"}},
-         {"https://github.com/o/r/releases/download/v1/release.AppImage"}, QStringLiteral("github")},
-        {"unknown.zip", {{origin, QByteArray("https://www.example.org/files/unknown.zip\0", 42)}},
-         {"https://www.example.org/files/unknown.zip"}, QStringLiteral("site:example.org")},
-        {"referrer-only.pdf", {{referrer, "https://arxiv.org/abs/1"}}, {"https://arxiv.org/abs/1"}, QStringLiteral("site:arxiv.org")},
-        {"empty-origin.pdf", {{origin, ""}, {referrer, "https://b.example.net/"}}, {"https://b.example.net/"},
-         QStringLiteral("site:b.example.net")},
-        {"carried-xml.pdf",
-         {{carried, xmlPlist("<array><string>https://files.slack.com/x.pdf</string><string>https://app.slack.com/</string></array>")},
-          {origin, "https://ignored.example.com/"}},
-         {"https://files.slack.com/x.pdf", "https://app.slack.com/"}, QStringLiteral("slack")},
-        {"carried-binary.pdf", {{carried, binaryPlistOfStrings({"https://www.dropbox.com/s/a/b.pdf?dl=1"})}},
-         {"https://www.dropbox.com/s/a/b.pdf?dl=1"}, QStringLiteral("dropbox")},
-        {"carried-dict.pdf",
-         {{carried, xmlPlist("<dict><key>url</key><string>https://github.com/</string></dict>")}, {origin, "https://github.com/"}},
-         {}, std::nullopt},
-        {"carried-mixed.pdf", {{carried, xmlPlist("<array><string>https://github.com/</string><integer>3</integer></array>")}},
-         {}, std::nullopt},
-        {"carried-garbage.pdf", {{carried, "not a property list"}}, {}, std::nullopt},
-        {"carried-empty-value.pdf", {{carried, ""}, {origin, "https://canva.com/d"}}, {"https://canva.com/d"}, QStringLiteral("canva")},
-        {"plain.pdf", {}, {}, std::nullopt},
-        {"long.pdf", {{origin, longUrl}}, {QString::fromLatin1(longUrl)}, QStringLiteral("site:example.com")},
-        {"crowded.pdf", crowded, {"https://github.com/o/r"}, QStringLiteral("github")},
-    };
+         {"release.AppImage",
+          {{origin, "https://github.com/o/r/releases/download/v1/release.AppImage"}},
+          {"https://github.com/o/r/releases/download/v1/release.AppImage"},
+          QStringLiteral("github")},
+          {"unknown.zip",
+           {{origin, QByteArray("https://www.example.org/files/unknown.zip\0", 42)}},
+           {"https://www.example.org/files/unknown.zip"},
+           QStringLiteral("site:example.org")},
+           {"referrer-only.pdf",
+            {{referrer, "https://arxiv.org/abs/1"}},
+            {"https://arxiv.org/abs/1"},
+            QStringLiteral("site:arxiv.org")},
+            {"empty-origin.pdf",
+             {{origin, ""}, {referrer, "https://b.example.net/"}},
+             {"https://b.example.net/"},
+             QStringLiteral("site:b.example.net")},
+             {"carried-xml.pdf",
+              {{carried,
+                xmlPlist("<array><string>https://files.slack.com/x.pdf</string><string>https://app.slack.com/</"
+                         "string></array>")},
+               {origin, "https://ignored.example.com/"}},
+              {"https://files.slack.com/x.pdf", "https://app.slack.com/"},
+              QStringLiteral("slack")},
+              {"carried-binary.pdf",
+               {{carried, binaryPlistOfStrings({"https://www.dropbox.com/s/a/b.pdf?dl=1"})}},
+               {"https://www.dropbox.com/s/a/b.pdf?dl=1"},
+               QStringLiteral("dropbox")},
+               {"carried-dict.pdf",
+                {{carried, xmlPlist("<dict><key>url</key><string>https://github.com/</string></dict>")},
+                 {origin, "https://github.com/"}},
+                {},
+                std::nullopt},
+               {"carried-mixed.pdf",
+                {{carried, xmlPlist("<array><string>https://github.com/</string><integer>3</integer></array>")}},
+                {},
+                std::nullopt},
+               {"carried-garbage.pdf", {{carried, "not a property list"}}, {}, std::nullopt},
+               {"carried-empty-value.pdf",
+                {{carried, ""}, {origin, "https://canva.com/d"}},
+                {"https://canva.com/d"},
+                QStringLiteral("canva")},
+                {"plain.pdf", {}, {}, std::nullopt},
+                {"long.pdf", {{origin, longUrl}}, {QString::fromLatin1(longUrl)}, QStringLiteral("site:example.com")},
+                 {"crowded.pdf", crowded, {"https://github.com/o/r"}, QStringLiteral("github")},
+                };
     for (const Case& c : cases) {
         const QString rel = QStringLiteral("dl/") + QLatin1String(c.file);
         tree.write(rel, "data");
-        for (const Attr& a : c.attrs) ASSERT_TRUE(tree.setXattr(rel, a.name.constData(), a.value)) << c.file << " " << a.name.constData();
+        for (const Attr& a : c.attrs)
+            ASSERT_TRUE(tree.setXattr(rel, a.name.constData(), a.value)) << c.file << " " << a.name.constData();
     }
     const QList<FileItem> items = scanRoot(tree);
     for (const Case& c : cases) {
@@ -366,9 +399,10 @@ TEST(ScannerAppsTest, ListsBundlesAndAppImagesWithTheirLastUse)
     tree.writeSized("Applications/Editor.app/Contents/Info.plist", 200, 1);
     tree.writeSized("Applications/Krita-5.2.appimage", 1000, 2);
     tree.writeSized("Applications/Notes.AppImage", 500, 3);
-    for (const char* other : {"Applications/Shouting.APP/Contents/Info.plist", "Applications/.Hidden.app/Contents/Info.plist",
-                              "Applications/Utilities/Terminal.app/Contents/Info.plist", "Applications/README.txt",
-                              "Home/Applications/Local.AppImage", "Home/Documents/a.txt"})
+    for (const char* other :
+         {"Applications/Shouting.APP/Contents/Info.plist", "Applications/.Hidden.app/Contents/Info.plist",
+          "Applications/Utilities/Terminal.app/Contents/Info.plist", "Applications/README.txt",
+          "Home/Applications/Local.AppImage", "Home/Documents/a.txt"})
         tree.write(QString::fromLatin1(other), "x");
 
     const Date usedBundle = Date::fromIso("2024-05-01T08:00:00Z");
@@ -379,11 +413,12 @@ TEST(ScannerAppsTest, ListsBundlesAndAppImagesWithTheirLastUse)
 
     // The application folder inside the root is listed by the walk; the applications pass
     // must not add it again. The same application folder twice lists its entries once.
-    const Scanner scanner({tree.path("Home")}, {tree.path("Applications"), tree.path("Home/Applications"), tree.path("Applications")});
+    const Scanner scanner({tree.path("Home")},
+                          {tree.path("Applications"), tree.path("Home/Applications"), tree.path("Applications")});
     const QList<FileItem> items = scanner.scan();
-    EXPECT_EQ(relativePaths(items, tree), (QStringList{"Home/Applications/Local.AppImage", "Home/Documents/a.txt",
-                                                       "Applications/Editor.app", "Applications/Krita-5.2.appimage",
-                                                       "Applications/Notes.AppImage"}));
+    EXPECT_EQ(relativePaths(items, tree),
+              (QStringList{"Home/Applications/Local.AppImage", "Home/Documents/a.txt", "Applications/Editor.app",
+                           "Applications/Krita-5.2.appimage", "Applications/Notes.AppImage"}));
 
     const FileItem* editor = find(items, tree.path("Applications/Editor.app"));
     const FileItem* krita = find(items, tree.path("Applications/Krita-5.2.appimage"));
@@ -431,13 +466,18 @@ TEST(ScannerCameraTest, ReadsTheModelElseTheMakeFromExif)
         std::optional<QString> expected;
     } cases[] = {
         {"model and make", jpegWithExif("p/both.jpg", "Google", "Pixel 8"), QStringLiteral("Pixel 8")},
-        {"make only", jpegWithExif("p/make.jpg", "Canon", nullptr), QStringLiteral("Canon")},
-        {"no exif", jpegWithExif("p/none.jpg", nullptr, nullptr), std::nullopt},
-        {"not an image", tree.write("p/fake.jpg", "plain text"), std::nullopt},
-        {"damaged image", tree.write("p/cut.jpg", QByteArray("\xff\xd8\xff\xe1\x00\x40" "Exif\0\0MM", 14)), std::nullopt},
-        {"missing file", tree.path("p/missing.jpg"), std::nullopt},
-        {"folder", tree.mkdir("p/folder.jpg"), std::nullopt},
-    };
+         {"make only", jpegWithExif("p/make.jpg", "Canon", nullptr), QStringLiteral("Canon")},
+          {"no exif", jpegWithExif("p/none.jpg", nullptr, nullptr), std::nullopt},
+          {"not an image", tree.write("p/fake.jpg", "plain text"), std::nullopt},
+          {"damaged image",
+           tree.write("p/cut.jpg",
+                      QByteArray("\xff\xd8\xff\xe1\x00\x40"
+                                 "Exif\0\0MM",
+                                 14)),
+           std::nullopt},
+          {"missing file", tree.path("p/missing.jpg"), std::nullopt},
+          {"folder", tree.mkdir("p/folder.jpg"), std::nullopt},
+        };
     for (const Case& c : cases) EXPECT_EQ(Scanner::cameraModel(c.path), c.expected) << c.name;
 
     // The scan itself never reads the camera.

@@ -33,21 +33,47 @@ TEST(FileKindTest, ClassifiesByFixedSetsThenTheTypeDatabase)
         FileKind kind;
     } rows[] = {
         // fixed sets, in any letter case; the type database would say otherwise for some
-        {"", FileKind::other}, {"APP", FileKind::app}, {"AppImage", FileKind::app}, {"ZIP", FileKind::archive},
-        {"dmg", FileKind::archive}, {"iso", FileKind::archive}, {"pages", FileKind::document},
-        {"key", FileKind::document}, {"numbers", FileKind::document}, {"PDF", FileKind::document},
-        {"md", FileKind::document}, {"csv", FileKind::document},
+        {"", FileKind::other},
+        {"APP", FileKind::app},
+        {"AppImage", FileKind::app},
+        {"ZIP", FileKind::archive},
+        {"dmg", FileKind::archive},
+        {"iso", FileKind::archive},
+        {"pages", FileKind::document},
+        {"key", FileKind::document},
+        {"numbers", FileKind::document},
+        {"PDF", FileKind::document},
+        {"md", FileKind::document},
+        {"csv", FileKind::document},
         // media
-        {"png", FileKind::image}, {"JPG", FileKind::image}, {"heic", FileKind::image}, {"svg", FileKind::image},
-        {"mp4", FileKind::video}, {"mkv", FileKind::video}, {"mp3", FileKind::music}, {"ogg", FileKind::music},
+        {"png", FileKind::image},
+        {"JPG", FileKind::image},
+        {"heic", FileKind::image},
+        {"svg", FileKind::image},
+        {"mp4", FileKind::video},
+        {"mkv", FileKind::video},
+        {"mp3", FileKind::music},
+        {"ogg", FileKind::music},
         // program text and data are never documents
-        {"json", FileKind::other}, {"c", FileKind::other}, {"xml", FileKind::other}, {"py", FileKind::other},
-        {"js", FileKind::other}, {"rs", FileKind::other}, {"sh", FileKind::other},
+        {"json", FileKind::other},
+        {"c", FileKind::other},
+        {"xml", FileKind::other},
+        {"py", FileKind::other},
+        {"js", FileKind::other},
+        {"rs", FileKind::other},
+        {"sh", FileKind::other},
         // office formats that inherit zip are not archives
-        {"odg", FileKind::other}, {"odt", FileKind::document}, {"pptx", FileKind::document}, {"docx", FileKind::document},
+        {"odg", FileKind::other},
+        {"odt", FileKind::document},
+        {"pptx", FileKind::document},
+        {"docx", FileKind::document},
         // archives reached through the type database; text and rich text; unknown
-        {"zst", FileKind::archive}, {"deb", FileKind::archive}, {"html", FileKind::document},
-        {"log", FileKind::document}, {"qqqzz", FileKind::other}, {"exe", FileKind::other},
+        {"zst", FileKind::archive},
+        {"deb", FileKind::archive},
+        {"html", FileKind::document},
+        {"log", FileKind::document},
+        {"qqqzz", FileKind::other},
+        {"exe", FileKind::other},
     };
     for (const Row& r : rows) EXPECT_EQ(FileKinds::classify(QString::fromLatin1(r.ext)), r.kind) << r.ext;
 }
@@ -126,12 +152,14 @@ TEST(DownloadSourceTest, KnownServicesWinOverHostsElseTheLastHost)
         {{"just some words"}, std::nullopt},
         {{}, std::nullopt},
     };
-    for (const Case& c : cases) EXPECT_EQ(DownloadSource::keyFor(c.whereFrom), c.key) << c.whereFrom.join(u' ').toStdString();
+    for (const Case& c : cases)
+        EXPECT_EQ(DownloadSource::keyFor(c.whereFrom), c.key) << c.whereFrom.join(u' ').toStdString();
 }
 
 TEST(DownloadSourceTest, SourceForIsTotal)
 {
     EXPECT_EQ(DownloadSource::sourceFor("gmail"), (DownloadSource{"gmail", "Gmail", "envelope"}));
-    EXPECT_EQ(DownloadSource::sourceFor("site:example.com"), (DownloadSource{"site:example.com", "example.com", "globe"}));
+    EXPECT_EQ(DownloadSource::sourceFor("site:example.com"),
+              (DownloadSource{"site:example.com", "example.com", "globe"}));
     EXPECT_EQ(DownloadSource::sourceFor("mystery"), (DownloadSource{"mystery", "mystery", "globe"}));
 }

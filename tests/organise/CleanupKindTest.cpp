@@ -81,9 +81,12 @@ TEST(CleanupKindTest, EachRuleDrawsItsLineStrictly)
 TEST(CleanupKindTest, SuggestionsListEveryRuleInOrderAndCountEachFileOnce)
 {
     const QList<FileItem> items{
-        file(kDownloads + "/b.pdf", 500, 100), file(kDownloads + "/a.pdf", 500, 100),
-        file(kDownloads + "/c.pdf", 900, 100), file(kDownloads + "/new.pdf", 900, 1),
-        file("/home/u/Movies/long.mov", 3000000000, 400), file("/home/u/Documents/disk.img", 2000000000),
+        file(kDownloads + "/b.pdf", 500, 100),
+        file(kDownloads + "/a.pdf", 500, 100),
+        file(kDownloads + "/c.pdf", 900, 100),
+        file(kDownloads + "/new.pdf", 900, 1),
+        file("/home/u/Movies/long.mov", 3000000000, 400),
+        file("/home/u/Documents/disk.img", 2000000000),
     };
     // A Downloads folder given with a trailing "/" works the same.
     const QList<Suggestion> s = suggestions(items, kNow, kDownloads + u'/');

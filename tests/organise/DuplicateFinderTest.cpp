@@ -87,7 +87,7 @@ TEST(DuplicateFinderTest, ExactFindsOnlyTrueCopies)
     const QByteArray prefix = big.left(kPrefixBytes);
     struct Row {
         const char* name;
-        QList<QByteArray> contents;        // one file each
+        QList<QByteArray> contents;      // one file each
         std::set<std::set<int>> groups;  // indices into contents
     };
     const Row rows[] = {
@@ -98,7 +98,8 @@ TEST(DuplicateFinderTest, ExactFindsOnlyTrueCopies)
         {"differing in the first byte after 64 KiB", {big, flipped(kPrefixBytes)}, {}},
         {"identical, exactly 64 KiB", {prefix, prefix}, {{0, 1}}},
         {"copies over three chunks, with members parting ways in the second chunk or the last byte",
-         {big, flipped(kHashChunk + 10), big, flipped(kHashChunk + 10), flipped(big.size() - 1)}, {{0, 2}, {1, 3}}},
+         {big, flipped(kHashChunk + 10), big, flipped(kHashChunk + 10), flipped(big.size() - 1)},
+         {{0, 2}, {1, 3}}},
     };
     for (const Row& r : rows) {
         test::TempTree tree;
@@ -146,14 +147,18 @@ TEST(DuplicateFinderTest, KeeperPrefersOutsideDownloadsThenOlderThenShorter)
     };
     const Row rows[] = {
         {"Documents copy kept though the Downloads copy is older",
-         {f("/h/Downloads/a.pdf", 1), f("/h/Documents/a.pdf", 9)}, "/h/Documents/a.pdf"},
+         {f("/h/Downloads/a.pdf", 1), f("/h/Documents/a.pdf", 9)},
+         "/h/Documents/a.pdf"},
         {"a folder that merely starts with Downloads is outside",
-         {f("/h/Downloads/a.pdf", 1), f("/h/Downloads2/a.pdf", 9)}, "/h/Downloads2/a.pdf"},
-        {"then the earlier created", {f("/h/Documents/b.pdf", 5), f("/h/Pictures/longer-name.pdf", 4)},
+         {f("/h/Downloads/a.pdf", 1), f("/h/Downloads2/a.pdf", 9)},
+         "/h/Downloads2/a.pdf"},
+        {"then the earlier created",
+         {f("/h/Documents/b.pdf", 5), f("/h/Pictures/longer-name.pdf", 4)},
          "/h/Pictures/longer-name.pdf"},
         {"then the shorter path", {f("/h/Documents/long.pdf", 5), f("/h/Music/s.pdf", 5)}, "/h/Music/s.pdf"},
         {"then the group's order", {f("/h/Music/x.pdf", 5), f("/h/Music/y.pdf", 5)}, "/h/Music/x.pdf"},
-        {"all in Downloads: the oldest", {f("/h/Downloads/1.pdf", 8), f("/h/Downloads/2.pdf", 3)},
+        {"all in Downloads: the oldest",
+         {f("/h/Downloads/1.pdf", 8), f("/h/Downloads/2.pdf", 3)},
          "/h/Downloads/2.pdf"},
     };
     for (const Row& r : rows) EXPECT_EQ(preferredKeeper(r.files, downloads).path, r.keep) << r.name;
@@ -205,8 +210,8 @@ TEST(DuplicateFinderTest, ExactAgreesWithHashingEveryFile)
     }
     QList<FileItem> items;
     for (int i = 0; i < 120; ++i) {
-        const QString path = tree.write(QStringLiteral("d%1/f%2.bin").arg(i % 5).arg(i),
-                                        contents[random.bounded(int(contents.size()))]);
+        const QString path =
+            tree.write(QStringLiteral("d%1/f%2.bin").arg(i % 5).arg(i), contents[random.bounded(int(contents.size()))]);
         items.append(itemAt(path, Date{double(random.bounded(1000))}));
         if (i % 17 == 0) {
             const QString link = tree.path(QStringLiteral("d%1/link%2.bin").arg(i % 5).arg(i));
@@ -225,7 +230,8 @@ TEST(DuplicateFinderTest, ExactAgreesWithHashingEveryFile)
     std::map<qint64, int> perSize;
     for (const FileItem& f : items) ++perSize[f.size];
     EXPECT_TRUE(std::any_of(perSize.begin(), perSize.end(), [](const auto& e) { return e.second > 16; }));
-    EXPECT_TRUE(std::any_of(perSize.begin(), perSize.end(), [](const auto& e) { return e.second >= 2 && e.second <= 16; }));
+    EXPECT_TRUE(
+        std::any_of(perSize.begin(), perSize.end(), [](const auto& e) { return e.second >= 2 && e.second <= 16; }));
 
     std::map<std::pair<qint64, QByteArray>, std::set<QString>> byContent;
     std::set<QString> seenInodes;
@@ -242,7 +248,8 @@ TEST(DuplicateFinderTest, ExactAgreesWithHashingEveryFile)
 
     for (int threads : {1, 2, 4}) {
         std::vector<double> reports;
-        const auto groups = exact(items, tree.path("Downloads"), [&](double p) { reports.push_back(p); }, nullptr, threads);
+        const auto groups = exact(
+            items, tree.path("Downloads"), [&](double p) { reports.push_back(p); }, nullptr, threads);
         EXPECT_EQ(pathSets(groups), expected) << threads << " threads";
         ASSERT_FALSE(reports.empty());
         EXPECT_EQ(reports.front(), 0.0);
@@ -284,17 +291,30 @@ TEST(DuplicateFinderTest, LookalikesJoinPicturesTakenCloseTogether)
     };
     const float none = std::numeric_limits<float>::quiet_NaN();
     const Row rows[] = {
-        {"10 s apart, distance 0.3: larger kept", {photo("a.jpg", 0, 100), photo("b.jpg", 10, 300)}, {0.0f, 0.3f}, {0, 1}, 1},
+        {"10 s apart, distance 0.3: larger kept",
+         {photo("a.jpg", 0, 100), photo("b.jpg", 10, 300)},
+         {0.0f, 0.3f},
+         {0, 1},
+         1},
         {"181 s apart: never compared", {photo("a.jpg", 0, 100), photo("b.jpg", 181, 300)}, {0.0f, 0.1f}, {}, 0},
         {"exactly 180 s apart: compared", {photo("a.jpg", 0, 100), photo("b.jpg", 180, 300)}, {0.0f, 0.1f}, {0, 1}, 1},
         {"distance 0.45: not alike", {photo("a.jpg", 0, 100), photo("b.jpg", 1, 300)}, {0.0f, 0.45f}, {}, 0},
         {"a chain joins into one group; equal sizes keep the earliest",
-         {photo("c.jpg", 20, 500), photo("a.jpg", 0, 500), photo("b.jpg", 10, 200)}, {0.8f, 0.0f, 0.4f}, {1, 2, 0}, 1},
-        {"no print never joins", {photo("a.jpg", 0, 100), photo("b.jpg", 5, 300), photo("c.jpg", 6, 50)},
-         {0.0f, none, 0.1f}, {0, 2}, 0},
+         {photo("c.jpg", 20, 500), photo("a.jpg", 0, 500), photo("b.jpg", 10, 200)},
+         {0.8f, 0.0f, 0.4f},
+         {1, 2, 0},
+         1},
+        {"no print never joins",
+         {photo("a.jpg", 0, 100), photo("b.jpg", 5, 300), photo("c.jpg", 6, 50)},
+         {0.0f, none, 0.1f},
+         {0, 2},
+         0},
         {"svg, non-images and huge files are no candidates",
-         {photo("a.svg", 0, 100), photo("b.jpg", 1, 60000000), photo("c.pdf", 2, 100, FileKind::document), photo("d.jpg", 3, 10)},
-         {0.0f, 0.0f, 0.0f, 0.0f}, {}, 0},
+         {photo("a.svg", 0, 100), photo("b.jpg", 1, 60000000), photo("c.pdf", 2, 100, FileKind::document),
+          photo("d.jpg", 3, 10)},
+         {0.0f, 0.0f, 0.0f, 0.0f},
+         {},
+         0},
     };
     for (const Row& r : rows) {
         prints.clear();
@@ -320,8 +340,8 @@ TEST(DuplicateFinderTest, LookalikesJoinPicturesTakenCloseTogether)
     spread.append(photo("close.jpg", 59 * 1000.0 + 1, 10));
     add(spread.last(), 0.0f);
     std::vector<double> reports;
-    const auto groups = lookalikes(spread, kLookalikeWindow, kLookalikeThreshold, provider,
-                                   [&](double p) { reports.push_back(p); });
+    const auto groups =
+        lookalikes(spread, kLookalikeWindow, kLookalikeThreshold, provider, [&](double p) { reports.push_back(p); });
     EXPECT_EQ(groups.size(), 1);
     EXPECT_EQ(calls, 2);
     EXPECT_EQ(reports, std::vector<double>({0.0, 25.0 / 61, 50.0 / 61}));

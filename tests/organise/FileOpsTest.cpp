@@ -55,7 +55,8 @@ QString infoFileOf(const QString& trashed)
 
 QStringList trashEntries(const char* sub)
 {
-    return QDir(trashFolder() + u'/' + QLatin1String(sub)).entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
+    return QDir(trashFolder() + u'/' + QLatin1String(sub))
+        .entryList(QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden);
 }
 
 // A file that cannot be moved. Without privileges a read-only folder is enough; root ignores
@@ -65,13 +66,17 @@ class LockedFile {
 public:
     explicit LockedFile(const QString& path) : m_path(path)
     {
-        if (::geteuid() == 0) m_locked = setImmutable(true);
-        else m_locked = ::chmod(QFile::encodeName(folder()).constData(), 0555) == 0;
+        if (::geteuid() == 0)
+            m_locked = setImmutable(true);
+        else
+            m_locked = ::chmod(QFile::encodeName(folder()).constData(), 0555) == 0;
     }
     ~LockedFile()
     {
-        if (m_locked && ::geteuid() == 0) setImmutable(false);
-        else if (m_locked) ::chmod(QFile::encodeName(folder()).constData(), 0755);
+        if (m_locked && ::geteuid() == 0)
+            setImmutable(false);
+        else if (m_locked)
+            ::chmod(QFile::encodeName(folder()).constData(), 0755);
     }
     bool locked() const { return m_locked; }
 
@@ -138,7 +143,9 @@ TEST_F(FileOpsTest, TrashAndPutBackRoundTripWhileVanishedFilesFailOnTheirOwn)
     // The home Trash was made on the way, private to the user.
     for (const QString& folder : {trashFolder(), trashFolder() + "/files", trashFolder() + "/info"}) {
         EXPECT_TRUE(QFileInfo(folder).isDir()) << folder.toStdString();
-        EXPECT_EQ(QFileInfo(folder).permissions() & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther), 0)
+        EXPECT_EQ(QFileInfo(folder).permissions()
+                      & (QFile::ReadGroup | QFile::WriteGroup | QFile::ReadOther | QFile::WriteOther),
+                  0)
             << folder.toStdString();
     }
 
@@ -226,7 +233,8 @@ TEST(TrashMessagesTest, CountsAndWording)
     using TrashMessages::Notice;
     auto result = [](int moved, const QStringList& failed) {
         TrashResult r;
-        for (int i = 0; i < moved; ++i) r.moved.append({itemAt(QStringLiteral("/f%1").arg(i)), QStringLiteral("/t%1").arg(i)});
+        for (int i = 0; i < moved; ++i)
+            r.moved.append({itemAt(QStringLiteral("/f%1").arg(i)), QStringLiteral("/t%1").arg(i)});
         for (const QString& name : failed) r.failed.append(itemAt(u'/' + name));
         return r;
     };
@@ -241,10 +249,14 @@ TEST(TrashMessagesTest, CountsAndWording)
     const Row rows[] = {
         {"nothing at all", result(0, {}), std::nullopt},
         {"one moved", result(1, {}), Notice{"Moved 1 item to the Trash", "trash", false, true, true}},
-        {"one failed beside", result(1, {"Keep Me.txt"}), Notice{partly + "\u201cKeep Me.txt\u201d" + advice, warning, true, true, true}},
-        {"two failed beside", result(1, {"a.zip", "b.zip"}), Notice{partly + "2 items" + advice, warning, true, true, true}},
-        {"nothing moved", result(0, {"gone.zip"}), Notice{"Couldn\u2019t move \u201cgone.zip\u201d" + advice, warning, true, false, false}},
-        {"an app without its extension", result(0, {"Tool.app"}), Notice{"Couldn\u2019t move \u201cTool\u201d" + advice, warning, true, false, false}},
+        {"one failed beside", result(1, {"Keep Me.txt"}),
+         Notice{partly + "\u201cKeep Me.txt\u201d" + advice, warning, true, true, true}},
+        {"two failed beside", result(1, {"a.zip", "b.zip"}),
+         Notice{partly + "2 items" + advice, warning, true, true, true}},
+        {"nothing moved", result(0, {"gone.zip"}),
+         Notice{"Couldn\u2019t move \u201cgone.zip\u201d" + advice, warning, true, false, false}},
+        {"an app without its extension", result(0, {"Tool.app"}),
+         Notice{"Couldn\u2019t move \u201cTool\u201d" + advice, warning, true, false, false}},
     };
     for (const Row& r : rows) EXPECT_EQ(TrashMessages::moveToTrash(r.result), r.expected) << r.name;
 

@@ -24,14 +24,13 @@ TEST(ShelfTest, TagsAreNormalised)
     };
     const Row rows[] = {
         {"spaces and one hash", QStringLiteral("  #My Tag "), QStringLiteral("my-tag")},
-        {"every leading hash goes", QStringLiteral("##work"), QStringLiteral("work")},
-        {"spaces after the hashes", QStringLiteral("# #  Holiday   Photos\n"), QStringLiteral("#-holiday-photos")},
-        {"tabs and newlines inside", QStringLiteral("a\tb\nc"), QStringLiteral("a-b-c")},
-        {"hash inside stays", QStringLiteral("c#"), QStringLiteral("c#")},
-        {"non-ASCII lower-cased", QStringLiteral("ÉCOLE Été"), QStringLiteral("école-été")},
-        {"only hashes", QStringLiteral(" ### "), QString()},
-        {"empty", QString(), QString()},
-    };
+         {"every leading hash goes", QStringLiteral("##work"), QStringLiteral("work")},
+          {"spaces after the hashes", QStringLiteral("# #  Holiday   Photos\n"), QStringLiteral("#-holiday-photos")},
+           {"tabs and newlines inside", QStringLiteral("a\tb\nc"), QStringLiteral("a-b-c")},
+            {"hash inside stays", QStringLiteral("c#"), QStringLiteral("c#")},
+             {"non-ASCII lower-cased", QStringLiteral("ÉCOLE Été"), QStringLiteral("école-été")},
+              {"only hashes", QStringLiteral(" ### "), QString()}, {"empty", QString(), QString()},
+             };
     for (const Row& r : rows) EXPECT_EQ(Shelf::normalise(r.input), r.expected) << r.name;
 }
 
@@ -198,9 +197,12 @@ TEST(ShelfTest, DamagedOrForeignFilesGiveAnEmptyShelf)
         {"favourite not a string", R"({"collections":[],"favourites":[1],"tags":{}})"},
         {"tags not lists", R"({"collections":[],"favourites":[],"tags":{"/a":"x"}})"},
         {"collection without id", R"({"collections":[{"name":"n","paths":[]}],"favourites":[],"tags":{}})"},
-        {"collection with a bad id", R"({"collections":[{"id":"nope","name":"n","paths":[]}],"favourites":[],"tags":{}})"},
-        {"collection name not a string", R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":7,"paths":[]}],"favourites":[],"tags":{}})"},
-        {"collection paths not strings", R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":"n","paths":[null]}],"favourites":[],"tags":{}})"},
+        {"collection with a bad id",
+         R"({"collections":[{"id":"nope","name":"n","paths":[]}],"favourites":[],"tags":{}})"},
+        {"collection name not a string",
+         R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":7,"paths":[]}],"favourites":[],"tags":{}})"},
+        {"collection paths not strings",
+         R"({"collections":[{"id":"6F9619FF-8B86-D011-B42D-00C04FC964FF","name":"n","paths":[null]}],"favourites":[],"tags":{}})"},
         {"empty file", ""},
     };
     for (const Row& r : rows) {

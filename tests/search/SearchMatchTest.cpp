@@ -94,8 +94,8 @@ TEST(SearchMatch, RecognisedTextCountsForImagesOnly)
 {
     const QHash<QString, QString> ocr = {
         {QStringLiteral("/h/IMG_1.png"), QStringLiteral("total due 42 eur")},
-        {QStringLiteral("/h/notes.txt"), QStringLiteral("total due")},
-    };
+         {QStringLiteral("/h/notes.txt"), QStringLiteral("total due")},
+        };
     EXPECT_TRUE(holds(item("/h/IMG_1.png"), F::text("total"), ocr));
     // One word in the name, one in the picture's text.
     EXPECT_TRUE(holds(item("/h/IMG_1.png"), F::text("img total"), ocr));
@@ -197,10 +197,11 @@ TEST(SearchMatch, PreparedLibraryPassAgreesWithThePerFileTest)
     QList<FileItem> files;
     QHash<QString, QString> ocr;
     for (int i = 0; i < 600; ++i) {
-        const QString name = words[rng.bounded(words.size())] + u' ' + QString::number(i) + u'.' + exts[rng.bounded(exts.size())];
+        const QString name =
+            words[rng.bounded(words.size())] + u' ' + QString::number(i) + u'.' + exts[rng.bounded(exts.size())];
         const QString folder = QStringList{"Downloads", "Desktop", "Documents/Taxes"}[rng.bounded(3)];
         FileItem f = item(QStringLiteral("/home/ana/") + folder + u'/' + name, rng.bounded(20'000'000),
-                          kNow - double(rng.bounded(400)) * 86400.0);
+                                         kNow - double(rng.bounded(400)) * 86400.0);
         f.isScreenshot = rng.bounded(10) == 0;
         if (rng.bounded(5) == 0) f.sourceKey = QStringLiteral("gmail");
         if (f.kind == FileKind::image && rng.bounded(3) == 0) ocr.insert(f.path, QStringLiteral("total plan"));
@@ -236,10 +237,21 @@ TEST(SearchMatch, ChipLabelsAndIds)
 
     // Every filter keys its chip by an id of its own; the type filters are the "what" ones.
     const QList<SearchFilter> filters = {
-        F::kind(FileKind::image), F::exts({"pdf"}, "PDFs"), F::screenshot(), F::date(kNow, kNow, "Last week"),
-        F::minSize(5, false), F::minSize(5, true), F::maxSize(5, true), F::maxSize(5, false), F::source("gmail", "Gmail"),
-        F::camera("iPhone"), F::folder("/h/Downloads", "Downloads"), F::text("party plan"), F::looks("party plan"),
-        F::tag("party plan"), F::favourite(),
+        F::kind(FileKind::image),
+        F::exts({"pdf"}, "PDFs"),
+        F::screenshot(),
+        F::date(kNow, kNow, "Last week"),
+        F::minSize(5, false),
+        F::minSize(5, true),
+        F::maxSize(5, true),
+        F::maxSize(5, false),
+        F::source("gmail", "Gmail"),
+        F::camera("iPhone"),
+        F::folder("/h/Downloads", "Downloads"),
+        F::text("party plan"),
+        F::looks("party plan"),
+        F::tag("party plan"),
+        F::favourite(),
     };
     QSet<QString> ids;
     for (const SearchFilter& filter : filters) {

@@ -68,7 +68,8 @@ TEST(SearchParser, RelativeAges)
         {"over a ... old is an age", "over a year old", {before("2024-05-14T10:30", "Older than 1 year")}},
         {"N units old", "2 weeks old", {before("2025-04-30T10:30", "Older than 2 weeks")}},
         {"a few", "older than a few days", {before("2025-05-11T10:30", "Older than 3 days")}},
-        {"unreadable count falls to the age word", "older than 99999999999 days",
+        {"unreadable count falls to the age word",
+         "older than 99999999999 days",
          {before("2024-11-14T10:30", "Older than 6 months"), F::text("than 99999999999 days")}},
         {"last N days", "last 3 days", {since("2025-05-11T10:30", "Last 3 days")}},
         {"in the past N hours", "in the past 2 hours", {since("2025-05-14T08:30", "Last 2 hours")}},
@@ -105,20 +106,24 @@ TEST(SearchParser, NamedPeriodsFollowTheCalendar)
     expectRows({{"Sunday, Sunday-first", "this week", {since("2025-05-18", "This week")}}}, sundayNow, sunday);
     expectRows({{"Sunday, Monday-first", "this week", {since("2025-05-12", "This week")}}}, sundayNow);
 
-    expectRows({
-        {"yesterday is in February", "yesterday", {between("2025-02-28", "2025-03-01", "Yesterday")}},
-        {"last month is February", "last month", {between("2025-02-01", "2025-03-01", "Last month")}},
-        {"last week crosses the month", "last week", {between("2025-02-17", "2025-02-24", "Last week")}},
-    },
-               at("2025-03-01T08:00"));
-    expectRows({
-        {"yesterday is last year", "yesterday", {between("2024-12-31", "2025-01-01", "Yesterday")}},
-        {"last month is December", "last month", {between("2024-12-01", "2025-01-01", "Last month")}},
-        {"this week began last year", "this week", {since("2024-12-30", "This week")}},
-        {"last week", "last week", {between("2024-12-23", "2024-12-30", "Last week")}},
-        {"a month name still to come is last year", "in december", {between("2024-12-01", "2025-01-01", "December 2024")}},
-    },
-               at("2025-01-01T05:00"));  // a Wednesday
+    expectRows(
+        {
+            {"yesterday is in February", "yesterday", {between("2025-02-28", "2025-03-01", "Yesterday")}},
+            {"last month is February", "last month", {between("2025-02-01", "2025-03-01", "Last month")}},
+            {"last week crosses the month", "last week", {between("2025-02-17", "2025-02-24", "Last week")}},
+        },
+        at("2025-03-01T08:00"));
+    expectRows(
+        {
+            {"yesterday is last year", "yesterday", {between("2024-12-31", "2025-01-01", "Yesterday")}},
+            {"last month is December", "last month", {between("2024-12-01", "2025-01-01", "Last month")}},
+            {"this week began last year", "this week", {since("2024-12-30", "This week")}},
+            {"last week", "last week", {between("2024-12-23", "2024-12-30", "Last week")}},
+            {"a month name still to come is last year",
+             "in december",
+             {between("2024-12-01", "2025-01-01", "December 2024")}},
+        },
+        at("2025-01-01T05:00"));  // a Wednesday
 }
 
 TEST(SearchParser, DaysFollowTheCalendarsZoneAndWallClock)
@@ -132,8 +137,9 @@ TEST(SearchParser, DaysFollowTheCalendarsZoneAndWallClock)
     // Spain moved its clocks forward on 30 March 2025: two calendar days back is 47 hours.
     const Date now = at("2025-03-31T10:00", madrid());
     const Date twoDaysBack = at("2025-03-29T10:00", madrid());
-    expectRows({{"two days over the change", "last 2 days", {F::date(twoDaysBack, Date::distantFuture(), "Last 2 days")}}},
-               now, mondayFirst(madrid()));
+    expectRows(
+        {{"two days over the change", "last 2 days", {F::date(twoDaysBack, Date::distantFuture(), "Last 2 days")}}},
+        now, mondayFirst(madrid()));
     EXPECT_DOUBLE_EQ(now - twoDaysBack, 47 * 3600.0);
 }
 
@@ -167,10 +173,13 @@ TEST(SearchParser, CamerasSourcesAndFolders)
         {"in my email", "in my email", {F::source("gmail", "Gmail")}},
         {"x inside a source phrase", "from x", {F::source("x", "X")}},
         {"a lone x is text", "x", {F::text("x")}},
-        {"scheme and www dropped", "downloaded from https://www.docs.example.org/path",
+        {"scheme and www dropped",
+         "downloaded from https://www.docs.example.org/path",
          {F::source("docs.example.org", "docs.example.org"), F::text("/path")}},
         {"a known word with a domain ending is a domain", "from gmail.com", {F::source("gmail.com", "gmail.com")}},
-        {"site prefix with www and path", "resume site:www.foo.org/bar", {F::source("foo.org", "foo.org"), F::text("resume")}},
+        {"site prefix with www and path",
+         "resume site:www.foo.org/bar",
+         {F::source("foo.org", "foo.org"), F::text("resume")}},
         {"site prefix of a known key", "site:gmail", {F::source("gmail", "Gmail")}},
         {"site prefix ends at a comma", "site:a.io, pdfs", {F::source("a.io", "a.io"), pdfs()}},
 
@@ -181,8 +190,8 @@ TEST(SearchParser, CamerasSourcesAndFolders)
         {"music folder", "songs in music", {F::kind(FileKind::music), F::folder("/home/ana/Music", "Music")}},
     });
     EXPECT_EQ(SearchParser::parse("on desktop", kNow, mondayFirst(), QStringLiteral("/home/ana/")).filters,
-              QList<SearchFilter>{F::folder("/home/ana/Desktop", "Desktop")})
-        << "a home with a trailing slash";
+                                  QList<SearchFilter>{F::folder("/home/ana/Desktop", "Desktop")})
+              << "a home with a trailing slash";
 }
 
 TEST(SearchParser, KindsDescriptionsTagsAndText)
@@ -194,13 +203,17 @@ TEST(SearchParser, KindsDescriptionsTagsAndText)
         {"list punctuation", "pdfs, docs", {pdfs(), F::kind(FileKind::document)}},
         {"two kinds in order", "videos and songs", {F::kind(FileKind::video), F::kind(FileKind::music)}},
 
-        {"photos of", "photos of a white island in a blue ocean", {kImages, F::looks("a white island in a blue ocean")}},
+        {"photos of",
+         "photos of a white island in a blue ocean",
+         {kImages, F::looks("a white island in a blue ocean")}},
         {"showing", "pictures showing a red car", {kImages, F::looks("a red car")}},
         {"that look like", "screenshots that look like a receipt", {F::screenshot(), F::looks("a receipt")}},
         {"looks like alone", "looks like a dog", {F::looks("a dog")}},
-        {"with, chip taken from the middle", "images with a cat from last week",
+        {"with, chip taken from the middle",
+         "images with a cat from last week",
          {kImages, F::looks("a cat"), between("2025-05-05", "2025-05-12", "Last week")}},
-        {"a description runs on past a chip", "images with a cat from last week at dusk",
+        {"a description runs on past a chip",
+         "images with a cat from last week at dusk",
          {kImages, F::looks("a cat from at dusk"), between("2025-05-05", "2025-05-12", "Last week")}},
         {"nothing left to describe", "photos of today", {kImages, since("2025-05-14", "Today")}},
         {"trailing punctuation", "photos of a beach!", {kImages, F::looks("a beach")}},
@@ -233,7 +246,8 @@ TEST(SearchParser, TypicalRequests)
         {"from before a date", "pdfs from last week over 5 MB", {pdfs(), lastWeek, F::minSize(5'000'000, true)}},
         {"any letter case", "PDFs From GMAIL Last Week", {pdfs(), F::source("gmail", "Gmail"), lastWeek}},
         {"duplicates dropped", "pdf pdfs today today", {pdfs(), since("2025-05-14", "Today")}},
-        {"everything at once, chips in typed order", "big #tax pdfs from my downloads in march with resume",
+        {"everything at once, chips in typed order",
+         "big #tax pdfs from my downloads in march with resume",
          {F::minSize(100'000'000, true), F::tag("tax"), pdfs(), F::folder("/home/ana/Downloads", "Downloads"),
           between("2025-03-01", "2025-04-01", "March 2025"), F::text("resume")}},
     });

@@ -45,14 +45,22 @@ TEST(SearchSpans, ChipsFillerAndTextInTypedOrder)
     expectPieces("pdfs from gmail last week",
                  {{"pdfs", Role::filter}, {"from gmail", Role::filter}, {"last week", Role::filter}});
     expectPieces("show me the resume pdfs",
-                 {{"show", Role::filler}, {"me", Role::filler}, {"the", Role::filler}, {"resume", Role::text}, {"pdfs", Role::filter}});
+                 {{"show", Role::filler},
+                  {"me", Role::filler},
+                  {"the", Role::filler},
+                  {"resume", Role::text},
+                  {"pdfs", Role::filter}});
     expectPieces("photos of a white island in a blue ocean",
                  {{"photos", Role::filter}, {"of a white island in a blue ocean", Role::filter}});
-    expectPieces("pics at the beach", {{"pics", Role::filter}, {"at", Role::filler}, {"the", Role::filler}, {"beach", Role::text}});
+    expectPieces("pics at the beach",
+                 {{"pics", Role::filter}, {"at", Role::filler}, {"the", Role::filler}, {"beach", Role::text}});
     expectPieces("\"party plan\"", {{"party", Role::text}, {"plan", Role::text}});
     // A chip taken from inside a description splits the description's span.
     expectPieces("images with a cat from last week at dusk",
-                 {{"images", Role::filter}, {"with a cat from", Role::filter}, {"last week", Role::filter}, {"at dusk", Role::filter}});
+                 {{"images", Role::filter},
+                  {"with a cat from", Role::filter},
+                  {"last week", Role::filter},
+                  {"at dusk", Role::filter}});
 }
 
 TEST(SearchSpans, RangesCountFromTheRequestAsTyped)

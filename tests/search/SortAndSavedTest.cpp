@@ -37,7 +37,8 @@ TEST(SortKeyTest, NamesAreNumericAndCaseInsensitiveAndKindsKeepNamesAscending)
     const QList<FileItem> plain = {file("file 10", FileKind::other), file("File 2", FileKind::other),
                                    file("apple", FileKind::other), file("Banana", FileKind::other)};
     EXPECT_EQ(names(SortKeys::sort(SortKey::name, plain, true)), (QStringList{"apple", "Banana", "File 2", "file 10"}));
-    EXPECT_EQ(names(SortKeys::sort(SortKey::name, plain, false)), (QStringList{"file 10", "File 2", "Banana", "apple"}));
+    EXPECT_EQ(names(SortKeys::sort(SortKey::name, plain, false)),
+              (QStringList{"file 10", "File 2", "Banana", "apple"}));
 
     const QList<FileItem> kinds = {
         file("IMG 10.png", FileKind::image), file("b.pdf", FileKind::document), file("IMG 2.png", FileKind::image),
@@ -55,7 +56,8 @@ TEST(SortKeyTest, NumericKeysAreStableInBothDirections)
     QRandomGenerator rng(3);
     QList<FileItem> items;
     for (int i = 0; i < 300; ++i)
-        items.append(file(QString::number(i), FileKind::other, rng.bounded(5), double(rng.bounded(7)), double(rng.bounded(6))));
+        items.append(
+            file(QString::number(i), FileKind::other, rng.bounded(5), double(rng.bounded(7)), double(rng.bounded(6))));
     const std::pair<SortKey, double (*)(const FileItem&)> cases[] = {
         {SortKey::size, [](const FileItem& f) { return double(f.size); }},
         {SortKey::dateAdded, [](const FileItem& f) { return f.added.seconds; }},

@@ -16,10 +16,7 @@ TempTree::TempTree() : m_dir(QDir::tempPath() + QStringLiteral("/fennic-tree-XXX
     m_root = QFileInfo(m_dir.path()).canonicalFilePath();
 }
 
-QString TempTree::path(const QString& relative) const
-{
-    return relative.isEmpty() ? m_root : m_root + u'/' + relative;
-}
+QString TempTree::path(const QString& relative) const { return relative.isEmpty() ? m_root : m_root + u'/' + relative; }
 
 QString TempTree::mkdir(const QString& relative)
 {
@@ -80,7 +77,7 @@ void TempTree::setTimes(const QString& relative, Date modified, std::optional<Da
 bool TempTree::setXattr(const QString& relative, const char* name, const QByteArray& value)
 {
     return ::lsetxattr(QFile::encodeName(path(relative)).constData(), name, value.constData(), size_t(value.size()), 0)
-           == 0;
+        == 0;
 }
 
 bool supportsXattrs(const QString& folder)
