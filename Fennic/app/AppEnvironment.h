@@ -11,7 +11,17 @@
 namespace fennic {
 
 // What the application model takes from the outside world and tests must control: the clock,
-// the calendar, the delays of its timers and where its settings live.
+// the calendar, the delays of its timers and where its settings live. Each collaborator keeps
+// its own copy.
+//
+// Thread contract of the injected functions:
+// - `now` and `calendar` are called on the GUI thread (requests, rules, toasts) and on pool
+//   threads (the values derived from a scan, recent files); they must be safe to call from
+//   any thread at once and must not block.
+// - `playSound` is called on the GUI thread and must return at once (the default hands the
+//   sound to a background thread).
+// - `scanListed` is called on a pool thread, once a scan has listed the folders and before its
+//   result is handed to the GUI thread; it may block, which holds that result back.
 struct AppEnvironment {
     std::function<Date()> now = [] { return Date::fromQDateTime(QDateTime::currentDateTimeUtc()); };
     std::function<Calendar()> calendar = [] { return Calendar::current(); };
@@ -29,6 +39,8 @@ struct AppEnvironment {
     bool loadCacheOnStart = true;
     // Plays a named system sound ("Purr" when files go to the Trash).
     std::function<void(const QString& name)> playSound = SystemSound::play;
+    // A gate for tests: called when a scan has listed the folders (see above).
+    std::function<void()> scanListed;
 };
 
 }  // namespace fennic

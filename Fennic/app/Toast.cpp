@@ -2,12 +2,11 @@
 
 namespace fennic {
 
-Toast::Toast(int shortMs, int longMs, std::function<void()> changed)
-    : m_shortMs(shortMs), m_longMs(longMs), m_changed(std::move(changed))
+Toast::Toast(int shortMs, int longMs, QObject* parent) : QObject(parent), m_shortMs(shortMs), m_longMs(longMs)
 {
     m_hideTimer.setSingleShot(true);
     m_hideTimer.setTimerType(Qt::PreciseTimer);
-    QObject::connect(&m_hideTimer, &QTimer::timeout, [this] { hide(); });
+    connect(&m_hideTimer, &QTimer::timeout, this, &Toast::hide);
 }
 
 void Toast::show(const QString& text, const QString& symbol, bool isError, std::optional<QString> actionTitle,
@@ -16,7 +15,7 @@ void Toast::show(const QString& text, const QString& symbol, bool isError, std::
     m_hideTimer.stop();
     m_current = Message{QUuid::createUuid(), text, symbol, isError, std::move(actionTitle), std::move(action)};
     m_hideTimer.start(currentDuration());
-    if (m_changed) m_changed();
+    Q_EMIT changed();
 }
 
 int Toast::currentDuration() const
@@ -38,7 +37,7 @@ void Toast::hide()
     m_hideTimer.stop();
     if (!m_current) return;
     m_current.reset();
-    if (m_changed) m_changed();
+    Q_EMIT changed();
 }
 
 }  // namespace fennic

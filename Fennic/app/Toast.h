@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QObject>
 #include <QString>
 #include <QTimer>
 #include <QUuid>
@@ -11,8 +12,10 @@ namespace fennic {
 // The one transient notice of the application. A new message always replaces the current one
 // (there is no queue) and hides itself after a delay: the long delay for errors and for
 // messages that offer an action such as Undo, so that the offer can be used, the short one
-// otherwise. GUI thread only; the app model owns one and announces its changes.
-class Toast {
+// otherwise. GUI thread only; views show `current()` and follow `changed`.
+class Toast : public QObject {
+    Q_OBJECT
+
 public:
     struct Message {
         QUuid id;
@@ -23,7 +26,7 @@ public:
         std::function<void()> action;
     };
 
-    Toast(int shortMs, int longMs, std::function<void()> changed);
+    Toast(int shortMs, int longMs, QObject* parent = nullptr);
 
     const std::optional<Message>& current() const { return m_current; }
     // Replaces the current message and restarts the hide timer.
@@ -35,10 +38,13 @@ public:
     // The delay the current message will stay for.
     int currentDuration() const;
 
+Q_SIGNALS:
+    // A message was shown or hidden.
+    void changed();
+
 private:
     int m_shortMs;
     int m_longMs;
-    std::function<void()> m_changed;
     std::optional<Message> m_current;
     QTimer m_hideTimer;
 };

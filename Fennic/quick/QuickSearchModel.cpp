@@ -1,6 +1,10 @@
 #include "QuickSearchModel.h"
 
 #include "app/AppModel.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "search/Fold.h"
@@ -47,11 +51,11 @@ void QuickSearchModel::recompute()
         const AppEnvironment& env = m_app.environment();
         const ParsedQuery parsed = SearchParser::parse(request, env.now(), env.calendar(), Library::home());
         if (!parsed.filters.isEmpty())
-            for (const FileItem& item : m_app.matching(parsed.filters, kMaxResults))
+            for (const FileItem& item : m_app.search().matching(parsed.filters, kMaxResults))
                 results.append(resultFor(item, parsed));
     }
     setResults(results);
-    if (request.isEmpty() || results.size() >= kMaxResults || m_app.imageRecords().isEmpty()) return;
+    if (request.isEmpty() || results.size() >= kMaxResults || m_app.images().imageRecords().isEmpty()) return;
 
     // Pictures found by what they show or say: scoring every record takes a while in a large
     // library, so it is done on the pool and the rows are added when it is done, unless the
@@ -60,8 +64,8 @@ void QuickSearchModel::recompute()
     for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
     const qsizetype room = kMaxResults - results.size();
     QPointer<QuickSearchModel> self(this);
-    QThreadPool::globalInstance()->start([self, generation, request, room, taken, records = m_app.imageRecords(),
-                                          items = m_app.items()] {
+    QThreadPool::globalInstance()->start([self, generation, request, room, taken,
+                                          records = m_app.images().imageRecords(), items = m_app.library().items()] {
         QList<VisualMatch> matches;
         for (const VisualMatch& match :
              VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {
@@ -218,8 +222,8 @@ std::optional<QString> QuickSearchModel::copyText()
 {
     const auto row = selected();
     if (row) {
-        const auto record = m_app.imageRecords().constFind(row->item.path);
-        if (record != m_app.imageRecords().constEnd() && !record->lines.isEmpty()) return record->text();
+        const auto record = m_app.images().imageRecords().constFind(row->item.path);
+        if (record != m_app.images().imageRecords().constEnd() && !record->lines.isEmpty()) return record->text();
     }
     show(QStringLiteral("No text in this one"));
     return std::nullopt;
@@ -229,7 +233,7 @@ void QuickSearchModel::trashSelected()
 {
     const auto row = selected();
     if (!row) return;
-    const auto result = m_app.moveToTrash({row->item});
+    const auto result = m_app.organiser().moveToTrash({row->item});
     if (!result.moved.isEmpty()) show(QStringLiteral("Moved to the Trash — ⌘Z in Fennic puts it back"));
     recompute();
 }

@@ -1,6 +1,13 @@
 #include "SelfTest.h"
 
 #include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/DuplicateScan.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
+#include "app/Toast.h"
 #include "fixture/FixtureLibrary.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
@@ -34,9 +41,9 @@ const FileItem* find(const QList<FileItem>& items, const QString& path)
 // The request's settled result on the home page.
 QList<FileItem> ask(AppModel& model, const QString& request)
 {
-    model.setSidebar(SidebarItem::home());
-    model.setQuery(request);
-    return model.visibleItems();
+    model.search().setSidebar(SidebarItem::home());
+    model.search().setQuery(request);
+    return model.search().visibleItems();
 }
 
 }  // namespace
@@ -116,17 +123,17 @@ int SelfTest::run()
 
     // --- start-up from an empty cache
     if (wants("startup")) {
-        check("startup", "an empty cache gives an empty library", model->items().isEmpty());
+        check("startup", "an empty cache gives an empty library", model->library().items().isEmpty());
         model->finishLaunching();
-        check("startup", "a first run shows the welcome screen", model->showWelcome());
-        check("startup", "a first run does not scan before the welcome screen is done", !model->isScanning());
+        check("startup", "a first run shows the welcome screen", model->library().showWelcome());
+        check("startup", "a first run does not scan before the welcome screen is done", !model->library().isScanning());
     }
 
     // --- scan (every later phase needs it)
-    model->finishWelcome();
+    model->library().finishWelcome();
     model->waitForIdle();
     if (wants("scan")) {
-        const QList<FileItem>& items = model->items();
+        const QList<FileItem>& items = model->library().items();
         check("scan",
               QStringLiteral("lists the fixture's %1 files").arg(fx.listedFiles), items.size() == fx.listedFiles,
                              QStringLiteral("found %1: %2").arg(items.size()).arg(namesOf(items).join(u", ")));
@@ -140,7 +147,8 @@ int SelfTest::run()
         const FileItem* shot = find(items, real(fx.desktopShot));
         check("scan", "recognises the screenshot", shot && shot->isScreenshot && shot->kind == FileKind::image);
         check("scan", "counts the library",
-              model->stats().totalCount == fx.listedFiles && model->stats().total(FileKind::document).count == 3);
+              model->library().stats().totalCount == fx.listedFiles
+                  && model->library().stats().total(FileKind::document).count == 3);
         check("scan", "writes index.json into the support folder", QFileInfo::exists(LibraryCache::defaultPath()));
     }
 
@@ -149,68 +157,72 @@ int SelfTest::run()
         model->waitForIdle();
         AppModel again(env);
         check("reload", "a restart shows the cached library before any scan",
-              again.items().size() == model->items().size() && !again.isScanning());
+              again.library().items().size() == model->library().items().size() && !again.library().isScanning());
     }
 
     // --- search requests
     if (wants("search")) {
         check("search", "“pdfs from gmail” finds the invoice",
               namesOf(ask(*model, "pdfs from gmail")) == QStringList{QFileInfo(fx.invoicePdf).fileName()},
-              namesOf(model->shownItems()).join(u", "));
+              namesOf(model->search().shownItems()).join(u", "));
         check("search", "“pdfs” finds both PDFs", ask(*model, "pdfs").size() == 2);
         check("search", "“screenshots” finds both screenshots", ask(*model, "screenshots").size() == 2,
-              namesOf(model->shownItems()).join(u", "));
+              namesOf(model->search().shownItems()).join(u", "));
         check("search", "“notes” finds the notes by name",
               namesOf(ask(*model, "notes")) == QStringList{QStringLiteral("notes.txt")});
-        model->setQuery("pdfs from zzzq");
+        model->search().setQuery("pdfs from zzzq");
         check("search", "an empty result is held until the request settles",
-              model->visibleItems().isEmpty() && !model->shownItems().isEmpty());
-        model->setQuery(QString());
+              model->search().visibleItems().isEmpty() && !model->search().shownItems().isEmpty());
+        model->search().setQuery(QString());
     }
 
-    const FileItem* notes = find(model->items(), real(fx.notes));
+    const FileItem* notes = find(model->library().items(), real(fx.notes));
     // --- shelf
     if (wants("shelf") && check("shelf", "the notes are in the library", notes)) {
         const FileItem item = *notes;
-        model->toggleFavourite({item});
-        model->addTag("#Errands", {item});
+        model->organiser().toggleFavourite({item});
+        model->organiser().addTag("#Errands", {item});
         check("shelf", "a star and a tag are kept",
-              model->shelf().isFavourite(item.path) && model->shelf().tagsOf(item.path) == QStringList{"errands"});
-        check("shelf", "tagging says so", model->toast() && model->toast()->text == u"Tagged “notes.txt” #errands",
-              model->toast() ? model->toast()->text : QString());
+              model->organiser().shelf().isFavourite(item.path)
+                  && model->organiser().shelf().tagsOf(item.path) == QStringList{"errands"});
+        check("shelf", "tagging says so",
+              model->toast().current() && model->toast().current()->text == u"Tagged “notes.txt” #errands",
+              model->toast().current() ? model->toast().current()->text : QString());
         model->waitForIdle();
         check("shelf", "shelf.json holds the change",
-              Shelf::load(support + QStringLiteral("/shelf.json")) == model->shelf());
+              Shelf::load(support + QStringLiteral("/shelf.json")) == model->organiser().shelf());
         check("shelf", "“favourites” finds the starred file",
               namesOf(ask(*model, "favourites")) == QStringList{QStringLiteral("notes.txt")});
-        model->setQuery(QString());
+        model->search().setQuery(QString());
     }
 
     // --- Trash and Undo
     if (wants("trash")) {
-        const FileItem* report = find(model->items(), real(fx.reportPdf));
+        const FileItem* report = find(model->library().items(), real(fx.reportPdf));
         if (check("trash", "the report is in the library", report)) {
             const FileItem item = *report;
-            const auto result = model->moveToTrash({item});
+            const auto result = model->organiser().moveToTrash({item});
             const bool inTrash = result.moved.size() == 1 && result.moved[0].trashed
                 && result.moved[0].trashed->startsWith(root) && QFileInfo::exists(*result.moved[0].trashed);
             check("trash", "the file moves into the fixture's Trash", inTrash && !QFileInfo::exists(item.path));
             check("trash", "the toast offers Undo",
-                  model->toast() && model->toast()->text == u"Moved 1 item to the Trash"
-                      && model->toast()->actionTitle == u"Undo");
-            check("trash", "the file leaves the library", !find(model->items(), item.path));
-            model->toastCentre().perform();
-            check("trash", "Undo puts it back", QFileInfo::exists(item.path) && find(model->items(), item.path));
-            check("trash", "and says so", model->toast() && model->toast()->text == u"Put back 1 item");
+                  model->toast().current() && model->toast().current()->text == u"Moved 1 item to the Trash"
+                      && model->toast().current()->actionTitle == u"Undo");
+            check("trash", "the file leaves the library", !find(model->library().items(), item.path));
+            model->toast().perform();
+            check("trash", "Undo puts it back",
+                  QFileInfo::exists(item.path) && find(model->library().items(), item.path));
+            check("trash", "and says so",
+                  model->toast().current() && model->toast().current()->text == u"Put back 1 item");
         }
     }
 
     // --- clean-up suggestions, four months on
     if (wants("cleanup")) {
         clock = clock + 120 * 86400.0;
-        model->refreshDerived();
+        model->library().refreshDerived();
         model->waitForIdle();
-        const auto& suggestions = model->suggestions();
+        const auto& suggestions = model->library().suggestions();
         bool installer = false;
         for (const auto& s : suggestions)
             if (s.kind == CleanupKind::installers)
@@ -218,15 +230,15 @@ int SelfTest::run()
         check("cleanup", "the old installer is proposed", installer);
         check("cleanup", "something can be reclaimed", CleanupKinds::reclaimable(suggestions) > 0);
         clock = clock - 120 * 86400.0;
-        model->refreshDerived();
+        model->library().refreshDerived();
         model->waitForIdle();
     }
 
     // --- duplicates
     if (wants("duplicates")) {
-        model->findDuplicates();
+        model->duplicates().findDuplicates();
         model->waitForIdle();
-        const auto& groups = model->duplicateGroups();
+        const auto& groups = model->duplicates().duplicateGroups();
         check("duplicates", "finds the copied photo", groups.size() == 1 && groups[0].files.size() == 2,
               QStringLiteral("%1 groups").arg(groups.size()));
         if (groups.size() == 1)
@@ -235,9 +247,9 @@ int SelfTest::run()
 
     // --- image indexing and text in images
     if (wants("images")) {
-        model->startImageIndexing();
+        model->images().startImageIndexing();
         model->waitForIdle(600000);
-        const auto& records = model->imageRecords();
+        const auto& records = model->images().imageRecords();
         check("images", "reads every picture", records.size() == 5, QStringLiteral("%1 records").arg(records.size()));
         const auto receipt = records.constFind(real(fx.receiptPicture));
         check("images", "reads the words in the receipt",
@@ -245,50 +257,55 @@ int SelfTest::run()
               receipt != records.constEnd() ? receipt->text().left(80) : QStringLiteral("no record"));
         check("images", "the Ask bar finds the picture by a word inside it",
               namesOf(ask(*model, fx.receiptWord)).contains(QFileInfo(fx.receiptPicture).fileName()),
-              namesOf(model->shownItems()).join(u", "));
+              namesOf(model->search().shownItems()).join(u", "));
         const auto matches = VisualSearch::text(fx.receiptWord, records.values());
         check("images", "text search in the finder finds it",
               !matches.isEmpty() && matches[0].path == real(fx.receiptPicture));
         check("images", "images.plist is written", QFileInfo::exists(support + QStringLiteral("/images.plist")));
-        model->setQuery(QString());
+        model->search().setQuery(QString());
         model->waitForIdle();
         AppModel again(env);
         check("images", "a restart brings back the image index and the shelf",
-              again.imageRecords().size() == records.size() && again.shelf() == model->shelf()
-                  && again.ocrText().value(real(fx.receiptPicture)).contains(fx.receiptWord),
-              QStringLiteral("%1 records").arg(again.imageRecords().size()));
+              again.images().imageRecords().size() == records.size()
+                  && again.organiser().shelf() == model->organiser().shelf()
+                  && again.images().ocrText().value(real(fx.receiptPicture)).contains(fx.receiptWord),
+              QStringLiteral("%1 records").arg(again.images().imageRecords().size()));
     }
 
     // --- automatic rules
     // The rules run at the end of every scan.
     if (wants("rules")) {
-        const FileItem* shot = find(model->items(), real(fx.desktopShot));
+        const FileItem* shot = find(model->library().items(), real(fx.desktopShot));
         const QString month =
             shot ? env.calendar().dateTime(shot->created).toString(QStringLiteral("yyyy-MM")) : QString();
-        const bool wasIndexed = model->imageRecords().contains(real(fx.desktopShot));
-        if (shot) model->toggleFavourite({*shot});
-        model->setAutoFileScreenshots(true);
-        model->setAutoCleanInstallers(true);
-        model->scan();
+        const bool wasIndexed = model->images().imageRecords().contains(real(fx.desktopShot));
+        if (shot) model->organiser().toggleFavourite({*shot});
+        model->settings().setAutoFileScreenshots(true);
+        model->settings().setAutoCleanInstallers(true);
+        model->library().scan();
         model->waitForIdle();
         const QString filed =
             home + QStringLiteral("/Pictures/Screenshots/") + month + u'/' + QFileInfo(fx.desktopShot).fileName();
         check("rules", "files the Desktop screenshot by the month it was taken",
-              QFileInfo::exists(filed) && find(model->items(), filed) && !QFileInfo::exists(real(fx.desktopShot)),
+              QFileInfo::exists(filed) && find(model->library().items(), filed)
+                  && !QFileInfo::exists(real(fx.desktopShot)),
               filed);
         check("rules", "its star and image record follow it",
-              model->shelf().isFavourite(filed) && model->imageRecords().contains(filed) == wasIndexed);
+              model->organiser().shelf().isFavourite(filed)
+                  && model->images().imageRecords().contains(filed) == wasIndexed);
         check("rules", "leaves screenshots in sub-folders alone", QFileInfo::exists(real(fx.nestedShot)));
         check("rules", "says so",
-              model->toast() && model->toast()->text == u"Filed 1 screenshot into Pictures › Screenshots");
+              model->toast().current()
+                  && model->toast().current()->text == u"Filed 1 screenshot into Pictures › Screenshots");
         check("rules", "keeps an installer that arrived today", QFileInfo::exists(real(fx.oldInstaller)));
 
         clock = clock + 31 * 86400.0;
-        model->scan();
+        model->library().scan();
         model->waitForIdle();
         check("rules", "trashes an installer that arrived 31 days ago, with Undo",
-              !QFileInfo::exists(real(fx.oldInstaller)) && model->toast() && model->toast()->actionTitle == u"Undo",
-              model->toast() ? model->toast()->text : QString());
+              !QFileInfo::exists(real(fx.oldInstaller)) && model->toast().current()
+                  && model->toast().current()->actionTitle == u"Undo",
+              model->toast().current() ? model->toast().current()->text : QString());
     }
 
     model.reset();

@@ -10,6 +10,12 @@
 // index writes fall inside the measured time. With FENNIC_BENCH_SLOW_MS=N set, every event the GUI thread took longer
 // than N ms to handle, and every gap between ticks over N ms, is printed to stderr.
 #include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
+#include "app/Toast.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
@@ -136,9 +142,9 @@ int main(int argc, char** argv)
         t.start();
         AppModel model(env);
         construct.push_back(t.nsecsElapsed() / 1e6);
-        records = model.imageRecords().size();
-        if (model.items().size() != items.size())
-            std::printf("warning: %lld items loaded\n", qlonglong(model.items().size()));
+        records = model.images().imageRecords().size();
+        if (model.library().items().size() != items.size())
+            std::printf("warning: %lld items loaded\n", qlonglong(model.library().items().size()));
         model.waitForIdle();
     }
     std::printf("construction with %lld cached items and %lld image records: median %.0f ms (runs:",
@@ -154,11 +160,11 @@ int main(int argc, char** argv)
             std::vector<double> times;
             qsizetype shown = 0;
             for (int run = 0; run < 7; ++run) {
-                model.setQuery(QString());
-                model.setQuery(QString::fromUtf8(request));
+                model.search().setQuery(QString());
+                model.search().setQuery(QString::fromUtf8(request));
                 QElapsedTimer t;
                 t.start();
-                shown = model.shownItems().size();
+                shown = model.search().shownItems().size();
                 times.push_back(t.nsecsElapsed() / 1e6);
             }
             std::printf("request \"%s\": shownItems in median %.1f ms (%lld shown)\n", request, median(times),
@@ -188,25 +194,25 @@ int main(int argc, char** argv)
     {
         int saves = 0;
         AppModel model(env);
-        QObject::connect(&model, &AppModel::imageIndexSaved, [&saves] { ++saves; });
+        QObject::connect(&model.images(), &ImageIndexer::imageIndexSaved, [&saves] { ++saves; });
         StallMeter meter;
         meter.start();
         QElapsedTimer t;
         t.start();
-        model.scan();
-        while (model.isScanning()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        model.library().scan();
+        while (model.library().isScanning()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         const double scanMs = t.nsecsElapsed() / 1e6;
         const double scanStall = meter.longestMs();
         QElapsedTimer indexing;
         indexing.start();
-        while (model.isIndexingImages() && indexing.elapsed() < seconds * 1000)
+        while (model.images().isIndexingImages() && indexing.elapsed() < seconds * 1000)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         std::printf("full scan of %lld items: %.0f ms; longest event-loop stall during the scan %.1f ms\n",
-                    qlonglong(model.items().size()), scanMs, scanStall);
+                    qlonglong(model.library().items().size()), scanMs, scanStall);
         std::printf("image indexing for %.0f s (%d of %d read): longest stall overall %.1f ms\n",
-                    indexing.elapsed() / 1000.0, model.ocrProgress().first, model.ocrProgress().second,
-                    meter.longestMs());
-        model.setImageIndexPaused(true);  // saves what was read, off the GUI thread
+                    indexing.elapsed() / 1000.0, model.images().ocrProgress().first,
+                    model.images().ocrProgress().second, meter.longestMs());
+        model.images().setImageIndexPaused(true);  // saves what was read, off the GUI thread
         QElapsedTimer save;
         save.start();
         while (save.elapsed() < 3000) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);

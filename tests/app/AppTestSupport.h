@@ -1,6 +1,14 @@
 #pragma once
 
 #include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/BackgroundTasks.h"
+#include "app/DuplicateScan.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
+#include "app/Toast.h"
 #include "images/Pictures.h"
 #include "library/Prefs.h"
 #include "support/TempTree.h"

@@ -18,7 +18,7 @@ protected:
         f.tree.write("Documents/plan.pdf", "%PDF");
         f.env.flashMs = 30;
         m = &f.make();
-        m->scan();
+        m->library().scan();
         ASSERT_TRUE(m->waitForIdle());
         quick = std::make_unique<QuickSearchModel>(*m);
     }
@@ -68,8 +68,8 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
     quick->trashSelected();
     EXPECT_EQ(quick->flash(), "Moved to the Trash — ⌘Z in Fennic puts it back");
     EXPECT_TRUE(quick->results().isEmpty());
-    ASSERT_TRUE(m->toast());
-    EXPECT_EQ(m->toast()->actionTitle, "Undo");
+    ASSERT_TRUE(m->toast().current());
+    EXPECT_EQ(m->toast().current()->actionTitle, "Undo");
     ASSERT_TRUE(m->waitForIdle());
 }
 
@@ -79,7 +79,7 @@ TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhyAndTheKeysActOnThem)
     ASSERT_FALSE(f.writeTextPicture("Pictures/scan.png", "INVOICE 2041").isEmpty());
     f.tree.write("Documents/invoice.txt", "x");
     AppModel& m = f.make();
-    m.scan();
+    m.library().scan();
     ASSERT_TRUE(m.waitForIdle(120000));  // scanned, then the picture read
 
     QuickSearchModel quick(m);

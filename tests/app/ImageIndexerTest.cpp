@@ -28,9 +28,9 @@ protected:
     {
         writePictures(f.tree, "Pictures", 12);
         m = &f.make();
-        m->scan();
+        m->library().scan();
         ASSERT_TRUE(m->waitForIdle(120000));  // the scan ends by starting indexing, which reads all
-        ASSERT_EQ(m->imageRecords().size(), 12);
+        ASSERT_EQ(m->images().imageRecords().size(), 12);
     }
 
     AppFixture f;
@@ -41,74 +41,75 @@ protected:
 
 TEST_F(ImageIndexing, NothingPendingReadsNothing)
 {
-    QSignalSpy finished(m, &AppModel::imageIndexingFinished);
-    m->startImageIndexing();
+    QSignalSpy finished(&m->images(), &ImageIndexer::imageIndexingFinished);
+    m->images().startImageIndexing();
     ASSERT_TRUE(finished.wait(10000));
-    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 0));
-    EXPECT_FALSE(m->isIndexingImages());
+    EXPECT_EQ(m->images().ocrProgress(), qMakePair(0, 0));
+    EXPECT_FALSE(m->images().isIndexingImages());
 }
 
 TEST_F(ImageIndexing, PausingKeepsWhatWasReadAndResumingReadsTheRest)
 {
-    m->rebuildImageIndex();
-    EXPECT_TRUE(m->imageRecords().isEmpty());
-    QSignalSpy batches(m, &AppModel::imageRecordsChanged);
+    m->images().rebuildImageIndex();
+    EXPECT_TRUE(m->images().imageRecords().isEmpty());
+    QSignalSpy batches(&m->images(), &ImageIndexer::imageRecordsChanged);
     ASSERT_TRUE(batches.wait(60000));
-    m->setImageIndexPaused(true);
+    m->images().setImageIndexPaused(true);
     ASSERT_TRUE(m->waitForIdle());
-    EXPECT_EQ(m->imageRecords().size(), 8) << "one batch of eight arrived before the pause";
+    EXPECT_EQ(m->images().imageRecords().size(), 8) << "one batch of eight arrived before the pause";
     const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 8) << "pausing saves what was read";
 
-    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
-    m->setImageIndexPaused(false);
+    QSignalSpy progress(&m->images(), &ImageIndexer::ocrProgressChanged);
+    m->images().setImageIndexPaused(false);
     ASSERT_TRUE(progress.wait(10000));
-    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 4)) << "only the pictures still pending are read";
+    EXPECT_EQ(m->images().ocrProgress(), qMakePair(0, 4)) << "only the pictures still pending are read";
     ASSERT_TRUE(m->waitForIdle(60000));
-    EXPECT_EQ(m->imageRecords().size(), 12);
+    EXPECT_EQ(m->images().imageRecords().size(), 12);
 }
 
 TEST_F(ImageIndexing, ALanguageChangeMakesEveryPictureRereadable)
 {
-    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
-    m->setOCRLanguage("es-ES", true);
+    QSignalSpy progress(&m->images(), &ImageIndexer::ocrProgressChanged);
+    m->images().setOCRLanguage("es-ES", true);
     ASSERT_TRUE(progress.wait(10000));
-    EXPECT_EQ(m->ocrProgress().second, 12);
+    EXPECT_EQ(m->images().ocrProgress().second, 12);
     ASSERT_TRUE(m->waitForIdle(120000));
-    for (const ImageRecord& r : m->imageRecords()) EXPECT_TRUE(r.langs.contains("es-ES")) << r.langs.toStdString();
+    for (const ImageRecord& r : m->images().imageRecords())
+        EXPECT_TRUE(r.langs.contains("es-ES")) << r.langs.toStdString();
 }
 
 TEST_F(ImageIndexing, DeleteLeavesNothingBehindAndReadsNothing)
 {
     ASSERT_TRUE(m->waitForIdle());
     ASSERT_TRUE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
-    m->deleteImageIndex();
+    m->images().deleteImageIndex();
     ASSERT_TRUE(m->waitForIdle());
-    EXPECT_TRUE(m->imageRecords().isEmpty());
-    EXPECT_FALSE(m->isIndexingImages());
+    EXPECT_TRUE(m->images().imageRecords().isEmpty());
+    EXPECT_FALSE(m->images().isIndexingImages());
     EXPECT_FALSE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
 }
 
 TEST_F(ImageIndexing, ImageFoldersJoinTheLibraryWhenOutsideIt)
 {
     writePictures(f.tree, "Elsewhere", 2);
-    QSignalSpy scans(m, &AppModel::scanStarted);
-    m->addImageFolder(f.tree.path("Pictures"));
-    m->addImageFolder(f.tree.path("Pictures"));
-    EXPECT_EQ(m->imageFolders(), QStringList{f.tree.path("Pictures")});
+    QSignalSpy scans(&m->library(), &LibraryModel::scanStarted);
+    m->images().addImageFolder(f.tree.path("Pictures"));
+    m->images().addImageFolder(f.tree.path("Pictures"));
+    EXPECT_EQ(m->images().imageFolders(), QStringList{f.tree.path("Pictures")});
     EXPECT_EQ(scans.count(), 0) << "a folder inside the library only restarts indexing";
 
-    m->addImageFolder(f.tree.path("Elsewhere"));
+    m->images().addImageFolder(f.tree.path("Elsewhere"));
     EXPECT_EQ(scans.count(), 1);
-    EXPECT_EQ(m->extraRoots(), QStringList{f.tree.path("Elsewhere")});
+    EXPECT_EQ(m->library().extraRoots(), QStringList{f.tree.path("Elsewhere")});
     ASSERT_TRUE(m->waitForIdle(60000));
-    EXPECT_EQ(m->imageRecords().size(), 14);
+    EXPECT_EQ(m->images().imageRecords().size(), 14);
 
-    m->setImageFolderMode("chosen");
-    m->removeImageFolder(f.tree.path("Pictures"));
+    m->images().setImageFolderMode(ImageFolderMode::chosen);
+    m->images().removeImageFolder(f.tree.path("Pictures"));
     ASSERT_TRUE(m->waitForIdle(60000));
-    EXPECT_EQ(m->imageRecords().size(), 2) << "only the chosen folders' pictures stay indexed";
+    EXPECT_EQ(m->images().imageRecords().size(), 2) << "only the chosen folders' pictures stay indexed";
 }
 
 TEST_F(ImageIndexing, TextReadingOffSkipsTextWithoutRereadingUntilTurnedOn)
@@ -116,28 +117,29 @@ TEST_F(ImageIndexing, TextReadingOffSkipsTextWithoutRereadingUntilTurnedOn)
     const QString notePath = f.writeTextPicture("Pictures/note.png", "INVOICE 2041");
     ASSERT_FALSE(notePath.isEmpty());
 
-    m->setIndexTextInImages(false);
-    m->scan();
+    m->settings().setIndexTextInImages(false);
+    m->library().scan();
     ASSERT_TRUE(m->waitForIdle(120000));
-    ASSERT_TRUE(m->imageRecords().contains(notePath));
-    const ImageRecord unread = m->imageRecords().value(notePath);
+    ASSERT_TRUE(m->images().imageRecords().contains(notePath));
+    const ImageRecord unread = m->images().imageRecords().value(notePath);
     EXPECT_FALSE(unread.failed);
     EXPECT_TRUE(unread.lines.isEmpty());
     EXPECT_TRUE(unread.langs.isEmpty());
-    EXPECT_FALSE(m->ocrText().contains(notePath));
+    EXPECT_FALSE(m->images().ocrText().contains(notePath));
 
-    QSignalSpy finished(m, &AppModel::imageIndexingFinished);
-    m->startImageIndexing();
+    QSignalSpy finished(&m->images(), &ImageIndexer::imageIndexingFinished);
+    m->images().startImageIndexing();
     ASSERT_TRUE(finished.wait(10000));
-    EXPECT_EQ(m->ocrProgress(), qMakePair(0, 0)) << "pictures read with or without text are current while it is off";
+    EXPECT_EQ(m->images().ocrProgress(), qMakePair(0, 0))
+        << "pictures read with or without text are current while it is off";
 
-    QSignalSpy progress(m, &AppModel::ocrProgressChanged);
-    m->setIndexTextInImages(true);
+    QSignalSpy progress(&m->images(), &ImageIndexer::ocrProgressChanged);
+    m->settings().setIndexTextInImages(true);
     ASSERT_TRUE(m->waitForIdle(120000));
     ASSERT_FALSE(progress.isEmpty());
-    EXPECT_EQ(m->ocrProgress().second, 1) << "turned on, only the picture read without text is read again";
-    EXPECT_TRUE(m->ocrText().value(notePath).contains(QStringLiteral("invoice")))
-                << m->ocrText().value(notePath).toStdString();
+    EXPECT_EQ(m->images().ocrProgress().second, 1) << "turned on, only the picture read without text is read again";
+    EXPECT_TRUE(m->images().ocrText().value(notePath).contains(QStringLiteral("invoice")))
+                << m->images().ocrText().value(notePath).toStdString();
 }
 
 TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)
@@ -145,11 +147,11 @@ TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)
     f.env.indexSaveIntervalMs = 0;  // a save after every batch
     m = &f.make();
     ASSERT_TRUE(m->waitForIdle());
-    QSignalSpy saves(m, &AppModel::imageIndexSaved);
-    m->rebuildImageIndex();
+    QSignalSpy saves(&m->images(), &ImageIndexer::imageIndexSaved);
+    m->images().rebuildImageIndex();
     ASSERT_TRUE(m->waitForIdle(120000));
     EXPECT_GE(saves.count(), 2) << "one save along the way, one at the end";
-    EXPECT_EQ(m->imageRecords().size(), 12);
+    EXPECT_EQ(m->images().imageRecords().size(), 12);
     const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 12) << "records that waited for a save are in the last one";
@@ -173,11 +175,11 @@ TEST(ImageFolders, ChosenFoldersMatchALibraryReachedThroughALink)
     const auto restore = qScopeGuard([&] { qputenv("HOME", realHome); });
 
     AppModel& m = f.make();
-    m.setImageFolderMode("chosen");
-    m.addImageFolder(home + "/Pictures");
-    m.scan();
+    m.images().setImageFolderMode(ImageFolderMode::chosen);
+    m.images().addImageFolder(home + "/Pictures");
+    m.library().scan();
     ASSERT_TRUE(m.waitForIdle(60000));
-    ASSERT_EQ(m.items().size(), 3);
-    EXPECT_EQ(m.imageRecords().size(), 2) << "the chosen folder's pictures, and only those";
+    ASSERT_EQ(m.library().items().size(), 3);
+    EXPECT_EQ(m.images().imageRecords().size(), 2) << "the chosen folder's pictures, and only those";
     f.model.reset();
 }

@@ -1,8 +1,10 @@
 // The image indexing task: one background task at a time reads the library's pending pictures
 // and hands their records to the GUI thread in batches of eight, so that results show while
 // indexing goes on.
-#include "AppModel.h"
+#include "ImageIndexer.h"
 
+#include "BackgroundTasks.h"
+#include "LibraryModel.h"
 #include "images/ImageAnalyzer.h"
 #include "images/OCRLanguages.h"
 #include "library/Library.h"
@@ -11,6 +13,7 @@
 
 #include <QFile>
 #include <QLocale>
+#include <algorithm>
 #include <cmath>
 
 namespace fennic {
@@ -49,18 +52,52 @@ bool hasCameraMetadata(const FileItem& item)
 
 }  // namespace
 
-struct AppModel::IndexTask {
+struct ImageIndexer::IndexTask {
     std::atomic<bool> cancelled{false};
 };
 
-QStringList AppModel::recognitionLanguages() const
+ImageIndexer::ImageIndexer(AppEnvironment environment, AppSettings& settings, BackgroundTasks& tasks,
+                           LibraryModel& library, QObject* parent)
+    : QObject(parent), m_env(std::move(environment)), m_settings(settings), m_tasks(tasks), m_library(library)
+{
+    // Settings that change what is read restart the task.
+    connect(&m_settings, &AppSettings::indexTextInImagesChanged, this, &ImageIndexer::startImageIndexing);
+    connect(&m_settings, &AppSettings::imageFolderModeChanged, this, [this] {
+        Q_EMIT imageFolderModeChanged();
+        startImageIndexing();
+    });
+    connect(&m_settings, &AppSettings::ocrLanguagesChanged, this, [this] {
+        Q_EMIT ocrLanguageChoiceChanged();
+        startImageIndexing();
+    });
+    connect(&m_settings, &AppSettings::imageFoldersChanged, this, &ImageIndexer::imageFoldersChanged);
+    // A scan makes the pending list stale; the records of files it found gone go with them.
+    connect(&m_library, &LibraryModel::scanStarted, this, &ImageIndexer::cancelImageIndexing);
+    connect(&m_library, &LibraryModel::filesLeft, this, &ImageIndexer::forget);
+    m_library.trackDepartures([this]() -> LibraryModel::DepartureCheck {
+        // The map is shared, not copied; it is walked on the pool.
+        return [records = m_imageIndex.records](const QSet<QString>& present) {
+            QStringList gone;
+            for (auto it = records.constBegin(); it != records.constEnd(); ++it)
+                if (!present.contains(it.key())) gone.append(it.key());
+            return gone;
+        };
+    });
+}
+
+ImageIndexer::~ImageIndexer()
+{
+    if (m_indexTask) m_indexTask->cancelled.store(true);
+}
+
+QStringList ImageIndexer::recognitionLanguages() const
 {
     const QStringList supported = OCRLanguages::supported();
-    if (m_ocrLanguageChoice) return OCRLanguages::resolve(*m_ocrLanguageChoice, supported).use;
+    if (m_settings.ocrLanguages()) return OCRLanguages::resolve(*m_settings.ocrLanguages(), supported).use;
     return OCRLanguages::defaults(QLocale::system().uiLanguages(), supported);
 }
 
-void AppModel::cancelImageIndexing()
+void ImageIndexer::cancelImageIndexing()
 {
     // Records read before the cancel are still good; they join the index now unless a save
     // holds it, and then once that save is done.
@@ -70,22 +107,23 @@ void AppModel::cancelImageIndexing()
     m_indexTask.reset();
 }
 
-void AppModel::startImageIndexing()
+void ImageIndexer::startImageIndexing()
 {
     cancelImageIndexing();
-    if (m_imageIndexPaused || m_stopping->load()) return;
+    if (m_imageIndexPaused || m_tasks.stopping()->load()) return;
 
     const QStringList languages = recognitionLanguages();
-    const QStringList chosen = m_imageFolderMode == u"chosen" ? m_imageFolders : QStringList();
+    const QStringList chosen =
+        m_settings.imageFolderMode() == ImageFolderMode::chosen ? m_settings.imageFolders() : QStringList();
 
     auto task = std::make_shared<IndexTask>();
     m_indexTask = task;
-    const bool readText = m_indexTextInImages;
+    const bool readText = m_settings.indexTextInImages();
     // Choosing the candidates and the pending files walks the whole library and sorts the
     // pictures: done on the pool with snapshots, so the GUI thread never waits for it.
-    runInBackground(
-        [this, task, items = m_items, index = m_imageIndex, ocrText = m_ocrText, languages, chosen,
-         libraryRoots = roots(), readText]() mutable {
+    m_tasks.run(
+        [this, task, items = m_library.items(), index = m_imageIndex, ocrText = m_ocrText, languages, chosen,
+         libraryRoots = m_library.roots(), readText]() mutable {
             const QStringList folders = folderPrefixes(chosen, libraryRoots);
             QList<FileItem> candidates;
             QSet<QString> keep;
@@ -131,9 +169,9 @@ void AppModel::startImageIndexing()
                     m_imageIndex.languages = languages;
                     if (m_imageIndex.records.isSharedWith(startRecords) && m_ocrText.isSharedWith(startText)) {
                         // Nothing changed the maps meanwhile. The old ones are freed on the pool.
-                        runInBackground([records = std::exchange(m_imageIndex.records, std::move(records)),
-                                         text = std::exchange(m_ocrText, std::move(ocrText))] {},
-                                        -1);
+                        m_tasks.run([records = std::exchange(m_imageIndex.records, std::move(records)),
+                                     text = std::exchange(m_ocrText, std::move(ocrText))] {},
+                                    -1);
                     } else {
                         records = {};
                         ocrText = {};
@@ -144,10 +182,7 @@ void AppModel::startImageIndexing()
                     }
                     startRecords.clear();
                     startText.clear();
-                    if (!dropped.isEmpty()) {
-                        Q_EMIT imageRecordsChanged();
-                        markSearchDirty();
-                    }
+                    if (!dropped.isEmpty()) Q_EMIT imageRecordsChanged();
                     m_ocrProgress = {0, total};
                     m_sinceIndexSave.start();
                     Q_EMIT ocrProgressChanged();
@@ -174,7 +209,7 @@ void AppModel::startImageIndexing()
             }
             if (!cameras.isEmpty())
                 QMetaObject::invokeMethod(
-                    this, [this, cameras] { addCameraModels(cameras); }, Qt::QueuedConnection);
+                    this, [this, cameras] { m_library.addCameraModels(cameras); }, Qt::QueuedConnection);
 
             const int total = int(pending.size());
             QList<ImageRecord> batch;
@@ -207,29 +242,7 @@ void AppModel::startImageIndexing()
         /*priority=*/0);
 }
 
-void AppModel::addCameraModels(const QHash<QString, QString>& cameras)
-{
-    if (m_isScanning) m_scanJournal.cameras.insert(cameras);  // the scan's result takes them too
-    // Merged into a copy of the list on the pool; should the list change meanwhile, the merge
-    // is done again on the newer one, since these photos will not be read again.
-    runInBackground(
-        [this, items = m_items, generation = m_itemsGeneration, cameras]() mutable {
-            for (FileItem& item : items)
-                if (auto it = cameras.constFind(item.path); it != cameras.constEnd()) item.camera = *it;
-            QMetaObject::invokeMethod(
-                this,
-                [this, items = std::move(items), generation, cameras]() mutable {
-                    if (generation == m_itemsGeneration)
-                        setItems(std::move(items));
-                    else
-                        addCameraModels(cameras);
-                },
-                Qt::QueuedConnection);
-        },
-        1);
-}
-
-void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
+void ImageIndexer::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
 {
     if (m_heldRecords.isEmpty()) m_heldSince.start();
     m_heldRecords.append(batch);
@@ -247,7 +260,7 @@ void AppModel::applyImageBatch(const QList<ImageRecord>& batch, int done, int to
         saveImageIndex();
 }
 
-void AppModel::applyHeldRecords()
+void ImageIndexer::applyHeldRecords()
 {
     if (m_heldRecords.isEmpty()) return;
     for (const ImageRecord& record : std::as_const(m_heldRecords)) {
@@ -259,15 +272,14 @@ void AppModel::applyHeldRecords()
     }
     m_heldRecords.clear();
     Q_EMIT imageRecordsChanged();
-    markSearchDirty();
 }
 
-bool AppModel::imageRecordsFree() const
+bool ImageIndexer::imageRecordsFree() const
 {
     return m_imageIndex.records.isDetached() || m_imageIndex.records.capacity() == 0;
 }
 
-void AppModel::saveImageIndex()
+void ImageIndexer::saveImageIndex()
 {
     if (!m_heldRecords.isEmpty() && !imageRecordsFree() && m_indexSavesInFlight > 0) {
         // The save under way still holds the index: adding the waiting records now would copy
@@ -278,10 +290,10 @@ void AppModel::saveImageIndex()
     applyHeldRecords();
     m_sinceIndexSave.start();
     m_readSinceSave = 0;
-    const auto writes = m_indexWrites;
+    const auto& writes = m_tasks.writes(BackgroundTasks::File::imageIndex);
     const auto ticket = writes->ticket();
     ++m_indexSavesInFlight;
-    runInBackground(
+    m_tasks.run(
         [this, snapshot = ImageIndex(recognitionLanguages(), m_imageIndex.records), writes, ticket]() mutable {
             bool ok = true;
             writes->run(ticket, [&] { ok = bool(snapshot.save(indexFile())); });
@@ -303,7 +315,7 @@ void AppModel::saveImageIndex()
         -1);
 }
 
-void AppModel::deleteImageIndex()
+void ImageIndexer::deleteImageIndex()
 {
     m_heldRecords.clear();
     m_saveWhenFree = false;
@@ -312,33 +324,28 @@ void AppModel::deleteImageIndex()
     m_ocrText.clear();
     // Through the ordered writes, so that a save still under way can't bring the file back; on
     // the pool, since waiting for that save would hold the GUI thread.
-    const auto writes = m_indexWrites;
-    runInBackground([writes, ticket = writes->ticket()] { writes->run(ticket, [] { QFile::remove(indexFile()); }); },
-                    -1);
+    const auto& writes = m_tasks.writes(BackgroundTasks::File::imageIndex);
+    m_tasks.run([writes, ticket = writes->ticket()] { writes->run(ticket, [] { QFile::remove(indexFile()); }); }, -1);
     m_ocrProgress = {0, 0};
     Q_EMIT ocrProgressChanged();
     Q_EMIT imageRecordsChanged();
-    markSearchDirty();
 }
 
-void AppModel::rebuildImageIndex()
+void ImageIndexer::rebuildImageIndex()
 {
     deleteImageIndex();
     startImageIndexing();
 }
 
-void AppModel::setOCRLanguage(const QString& code, bool on)
+void ImageIndexer::setOCRLanguage(const QString& code, bool on)
 {
-    QStringList choice = m_ocrLanguageChoice.value_or(recognitionLanguages());
+    QStringList choice = m_settings.ocrLanguages().value_or(recognitionLanguages());
     if (on && !choice.contains(code)) choice.append(code);
     if (!on) choice.removeAll(code);
-    m_ocrLanguageChoice = choice;
-    m_settings->setValue(QStringLiteral("ocrLanguages"), choice);
-    Q_EMIT ocrLanguageChoiceChanged();
-    startImageIndexing();
+    m_settings.setOcrLanguages(choice);  // restarts indexing through the settings' signal
 }
 
-void AppModel::setImageIndexPaused(bool paused)
+void ImageIndexer::setImageIndexPaused(bool paused)
 {
     if (paused == m_imageIndexPaused) return;
     m_imageIndexPaused = paused;
@@ -351,15 +358,12 @@ void AppModel::setImageIndexPaused(bool paused)
     }
 }
 
-void AppModel::addImageFolder(const QString& folder)
+void ImageIndexer::addImageFolder(const QString& folder)
 {
     const QString path = Library::realPath(folder);
-    if (!m_imageFolders.contains(path)) {
-        m_imageFolders.append(path);
-        m_settings->setValue(QStringLiteral("imageFolders"), m_imageFolders);
-        Q_EMIT imageFoldersChanged();
-    }
-    const QStringList libraryRoots = roots();
+    if (!m_settings.imageFolders().contains(path))
+        m_settings.setImageFolders(m_settings.imageFolders() + QStringList{path});
+    const QStringList libraryRoots = m_library.roots();
     const bool inside = std::any_of(libraryRoots.begin(), libraryRoots.end(), [&](const QString& root) {
         const QString real = Library::realPath(root);
         return path == real || path.startsWith(real + u'/');
@@ -367,24 +371,50 @@ void AppModel::addImageFolder(const QString& folder)
     if (inside)
         startImageIndexing();
     else
-        addFolder(path);  // its scan ends by starting image indexing
+        m_library.addFolder(path);  // its scan ends by starting image indexing
 }
 
-void AppModel::removeImageFolder(const QString& path)
+void ImageIndexer::removeImageFolder(const QString& path)
 {
-    if (!m_imageFolders.removeOne(path)) return;
-    m_settings->setValue(QStringLiteral("imageFolders"), m_imageFolders);
-    Q_EMIT imageFoldersChanged();
+    QStringList folders = m_settings.imageFolders();
+    if (!folders.removeOne(path)) return;
+    m_settings.setImageFolders(folders);
     startImageIndexing();
 }
 
-void AppModel::setImageFolderMode(const QString& mode)
+void ImageIndexer::forget(const QSet<QString>& paths)
 {
-    if (mode == m_imageFolderMode) return;
-    m_imageFolderMode = mode;
-    m_settings->setValue(QStringLiteral("imageFolderMode"), mode);
-    Q_EMIT imageFolderModeChanged();
-    startImageIndexing();
+    bool dropped = false;
+    for (const QString& path : paths) {
+        dropped |= m_imageIndex.records.remove(path);
+        m_ocrText.remove(path);
+    }
+    if (dropped) Q_EMIT imageRecordsChanged();
+}
+
+void ImageIndexer::moveRecords(const QList<QPair<QString, QString>>& moves)
+{
+    if (moves.isEmpty()) return;
+    for (const auto& [from, to] : moves) {
+        m_imageIndex.move(from, to);
+        if (auto text = m_ocrText.take(from); !text.isNull()) m_ocrText.insert(to, text);
+    }
+    Q_EMIT imageRecordsChanged();
+    saveImageIndex();
+}
+
+void ImageIndexer::loadIndex()
+{
+    const QString support = Prefs::supportDir();
+    // A file of an older version that no longer means anything.
+    QFile::remove(support + QStringLiteral("/text.json"));
+    auto index = ImageIndex::load(support + QStringLiteral("/images.plist"));
+    if (!index) return;
+    m_imageIndex = std::move(*index);
+    m_ocrText.clear();
+    for (auto it = m_imageIndex.records.constBegin(); it != m_imageIndex.records.constEnd(); ++it)
+        if (!it->folded.isEmpty()) m_ocrText.insert(it.key(), it->folded);
+    Q_EMIT imageRecordsChanged();
 }
 
 }  // namespace fennic

@@ -1,0 +1,97 @@
+#include "DuplicateScan.h"
+
+#include "BackgroundTasks.h"
+#include "ImageIndexer.h"
+#include "LibraryModel.h"
+#include "library/Library.h"
+#include "organise/DuplicateFinder.h"
+
+namespace fennic {
+
+DuplicateScan::DuplicateScan(BackgroundTasks& tasks, LibraryModel& library, const ImageIndexer& images, QObject* parent)
+    : QObject(parent), m_tasks(tasks), m_library(library), m_images(images)
+{
+    connect(&m_library, &LibraryModel::filesLeft, this, &DuplicateScan::pruneGroups);
+    connect(&m_library, &LibraryModel::itemsRemoved, this, &DuplicateScan::pruneGroups);
+    m_library.trackDepartures([this]() -> LibraryModel::DepartureCheck {
+        QStringList grouped;
+        for (const QList<DuplicateGroup>* groups : {&m_duplicateGroups, &m_lookalikeGroups})
+            for (const DuplicateGroup& group : *groups)
+                for (const FileItem& file : group.files) grouped.append(file.path);
+        return [grouped](const QSet<QString>& present) {
+            QStringList gone;
+            for (const QString& path : grouped)
+                if (!present.contains(path)) gone.append(path);
+            return gone;
+        };
+    });
+}
+
+void DuplicateScan::pruneGroups(const QSet<QString>& removed)
+{
+    const auto holdsAny = [&removed](const QList<DuplicateGroup>& groups) {
+        for (const DuplicateGroup& group : groups)
+            for (const FileItem& file : group.files)
+                if (removed.contains(file.path)) return true;
+        return false;
+    };
+    if (holdsAny(m_duplicateGroups)) {
+        m_duplicateGroups = DuplicateGroup::prune(m_duplicateGroups, removed);
+        Q_EMIT duplicateGroupsChanged();
+    }
+    if (holdsAny(m_lookalikeGroups)) {
+        m_lookalikeGroups = DuplicateGroup::prune(m_lookalikeGroups, removed);
+        Q_EMIT lookalikeGroupsChanged();
+    }
+}
+
+void DuplicateScan::findDuplicates()
+{
+    if (m_duplicateProgress) return;
+    m_duplicateProgress = 0.0;
+    Q_EMIT duplicateProgressChanged();
+    const QList<FileItem> snapshot = m_library.items();
+    const QString downloads = Library::downloads();
+    const auto prints = m_images.imageIndex().printProvider();
+    const auto stopping = m_tasks.stopping();
+    auto report = [this](double p) {
+        QMetaObject::invokeMethod(
+            this,
+            [this, p] {
+                if (!m_duplicateProgress) return;
+                m_duplicateProgress = p;
+                Q_EMIT duplicateProgressChanged();
+            },
+            Qt::QueuedConnection);
+    };
+    m_tasks.run([this, snapshot, downloads, prints, stopping, report] {
+        auto exact = DuplicateFinder::exact(
+            snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
+        auto alike = DuplicateFinder::lookalikes(
+            snapshot, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
+            [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
+        QMetaObject::invokeMethod(
+            this,
+            [this, exact = std::move(exact), alike = std::move(alike)] {
+                // Files trashed while the search ran must not come back through its result.
+                QSet<QString> present;
+                for (const FileItem& i : m_library.items()) present.insert(i.path);
+                QSet<QString> gone;
+                for (const auto* groups : {&exact, &alike})
+                    for (const DuplicateGroup& g : *groups)
+                        for (const FileItem& f : g.files)
+                            if (!present.contains(f.path)) gone.insert(f.path);
+                m_duplicateGroups = DuplicateGroup::prune(exact, gone);
+                m_lookalikeGroups = DuplicateGroup::prune(alike, gone);
+                m_duplicateProgress.reset();
+                m_duplicatesScanned = true;
+                Q_EMIT duplicateGroupsChanged();
+                Q_EMIT lookalikeGroupsChanged();
+                Q_EMIT duplicateProgressChanged();
+                Q_EMIT duplicatesScannedChanged();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+}  // namespace fennic

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "organise/DuplicateGroup.h"
+
+#include <QList>
+#include <QObject>
+#include <QSet>
+#include <optional>
+
+namespace fennic {
+
+class BackgroundTasks;
+class ImageIndexer;
+class LibraryModel;
+
+// The duplicates page's data: exact copies and look-alike photos of the library, found on
+// the pool with one combined progress (the exact pass counts for 60%). Groups lose their files
+// as those leave the library, and a group left with one file goes.
+//
+// Threads: GUI thread only.
+class DuplicateScan : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QList<fennic::DuplicateGroup> duplicateGroups READ duplicateGroups NOTIFY duplicateGroupsChanged)
+    Q_PROPERTY(QList<fennic::DuplicateGroup> lookalikeGroups READ lookalikeGroups NOTIFY lookalikeGroupsChanged)
+    Q_PROPERTY(bool duplicatesScanned READ duplicatesScanned NOTIFY duplicatesScannedChanged)
+
+public:
+    DuplicateScan(BackgroundTasks& tasks, LibraryModel& library, const ImageIndexer& images, QObject* parent = nullptr);
+
+    // Starts a search over the current items; ignored while one runs.
+    void findDuplicates();
+    const QList<DuplicateGroup>& duplicateGroups() const { return m_duplicateGroups; }
+    const QList<DuplicateGroup>& lookalikeGroups() const { return m_lookalikeGroups; }
+    // 0 … 1 while a search runs, none otherwise.
+    std::optional<double> duplicateProgress() const { return m_duplicateProgress; }
+    bool duplicatesScanned() const { return m_duplicatesScanned; }
+
+Q_SIGNALS:
+    void duplicateGroupsChanged();
+    void lookalikeGroupsChanged();
+    void duplicateProgressChanged();
+    void duplicatesScannedChanged();
+
+private:
+    // Drops files that left the library from both kinds of group.
+    void pruneGroups(const QSet<QString>& removed);
+
+    BackgroundTasks& m_tasks;
+    LibraryModel& m_library;
+    const ImageIndexer& m_images;
+    QList<DuplicateGroup> m_duplicateGroups;
+    QList<DuplicateGroup> m_lookalikeGroups;
+    std::optional<double> m_duplicateProgress;
+    bool m_duplicatesScanned = false;
+};
+
+}  // namespace fennic

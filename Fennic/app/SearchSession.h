@@ -1,0 +1,139 @@
+#pragma once
+
+#include "AppEnvironment.h"
+#include "SidebarItem.h"
+#include "model/FileItem.h"
+#include "search/ParsedQuery.h"
+#include "search/SavedSearch.h"
+#include "search/SearchContext.h"
+#include "search/SortKey.h"
+
+#include <QList>
+#include <QObject>
+#include <QStringList>
+#include <QTimer>
+#include <memory>
+#include <optional>
+
+namespace fennic {
+
+class AppSettings;
+class DuplicateScan;
+class ImageIndexer;
+class LibraryModel;
+class Organiser;
+class Toast;
+
+// What the image finder looks for: any match, words in pictures, or what pictures show.
+enum class FindMode : quint8 {
+    everything,
+    text,
+    describe
+};
+
+namespace FindModes {
+QString rawValue(FindMode mode);  // "everything", "text", "describe"
+std::optional<FindMode> fromRawValue(QStringView raw);
+}  // namespace FindModes
+
+// The search session: the request typed in the Ask field, the list it selects from the
+// sidebar's entry, and the rule that holds the list steady while the user is still typing.
+// A request is parsed at every keystroke (so chips are drawn while typing) and settles
+// `settleDelayMs` after the last change; the shown list is recomputed lazily, when asked for
+// after a change.
+//
+// Threads: GUI thread only; see AppEnvironment for the injected functions.
+class SearchSession : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
+    Q_PROPERTY(bool searchSettled READ searchSettled NOTIFY searchSettledChanged)
+    Q_PROPERTY(QList<fennic::FileItem> shownItems READ shownItems NOTIFY shownItemsChanged)
+    Q_PROPERTY(QList<fennic::SavedSearch> savedSearches READ savedSearches NOTIFY savedSearchesChanged)
+    Q_PROPERTY(QString findQuery READ findQuery WRITE setFindQuery NOTIFY findQueryChanged)
+    Q_PROPERTY(fennic::FindMode findMode READ findMode WRITE setFindMode NOTIFY findModeChanged)
+    Q_PROPERTY(bool homeResults READ homeResults WRITE setHomeResults NOTIFY homeResultsChanged)
+
+public:
+    SearchSession(AppEnvironment environment, AppSettings& settings, LibraryModel& library, const ImageIndexer& images,
+                  Organiser& organiser, const DuplicateScan& duplicates, Toast& toast, QObject* parent = nullptr);
+    ~SearchSession() override;
+
+    const QString& query() const { return m_query; }
+    // Parses at once (so chips can be drawn while typing) and restarts the settle delay.
+    void setQuery(const QString& text);
+    const ParsedQuery& parsed() const { return m_parsed; }
+    bool searchSettled() const { return m_searchSettled; }
+    // The selected sidebar entry's files, filtered by the request and ordered: by how well a
+    // picture fits the description when the request describes one, otherwise by the sort
+    // settings. Computed when asked for after a change.
+    const QList<FileItem>& visibleItems();
+    // visibleItems held steady while typing: an empty result shows only once the request has
+    // settled; until then the last non-empty result stays.
+    QList<FileItem> shownItems();
+    const QList<FileItem>& heldResults() const { return m_heldResults; }
+    // The files of a sidebar entry before any request, unordered.
+    QList<FileItem> baseItems(const SidebarItem& entry) const;
+    const SidebarItem& sidebar() const { return m_sidebar; }
+    void setSidebar(const SidebarItem& entry);
+    // A fresh context over the image index, the recognised text and the shelf.
+    std::unique_ptr<SearchContext> searchContext() const;
+    // The library's files that every filter holds for, in the current sort order, at most
+    // `limit` of them; through the prepared search index.
+    QList<FileItem> matching(const QList<SearchFilter>& filters, qsizetype limit);
+    const QList<SavedSearch>& savedSearches() const;
+    void setSavedSearches(const QList<SavedSearch>& searches);
+    // Keeps the current request in the sidebar and shows it, or shows the entry that already
+    // keeps it.
+    void saveCurrentSearch();
+    // The words to highlight in names and recognised text.
+    QStringList highlightQuery() const;
+    const QString& findQuery() const { return m_findQuery; }
+    void setFindQuery(const QString& text);
+    FindMode findMode() const { return m_findMode; }
+    void setFindMode(FindMode mode);
+    // Whether the home page shows the results of the request rather than its suggestions.
+    bool homeResults() const { return m_homeResults; }
+    void setHomeResults(bool shown);
+    const std::optional<QString>& similarTo() const { return m_similarTo; }
+    void setSimilarTo(std::optional<QString> path);
+
+Q_SIGNALS:
+    void queryChanged();
+    void parsedChanged();
+    void searchSettledChanged();
+    void shownItemsChanged();
+    void sidebarChanged();
+    void savedSearchesChanged();
+    void findQueryChanged();
+    void findModeChanged();
+    void homeResultsChanged();
+    void similarToChanged();
+
+private:
+    void markSearchDirty();
+    void dropRemoved(const QSet<QString>& paths);
+
+    const AppEnvironment m_env;
+    AppSettings& m_settings;
+    LibraryModel& m_library;
+    const ImageIndexer& m_images;
+    Organiser& m_organiser;
+    const DuplicateScan& m_duplicates;
+    Toast& m_toast;
+
+    QString m_query;
+    ParsedQuery m_parsed;
+    bool m_searchSettled = true;
+    bool m_homeResults = false;
+    QTimer m_settleTimer;
+    QList<FileItem> m_heldResults;
+    SidebarItem m_sidebar;
+    QString m_findQuery;
+    FindMode m_findMode = FindMode::everything;
+    std::optional<QString> m_similarTo;
+    SearchContext::DescriptionScorer m_describeScorer;
+    bool m_visibleDirty = true;
+    QList<FileItem> m_visibleItems;
+};
+
+}  // namespace fennic
