@@ -55,7 +55,15 @@ void Organiser::setShelf(const Shelf& shelf)
     // The shelf file is small; written off the GUI thread like every other file of ours.
     const auto& writes = m_tasks.writes(BackgroundTasks::File::shelf);
     const auto ticket = writes->ticket();
-    m_tasks.run([shelf, writes, ticket] { writes->run(ticket, [&] { shelf.save(shelfFile()); }); }, -1);
+    m_tasks.run(
+        [this, shelf, writes, ticket] {
+            bool ok = true;
+            // A write skipped because a newer one landed first is no failure.
+            writes->run(ticket, [&] { ok = shelf.save(shelfFile()); });
+            QMetaObject::invokeMethod(
+                this, [this, ok] { Q_EMIT shelfSaved(ok); }, Qt::QueuedConnection);
+        },
+        -1);
 }
 
 void Organiser::toggleFavourite(const QList<FileItem>& items)

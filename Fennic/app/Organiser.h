@@ -35,7 +35,7 @@ public:
     const Shelf& shelf() const { return m_shelf; }
     // Reads "shelf.json" on the calling thread; a damaged file gives an empty shelf.
     void loadShelf();
-    // Replaces the shelf and writes "shelf.json" on the pool.
+    // Replaces the shelf and writes "shelf.json" on the pool; `shelfSaved` reports the result.
     void setShelf(const Shelf& shelf);
     // Stars every file, or unstars them all when all are starred.
     void toggleFavourite(const QList<FileItem>& items);
@@ -55,6 +55,8 @@ public:
 
 Q_SIGNALS:
     void shelfChanged();
+    // "shelf.json" was written (or the write failed: `ok` false).
+    void shelfSaved(bool ok);
     void collectionDeleted(const QUuid& collection);
     // The automatic rules ran after a completed scan.
     void automaticRulesRan();

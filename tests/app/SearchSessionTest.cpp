@@ -141,3 +141,31 @@ TEST_F(SearchRequests, HighlightsComeFromTextFiltersOrTheFinder)
     m->search().setFindMode(FindMode::describe);
     EXPECT_EQ(m->search().highlightQuery(), QStringList{"plan"});
 }
+
+TEST_F(SearchRequests, AnEntryThatGoesAwayGivesWayToHome)
+{
+    m->organiser().newCollection("Taxes", {m->library().items().first()});
+    const QUuid taxes = m->organiser().shelf().collections().first().id;
+    m->organiser().newCollection("Trips");
+    const QUuid trips = m->organiser().shelf().collections().last().id;
+
+    m->search().setSidebar(SidebarItem::collection(taxes));
+    EXPECT_EQ(m->search().shownItems().size(), 1);
+    m->organiser().deleteCollection(trips);
+    EXPECT_EQ(m->search().sidebar(), SidebarItem::collection(taxes)) << "another collection went";
+    m->organiser().deleteCollection(taxes);
+    EXPECT_EQ(m->search().sidebar(), SidebarItem::home());
+
+    f.tree.mkdir("Elsewhere/Deep");
+    m->library().addFolder(f.tree.path("Elsewhere"));
+    ASSERT_TRUE(m->waitForIdle());
+    m->search().setSidebar(SidebarItem::folder(f.tree.path("Documents")));
+    m->library().removeFolder(f.tree.path("Elsewhere"));
+    EXPECT_EQ(m->search().sidebar(), SidebarItem::folder(f.tree.path("Documents"))) << "not inside the folder";
+    m->library().addFolder(f.tree.path("Elsewhere"));
+    ASSERT_TRUE(m->waitForIdle());
+    m->search().setSidebar(SidebarItem::folder(f.tree.path("Elsewhere/Deep")));
+    m->library().removeFolder(f.tree.path("Elsewhere"));
+    EXPECT_EQ(m->search().sidebar(), SidebarItem::home());
+    ASSERT_TRUE(m->waitForIdle());
+}
