@@ -1,5 +1,6 @@
 #include "AppSettings.h"
 
+#include "RawNames.h"
 #include "library/Prefs.h"
 
 #include <algorithm>
@@ -39,31 +40,19 @@ QString key(const char* name) { return QLatin1String(name); }
 
 }  // namespace
 
-namespace Themes {
-QString rawValue(Theme theme)
-{
-    return theme == Theme::minimal ? QStringLiteral("minimal") : QStringLiteral("playful");
-}
-std::optional<Theme> fromRawValue(QStringView raw)
-{
-    if (raw == u"playful") return Theme::playful;
-    if (raw == u"minimal") return Theme::minimal;
-    return std::nullopt;
-}
-}  // namespace Themes
+namespace {
+constexpr RawNames<Theme, 2> kThemeNames{{{{Theme::playful, u"playful"}, {Theme::minimal, u"minimal"}}}};
+constexpr RawNames<ImageFolderMode, 2> kFolderModeNames{
+    {{{ImageFolderMode::all, u"all"}, {ImageFolderMode::chosen, u"chosen"}}}};
+}  // namespace
 
-namespace ImageFolderModes {
-QString rawValue(ImageFolderMode mode)
+QString Themes::rawValue(Theme theme) { return kThemeNames.rawValue(theme); }
+std::optional<Theme> Themes::fromRawValue(QStringView raw) { return kThemeNames.fromRawValue(raw); }
+QString ImageFolderModes::rawValue(ImageFolderMode mode) { return kFolderModeNames.rawValue(mode); }
+std::optional<ImageFolderMode> ImageFolderModes::fromRawValue(QStringView raw)
 {
-    return mode == ImageFolderMode::chosen ? QStringLiteral("chosen") : QStringLiteral("all");
+    return kFolderModeNames.fromRawValue(raw);
 }
-std::optional<ImageFolderMode> fromRawValue(QStringView raw)
-{
-    if (raw == u"all") return ImageFolderMode::all;
-    if (raw == u"chosen") return ImageFolderMode::chosen;
-    return std::nullopt;
-}
-}  // namespace ImageFolderModes
 
 AppSettings::AppSettings(const QString& file, QObject* parent) : QObject(parent), m_store(openSettings(file))
 {

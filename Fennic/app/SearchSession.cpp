@@ -7,6 +7,7 @@
 #include "ImageIndexer.h"
 #include "LibraryModel.h"
 #include "Organiser.h"
+#include "RawNames.h"
 #include "Toast.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
@@ -36,23 +37,13 @@ bool inFolder(const QString& path, const QString& folder) { return path == folde
 
 }  // namespace
 
-namespace FindModes {
-QString rawValue(FindMode mode)
-{
-    switch (mode) {
-    case FindMode::everything: return QStringLiteral("everything");
-    case FindMode::text: return QStringLiteral("text");
-    case FindMode::describe: return QStringLiteral("describe");
-    }
-    return QStringLiteral("everything");
-}
-std::optional<FindMode> fromRawValue(QStringView raw)
-{
-    for (FindMode mode : {FindMode::everything, FindMode::text, FindMode::describe})
-        if (raw == rawValue(mode)) return mode;
-    return std::nullopt;
-}
-}  // namespace FindModes
+namespace {
+constexpr RawNames<FindMode, 3> kFindModeNames{
+    {{{FindMode::everything, u"everything"}, {FindMode::text, u"text"}, {FindMode::describe, u"describe"}}}};
+}  // namespace
+
+QString FindModes::rawValue(FindMode mode) { return kFindModeNames.rawValue(mode); }
+std::optional<FindMode> FindModes::fromRawValue(QStringView raw) { return kFindModeNames.fromRawValue(raw); }
 
 SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, LibraryModel& library,
                              const ImageIndexer& images, Organiser& organiser, const DuplicateScan& duplicates,
