@@ -106,7 +106,7 @@ TEST(AppModelActions, TrashWithAPartialFailureAndUndo)
     EXPECT_FALSE(QFileInfo::exists(kept));
     ASSERT_TRUE(m.toast());
     EXPECT_EQ(m.toast()->text,
-              "Moved 1 item to the Trash, but couldn’t move “gone.txt”. Check it isn’t locked or open in another app.");
+              "Moved 1 item to the Trash, but couldn’t move “gone.txt”. Check you have permission to move it.");
     EXPECT_TRUE(m.toast()->isError);
     EXPECT_EQ(m.toast()->actionTitle, "Undo");
     EXPECT_EQ(m.items().size(), 1) << "the moved file left the library";
