@@ -8,6 +8,7 @@
 #include "library/Library.h"
 #include "library/Prefs.h"
 #include "model/Fmt.h"
+#include "organise/CleanupKind.h"
 #include "organise/TrashMessages.h"
 
 #include <QDir>
@@ -159,12 +160,7 @@ QList<FileItem> Organiser::putBack(const QList<FileOps::TrashedItem>& moved)
 void Organiser::runAutomaticCleanup()
 {
     if (m_settings.autoCleanInstallers()) {
-        // Judged by when the file arrived, so a just-downloaded old installer is never taken.
-        constexpr double kInstallerAge = 2592000.0;
-        const Date now = m_env.now();
-        QList<FileItem> stale;
-        for (const FileItem& item : m_library.items())
-            if (item.isInstaller() && (now - item.added) > kInstallerAge) stale.append(item);
+        const QList<FileItem> stale = CleanupKinds::autoInstallers(m_library.items(), m_env.now());
         if (!stale.isEmpty()) moveToTrash(stale);
     }
     if (m_settings.autoFileScreenshots()) fileDesktopScreenshots();

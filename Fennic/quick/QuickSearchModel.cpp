@@ -234,7 +234,7 @@ void QuickSearchModel::trashSelected()
     const auto row = selected();
     if (!row) return;
     const auto result = m_app.organiser().moveToTrash({row->item});
-    if (!result.moved.isEmpty()) show(QStringLiteral("Moved to the Trash — ⌘Z in Fennic puts it back"));
+    if (!result.moved.isEmpty()) show(QStringLiteral("Moved to the Trash — Ctrl+Z in Fennic puts it back"));
     recompute();
 }
 

@@ -57,10 +57,10 @@ public:
     // at once, then (from a background thread) pictures found by what they show or say.
     void recompute();
 
-    // ⌘T: the recognised text of the selected picture, or none (and the flash "No text in this
+    // Ctrl+T: the recognised text of the selected picture, or none (and the flash "No text in this
     // one").
     std::optional<QString> copyText();
-    // ⌘⌫: moves the selected file to the Trash through the app model (which offers Undo).
+    // Ctrl+Backspace: moves the selected file to the Trash through the app model (which offers Undo).
     void trashSelected();
 
     // What the panel's keys do outside the panel. By default: the desktop's opener for files
@@ -74,15 +74,16 @@ public:
     static Actions desktopActions();
     Actions actions = desktopActions();
 
-    // The panel's keys (Ctrl stands for ⌘): ↓ ↑ move; ↩ opens the selected file; Space, once
-    // browsing, toggles the preview; Esc closes the preview, then the panel; ⌘C copies the
-    // picture (unless the field has a selection, which the field copies); ⌘T copies its text;
-    // ⌘R shows it in its folder; ⌘⌫ moves it to the Trash. True when the key was used.
+    // The panel's keys: Down and Up move; Enter opens the selected file; Space, once browsing,
+    // toggles the preview; Esc closes the preview, then the panel; Ctrl+C copies the picture
+    // (unless the field has a selection, which the field copies); Ctrl+T copies its text;
+    // Ctrl+R shows it in its folder; Ctrl+Backspace (or Ctrl+Del) moves it to the Trash. True
+    // when the key was used.
     bool handle(int key, Qt::KeyboardModifiers modifiers, bool fieldHasSelection);
 
     static constexpr const char* kHelp =
-        "A small panel opens over any app: ↩ opens, Space previews, ⌘C copies the image, ⌘T its text, "
-        "⌘R shows it in Finder, ⌘⌫ moves it to the Trash.";
+        "A small panel opens over any app: Enter opens, Space previews, Ctrl+C copies the image, Ctrl+T its text, "
+        "Ctrl+R shows it in the file manager, Ctrl+Backspace moves it to the Trash.";
 
     std::function<void()> close;
 

@@ -1,5 +1,8 @@
 #include "FileItem.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace fennic {
 
 QString FileItem::folderPath() const
@@ -23,7 +26,15 @@ QString FileItem::displayName() const
     return name.left(name.size() - ext.size() - 1);
 }
 
-bool FileItem::isInstaller() const { return ext == u"dmg" || ext == u"pkg" || ext == u"iso" || ext == u"mpkg"; }
+bool FileItem::isInstaller() const
+{
+    // Disk images and installer packages, and the packages and self-extracting installers
+    // Linux software arrives in; the clean-up rules treat all of them as one kind of leftover.
+    static constexpr QStringView kExtensions[] = {
+        u"dmg", u"pkg", u"iso", u"mpkg", u"deb", u"rpm", u"flatpak", u"flatpakref", u"snap", u"run",
+    };
+    return std::find(std::begin(kExtensions), std::end(kExtensions), QStringView(ext)) != std::end(kExtensions);
+}
 
 QString pathExtension(QStringView name)
 {

@@ -41,6 +41,8 @@ struct FileItem {
     // The date shown for the file: `modified` when the file arrived more than a day after its
     // last edit (a copy or download of an old file), otherwise when it arrived.
     Date date() const { return (added - modified) > kAddedLagForModifiedDate ? modified : added; }
+    // A disk image, installer package or Linux package (".deb", ".rpm", ".flatpak", ".snap",
+    // ".run", …): what the clean-up rules and the automatic installer rule propose.
     bool isInstaller() const;
 
     friend bool operator==(const FileItem& a, const FileItem& b) { return a.path == b.path; }

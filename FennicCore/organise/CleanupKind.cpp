@@ -16,7 +16,8 @@ struct Texts {
 // Indexed by the enumeration's value.
 constexpr Texts kTexts[] = {
     {"downloads", "Forgotten downloads", "In Downloads and untouched for over 3 months", "arrow.down.circle"},
-    {"installers", "Old installers", ".dmg and .pkg files older than a week", "shippingbox"},
+    {"installers", "Old installers", ".deb, .rpm, .flatpak, .snap and other installers older than a week",
+     "shippingbox"},
     {"screenshots", "Old screenshots", "Screenshots older than a month", "camera.viewfinder"},
     {"videos", "Big old videos", "Videos over 200 MB, untouched for 6 months", "film.stack"},
     {"apps", "Unused apps", "Apps you haven\u2019t opened in 3 months", "square.grid.2x2"},
@@ -111,6 +112,19 @@ QList<Suggestion> suggestions(const QList<FileItem>& items, Date now, const QStr
             if (proposes(s.kind, f, now, folder)) s.files.append(f);
     for (Suggestion& s : result) sortProposals(s.files);
     return result;
+}
+
+QString autoInstallerSetting()
+{
+    return QStringLiteral("Move installers (.deb, .rpm, .flatpak, .snap, .run, .dmg, .pkg) older than 30 days to the Trash");
+}
+
+QList<FileItem> autoInstallers(const QList<FileItem>& items, Date now)
+{
+    QList<FileItem> stale;
+    for (const FileItem& item : items)
+        if (item.isInstaller() && now - item.added > kAutoInstallerAge) stale.append(item);
+    return stale;
 }
 
 qint64 reclaimable(const QList<Suggestion>& suggestions)

@@ -57,5 +57,17 @@ QList<Suggestion> suggestions(const QList<FileItem>& items, Date now, const QStr
 // propose it, so that it adds up with what the review pages show.
 qint64 reclaimable(const QList<Suggestion>& suggestions);
 
+// The automatic installer rule, off until the user turns it on in Settings: after every scan,
+// the installers that arrived more than 30 days ago go to the Trash. It waits longer than the
+// clean-up page's week because nobody reviews what it takes.
+inline constexpr double kAutoInstallerAge = 30 * kDay;
+
+// The rule's line in Settings, naming the kinds of file it takes.
+QString autoInstallerSetting();
+
+// The installers the automatic rule takes at `now`, in the order of `items`. Judged by when
+// each file arrived, not when it was made, so an old installer downloaded today stays.
+QList<FileItem> autoInstallers(const QList<FileItem>& items, Date now);
+
 }  // namespace CleanupKinds
 }  // namespace fennic

@@ -8,7 +8,9 @@ namespace fennic::TrashMessages {
 namespace {
 
 const QString kErrorSymbol = QStringLiteral("exclamationmark.triangle");
-const QString kAdvice = QStringLiteral(". Check it isn\u2019t locked or open in another app.");
+// On Linux a file open in another program can still be moved; what stops a move is a folder
+// the user may not change, a read-only drive or an immutable file.
+const QString kAdvice = QStringLiteral(". Check you have permission to move it.");
 
 }  // namespace
 

@@ -107,7 +107,7 @@ TEST(OrganiserActions, TrashWithAPartialFailureAndUndo)
     EXPECT_FALSE(QFileInfo::exists(kept));
     ASSERT_TRUE(m.toast().current());
     EXPECT_EQ(m.toast().current()->text,
-              "Moved 1 item to the Trash, but couldn’t move “gone.txt”. Check it isn’t locked or open in another app.");
+              "Moved 1 item to the Trash, but couldn’t move “gone.txt”. Check you have permission to move it.");
     EXPECT_TRUE(m.toast().current()->isError);
     EXPECT_EQ(m.toast().current()->actionTitle, "Undo");
     EXPECT_EQ(m.library().items().size(), 1) << "the moved file left the library";

@@ -3,6 +3,8 @@
 #include "quick/QuickSearchModel.h"
 
 #include <QFileInfo>
+#include <QKeySequence>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -66,10 +68,36 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
     EXPECT_FALSE(quick->flash().has_value());
 
     quick->trashSelected();
-    EXPECT_EQ(quick->flash(), "Moved to the Trash — ⌘Z in Fennic puts it back");
+    EXPECT_EQ(quick->flash(), "Moved to the Trash — Ctrl+Z in Fennic puts it back");
     EXPECT_TRUE(quick->results().isEmpty());
     ASSERT_TRUE(m->toast().current());
     EXPECT_EQ(m->toast().current()->actionTitle, "Undo");
+    ASSERT_TRUE(m->waitForIdle());
+}
+
+TEST_F(QuickSearch, HelpLineNamesTheKeysThePanelActsOn)
+{
+    const QString help = QString::fromUtf8(QuickSearchModel::kHelp);
+    for (const char* foreign : {"⌘", "⌥", "⌃", "⇧", "↩", "⌫", "Finder", "Command"})
+        EXPECT_FALSE(help.contains(QString::fromUtf8(foreign))) << foreign;
+
+    // Every Ctrl shortcut the line names is a key Qt can read, and the panel acts on it.
+    quick->actions = {};  // nothing reaches the desktop
+    quick->setQuery("pdfs");
+    ASSERT_EQ(quick->results().size(), 1);
+    const QRegularExpression named(QStringLiteral("Ctrl\\+(\\w+)"));
+    QStringList keys;
+    for (const QRegularExpressionMatch& match : named.globalMatch(help)) keys << match.captured(1);
+    EXPECT_EQ(keys, QStringList({"C", "T", "R", "Backspace"}));
+    for (const QString& key : keys) {
+        const QKeySequence sequence = QKeySequence::fromString("Ctrl+" + key, QKeySequence::PortableText);
+        ASSERT_EQ(sequence.count(), 1) << key.toStdString();
+        const QKeyCombination pressed = sequence[0];
+        // A document is not a picture, so there is no image to copy.
+        const bool acts = key != u"C";
+        EXPECT_EQ(quick->handle(pressed.key(), pressed.keyboardModifiers(), false), acts) << key.toStdString();
+    }
+    EXPECT_TRUE(quick->results().isEmpty()) << "Ctrl+Backspace moved the file to the Trash";
     ASSERT_TRUE(m->waitForIdle());
 }
 

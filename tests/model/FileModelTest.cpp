@@ -117,9 +117,31 @@ TEST(FileItemTest, DerivedNamesAndInstallers)
     EXPECT_EQ(item("/x/notes.txt", Date{}, Date{}).displayName(), "notes.txt");
     EXPECT_EQ(item("/root.txt", Date{}, Date{}).folderPath(), "/");
 
-    for (const char* path : {"/x/a.dmg", "/x/Setup.PKG", "/x/a.iso", "/x/a.mpkg"})
-        EXPECT_TRUE(item(QString::fromLatin1(path), Date{}, Date{}).isInstaller()) << path;
-    EXPECT_FALSE(item("/x/a.zip", Date{}, Date{}).isInstaller());
+    struct Row {
+        const char* path;
+        bool installer;
+    };
+    const Row rows[] = {
+        {"/x/a.dmg", true},
+        {"/x/Setup.PKG", true},
+        {"/x/a.iso", true},
+        {"/x/a.mpkg", true},
+        {"/x/tool_1.0_amd64.deb", true},
+        {"/x/tool-1.0.x86_64.RPM", true},
+        {"/x/org.example.App.flatpak", true},
+        {"/x/org.example.App.flatpakref", true},
+        {"/x/tool_1.0.snap", true},
+        {"/x/NVIDIA-Linux-x86_64.run", true},
+        {"/x/a.zip", false},
+        {"/x/tool.tar.gz", false},
+        {"/x/Tool.AppImage", false},
+        {"/x/install.sh", false},
+        {"/x/run", false},
+        {"/x/debian.txt", false},
+        {"/x/a.debx", false},
+    };
+    for (const Row& r : rows)
+        EXPECT_EQ(item(QString::fromLatin1(r.path), Date{}, Date{}).isInstaller(), r.installer) << r.path;
 }
 
 TEST(FileItemTest, PathExtensionFollowsTheLastDot)

@@ -59,6 +59,12 @@ TEST(CleanupKindTest, EachRuleDrawsItsLineStrictly)
         {"installer exactly 7 days", CleanupKind::installers, file("/home/u/Documents/x.pkg", 10, 7), false},
         {"dmg in Downloads is an old installer", CleanupKind::installers, download("x.dmg", 100, 100), true},
         {"zip is no installer", CleanupKind::installers, file("/home/u/x.zip", 10, 100), false},
+        {"deb in Downloads is an old installer", CleanupKind::installers, download("tool_2.1_amd64.deb", 100, 8), true},
+        {"deb in Downloads is no forgotten download", CleanupKind::downloads, download("tool.deb", 100, 100), false},
+        {"run installer 8 days", CleanupKind::installers, download("setup-1.4.run", 30, 8), true},
+        {"rpm exactly 7 days", CleanupKind::installers, download("tool-2.1.x86_64.rpm", 30, 7), false},
+        {"shell script is no installer", CleanupKind::installers, download("setup.sh", 100, 100), false},
+        {"run as part of a name is no installer", CleanupKind::installers, download("run.txt", 100, 100), false},
         {"screenshot copied in today, taken 40 days ago", CleanupKind::screenshots, screenshot(0, 40), true},
         {"screenshot added 40 days ago, edited yesterday", CleanupKind::screenshots, screenshot(40, 1), true},
         {"screenshot 30 days", CleanupKind::screenshots, screenshot(30, 30), false},
@@ -106,4 +112,29 @@ TEST(CleanupKindTest, RawValuesRoundTrip)
 {
     for (CleanupKind k : allCases) EXPECT_EQ(fromRawValue(rawValue(k)), k);
     EXPECT_EQ(fromRawValue(u"Downloads"), std::nullopt);
+}
+
+TEST(CleanupKindTest, AutomaticRuleTakesInstallersByWhenTheyArrived)
+{
+    struct Row {
+        const char* name;
+        FileItem item;
+        bool taken;
+    };
+    const Row rows[] = {
+        {"deb added 31 days ago", file(kDownloads + "/tool.deb", 10, 31), true},
+        {"flatpakref added 31 days ago", file(kDownloads + "/app.flatpakref", 10, 31), true},
+        {"snap in a sub-folder added 31 days ago", file(kDownloads + "/old/app.snap", 10, 31), true},
+        {"dmg made 40 days ago, added today", file(kDownloads + "/tool.dmg", 10, 40, 0), false},
+        {"rpm added exactly 30 days ago", file(kDownloads + "/tool.rpm", 10, 30), false},
+        {"archive added 31 days ago", file(kDownloads + "/tool.tar.gz", 10, 31), false},
+    };
+    for (const Row& r : rows) EXPECT_EQ(autoInstallers({r.item}, kNow).size(), r.taken ? 1 : 0) << r.name;
+}
+
+TEST(CleanupKindTest, InstallerTextsNameLinuxPackages)
+{
+    for (const QString& text : {detail(CleanupKind::installers), autoInstallerSetting()})
+        for (const char* ext : {".deb", ".rpm", ".flatpak", ".snap"})
+            EXPECT_TRUE(text.contains(QLatin1String(ext))) << text.toStdString() << " lacks " << ext;
 }

@@ -238,7 +238,7 @@ TEST(TrashMessagesTest, CountsAndWording)
         for (const QString& name : failed) r.failed.append(itemAt(u'/' + name));
         return r;
     };
-    const QString advice = QStringLiteral(". Check it isn\u2019t locked or open in another app.");
+    const QString advice = QStringLiteral(". Check you have permission to move it.");
     const QString warning = QStringLiteral("exclamationmark.triangle");
     const QString partly = QStringLiteral("Moved 1 item to the Trash, but couldn\u2019t move ");
     struct Row {
