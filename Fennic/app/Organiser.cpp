@@ -147,7 +147,7 @@ FileOps::TrashResult Organiser::moveToTrash(const QList<FileItem>& items)
 
 QList<FileItem> Organiser::putBack(const QList<FileOps::TrashedItem>& moved)
 {
-    const QList<FileItem> restored = FileOps::putBack(moved);
+    QList<FileItem> restored = FileOps::putBack(moved);
     if (!restored.isEmpty()) {
         m_library.addItems(restored);
         m_library.saveCache();
