@@ -3,7 +3,7 @@
 #include "app/AppModel.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
-#include "search/Fold.h"
+#include "model/Fold.h"
 #include "search/SearchParser.h"
 
 #include <QClipboard>

@@ -1,9 +1,9 @@
 #include "SearchMatcher.h"
 
-#include "Fold.h"
 #include "SearchContext.h"
 #include "SearchIndex.h"
 #include "SearchParser.h"
+#include "model/Fold.h"
 
 #include <QUrl>
 #include <algorithm>

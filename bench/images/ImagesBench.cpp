@@ -11,7 +11,7 @@
 #include "images/VisionModel.h"
 #include "images/VisualSearch.h"
 #include "images/Vocabulary.h"
-#include "search/Fold.h"
+#include "model/Fold.h"
 
 #include <QDir>
 #include <QElapsedTimer>
