@@ -5,6 +5,7 @@
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
 #include "library/Scanner.h"
+#include "model/SupportFiles.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -26,7 +27,8 @@ std::unique_ptr<QSettings> openSettings(const QString& file)
 {
     if (!file.isEmpty()) return std::make_unique<QSettings>(file, QSettings::IniFormat);
     if (Prefs::fixtureRoot())
-        return std::make_unique<QSettings>(Prefs::supportDir() + QStringLiteral("/settings.ini"), QSettings::IniFormat);
+        return std::make_unique<QSettings>(SupportFiles::current().file(QStringLiteral("settings.ini")),
+                                                                        QSettings::IniFormat);
     return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
                                        QStringLiteral("Fennic"), QStringLiteral("Fennic"));
 }
@@ -465,21 +467,21 @@ void AppModel::refreshDerived()
 
 void AppModel::loadCache()
 {
-    const QString support = Prefs::supportDir();
+    const SupportFiles support = SupportFiles::current();
     // At start-up the window should open on a complete library, so this derives at once.
     if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) {
         Derived derived = derive(*cached);
         setItems(std::move(*cached), std::move(derived));
     }
-    QFile::remove(support + QStringLiteral("/text.json"));
-    if (auto index = ImageIndex::load(support + QStringLiteral("/images.plist"))) {
+    QFile::remove(support.file(QStringLiteral("text.json")));
+    if (auto index = ImageIndex::load(support.imageIndex())) {
         m_imageIndex = std::move(*index);
         m_ocrText.clear();
         for (auto it = m_imageIndex.records.constBegin(); it != m_imageIndex.records.constEnd(); ++it)
             if (!it->folded.isEmpty()) m_ocrText.insert(it.key(), it->folded);
         Q_EMIT imageRecordsChanged();
     }
-    m_shelf = Shelf::load(support + u'/' + QLatin1String(Shelf::kFileName));
+    m_shelf = Shelf::load(support.shelf());
     Q_EMIT shelfChanged();
     markSearchDirty();
 }

@@ -6,8 +6,8 @@
 #include "images/ImageAnalyzer.h"
 #include "images/OCRLanguages.h"
 #include "library/Library.h"
-#include "library/Prefs.h"
 #include "library/Scanner.h"
+#include "model/SupportFiles.h"
 
 #include <QFile>
 #include <QLocale>
@@ -16,7 +16,7 @@
 namespace fennic {
 namespace {
 
-QString indexFile() { return Prefs::supportDir() + QStringLiteral("/images.plist"); }
+QString indexFile() { return SupportFiles::current().imageIndex(); }
 
 // Records are handed over once the batch holds more than this many.
 constexpr int kBatchLimit = 7;

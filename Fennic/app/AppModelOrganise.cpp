@@ -3,8 +3,8 @@
 #include "AppModel.h"
 
 #include "library/Library.h"
-#include "library/Prefs.h"
 #include "model/Fmt.h"
+#include "model/SupportFiles.h"
 #include "organise/DuplicateFinder.h"
 #include "organise/TrashMessages.h"
 
@@ -16,7 +16,7 @@
 namespace fennic {
 namespace {
 
-QString shelfFile() { return Prefs::supportDir() + u'/' + QLatin1String(Shelf::kFileName); }
+QString shelfFile() { return SupportFiles::current().shelf(); }
 
 QStringList pathsOf(const QList<FileItem>& items)
 {

@@ -5,7 +5,7 @@
 #include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
-#include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "organise/Shelf.h"
 #include "search/SearchContext.h"
 #include "search/SearchIndex.h"
@@ -170,11 +170,9 @@ int runAsk(CliArgs& args)
 
     const QString home = Library::home();
     const SearchParser::Analysis analysis = SearchParser::analyze(text, clock.now, clock.calendar, home);
-    const QString support = Prefs::supportDir();
-    const std::optional<ImageIndex> images =
-        ImageIndex::load(QDir(support).filePath(QLatin1String(ImageIndex::kFileName)));
-    SearchContext context(images ? images->records : QHash<QString, ImageRecord>(),
-                          Shelf::load(QDir(support).filePath(QLatin1String(Shelf::kFileName))),
+    const SupportFiles support = SupportFiles::current();
+    const std::optional<ImageIndex> images = ImageIndex::load(support.imageIndex());
+    SearchContext context(images ? images->records : QHash<QString, ImageRecord>(), Shelf::load(support.shelf()),
                           VisualSearch::describer());
 
     const SearchIndex index(*items);

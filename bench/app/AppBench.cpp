@@ -13,6 +13,7 @@
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "quick/QuickSearchModel.h"
 #include "support/SyntheticHome.h"
 
@@ -183,7 +184,7 @@ int main(int argc, char** argv)
     }
 
     // 3. The longest stall of the event loop during a full scan and image indexing.
-    QFile::remove(Prefs::supportDir() + QStringLiteral("/images.plist"));
+    QFile::remove(SupportFiles::current().imageIndex());
     env.indexSaveIntervalMs = saveEvery * 1000;
     {
         int saves = 0;

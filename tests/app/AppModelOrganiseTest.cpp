@@ -82,7 +82,7 @@ TEST(AppModelActions, TagToastsNameOneFileOrCountSeveral)
 
     // The shelf file follows every change.
     ASSERT_TRUE(m.waitForIdle());
-    const Shelf stored = Shelf::load(Prefs::supportDir() + "/shelf.json");
+    const Shelf stored = Shelf::load(SupportFiles::current().shelf());
     EXPECT_EQ(stored, m.shelf());
 }
 

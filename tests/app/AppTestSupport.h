@@ -3,6 +3,7 @@
 #include "app/AppModel.h"
 #include "images/Pictures.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 
 #include <QDir>
