@@ -1,6 +1,5 @@
 #include "AppModel.h"
 
-#include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
@@ -66,7 +65,6 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent)
     // Scans, writes and analysis each get a thread; the machine may have only two cores.
     m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
     Prefs::configure();
-    m_describeScorer = VisualSearch::describer();
     m_settings = openSettings(m_env.settingsFile);
     readSettings();
     if (m_env.loadCacheOnStart) loadCache();

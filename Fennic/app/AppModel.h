@@ -403,7 +403,6 @@ private:
     QString m_findMode = QStringLiteral("everything");
     std::optional<QString> m_similarTo;
     SearchIndex m_searchIndex;
-    SearchContext::DescriptionScorer m_describeScorer;
     bool m_visibleDirty = true;
     QList<FileItem> m_visibleItems;
 

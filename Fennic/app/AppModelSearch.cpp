@@ -2,6 +2,7 @@
 // sidebar's entry, and the rule that holds the list steady while the user is still typing.
 #include "AppModel.h"
 
+#include "context/SearchSources.h"
 #include "library/Library.h"
 #include "search/SearchParser.h"
 
@@ -53,8 +54,8 @@ SortKey AppModel::sortKey() const { return SortKeys::fromRawValue(m_sortKeyRaw).
 std::unique_ptr<SearchContext> AppModel::searchContext() const
 {
     // ocrText holds the records' folded text where there is any, so text searches look only
-    // there rather than in every picture's record. Both maps are shared, not copied.
-    return std::make_unique<SearchContext>(m_imageIndex.records, m_ocrText, m_shelf, m_describeScorer);
+    // there rather than in every picture's record. The maps and the shelf are shared, not copied.
+    return std::make_unique<SearchContext>(SearchSources::of(m_imageIndex.records, m_ocrText, m_shelf));
 }
 
 QList<FileItem> AppModel::baseItems(const SidebarItem& entry) const

@@ -1,8 +1,8 @@
 // fennic-cli parse and ask: the request parser and the search over the cached library,
 // without a window.
 #include "CliCommand.h"
+#include "context/SearchSources.h"
 #include "images/ImageIndex.h"
-#include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "model/SupportFiles.h"
@@ -171,9 +171,8 @@ int runAsk(CliArgs& args)
     const QString home = Library::home();
     const SearchParser::Analysis analysis = SearchParser::analyze(text, clock.now, clock.calendar, home);
     const SupportFiles support = SupportFiles::current();
-    const std::optional<ImageIndex> images = ImageIndex::load(support.imageIndex());
-    SearchContext context(images ? images->records : QHash<QString, ImageRecord>(), Shelf::load(support.shelf()),
-                          VisualSearch::describer());
+    SearchContext context(
+        SearchSources::of(ImageIndex::load(support.imageIndex()).value_or(ImageIndex()), Shelf::load(support.shelf())));
 
     const SearchIndex index(*items);
     std::vector<qsizetype> hits = index.filter(analysis.query.filters, context);
