@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Pictures.h"
 #include "app/AppModel.h"
-#include "images/Pictures.h"
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
 #include "support/TempTree.h"
