@@ -1,7 +1,7 @@
 #include "AppSettings.h"
 
 #include "RawNames.h"
-#include "library/Prefs.h"
+#include "model/SupportFiles.h"
 
 #include <algorithm>
 
@@ -30,8 +30,9 @@ constexpr const char* kWelcomeDone = "welcomeDone";
 std::unique_ptr<QSettings> openSettings(const QString& file)
 {
     if (!file.isEmpty()) return std::make_unique<QSettings>(file, QSettings::IniFormat);
-    if (Prefs::fixtureRoot())
-        return std::make_unique<QSettings>(Prefs::supportDir() + QStringLiteral("/settings.ini"), QSettings::IniFormat);
+    if (SupportFiles::fixtureRoot())
+        return std::make_unique<QSettings>(SupportFiles::current().file(QStringLiteral("settings.ini")),
+                                                                        QSettings::IniFormat);
     return std::make_unique<QSettings>(QSettings::IniFormat, QSettings::UserScope,
                                        QStringLiteral("Fennic"), QStringLiteral("Fennic"));
 }

@@ -8,8 +8,8 @@
 #include "images/ImageAnalyzer.h"
 #include "images/OCRLanguages.h"
 #include "library/Library.h"
-#include "library/Prefs.h"
 #include "library/Scanner.h"
+#include "model/SupportFiles.h"
 
 #include <QFile>
 #include <QLocale>
@@ -19,7 +19,7 @@
 namespace fennic {
 namespace {
 
-QString indexFile() { return Prefs::supportDir() + QStringLiteral("/images.plist"); }
+QString indexFile() { return SupportFiles::current().imageIndex(); }
 
 // Records are handed over once the batch holds more than this many.
 constexpr int kBatchLimit = 7;
@@ -405,10 +405,10 @@ void ImageIndexer::moveRecords(const QList<QPair<QString, QString>>& moves)
 
 void ImageIndexer::loadIndex()
 {
-    const QString support = Prefs::supportDir();
+    const SupportFiles support = SupportFiles::current();
     // A file of an older version that no longer means anything.
-    QFile::remove(support + QStringLiteral("/text.json"));
-    auto index = ImageIndex::load(support + QStringLiteral("/images.plist"));
+    QFile::remove(support.file(QStringLiteral("text.json")));
+    auto index = ImageIndex::load(support.imageIndex());
     if (!index) return;
     m_imageIndex = std::move(*index);
     m_ocrText.clear();

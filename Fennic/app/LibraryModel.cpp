@@ -5,6 +5,7 @@
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Scanner.h"
+#include "model/SupportFiles.h"
 
 #include <QDir>
 #include <algorithm>
@@ -354,7 +355,7 @@ void LibraryModel::addCameraModels(const QHash<QString, QString>& cameras)
 
 void LibraryModel::loadCache()
 {
-    if (auto cached = LibraryCache::load(LibraryCache::defaultPath())) {
+    if (auto cached = LibraryCache::load(SupportFiles::current().libraryCache())) {
         Derived derived = derive(*cached);
         setItems(std::move(*cached), std::move(derived));
     }
@@ -369,7 +370,7 @@ void LibraryModel::saveCache()
         [this, snapshot, writes, ticket] {
             bool ok = true;
             // The path is found here: finding it makes sure the folder exists, which is disk work.
-            writes->run(ticket, [&] { ok = LibraryCache::save(LibraryCache::defaultPath(), snapshot); });
+            writes->run(ticket, [&] { ok = LibraryCache::save(SupportFiles::current().libraryCache(), snapshot); });
             QMetaObject::invokeMethod(
                 this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
         },

@@ -6,8 +6,8 @@
 #include "LibraryModel.h"
 #include "Toast.h"
 #include "library/Library.h"
-#include "library/Prefs.h"
 #include "model/Fmt.h"
+#include "model/SupportFiles.h"
 #include "organise/CleanupKind.h"
 #include "organise/TrashMessages.h"
 
@@ -20,7 +20,7 @@
 namespace fennic {
 namespace {
 
-QString shelfFile() { return Prefs::supportDir() + u'/' + QLatin1String(Shelf::kFileName); }
+QString shelfFile() { return SupportFiles::current().shelf(); }
 
 QStringList pathsOf(const QList<FileItem>& items)
 {

@@ -9,7 +9,7 @@
 #include "Organiser.h"
 #include "RawNames.h"
 #include "Toast.h"
-#include "images/VisualSearch.h"
+#include "context/SearchSources.h"
 #include "library/Library.h"
 #include "search/SearchIndex.h"
 #include "search/SearchParser.h"
@@ -55,8 +55,7 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
       m_images(images),
       m_organiser(organiser),
       m_duplicates(duplicates),
-      m_toast(toast),
-      m_describeScorer(VisualSearch::describer())
+      m_toast(toast)
 {
     m_settleTimer.setSingleShot(true);
     m_settleTimer.setTimerType(Qt::PreciseTimer);
@@ -131,9 +130,9 @@ void SearchSession::markSearchDirty()
 std::unique_ptr<SearchContext> SearchSession::searchContext() const
 {
     // ocrText holds the records' folded text where there is any, so text searches look only
-    // there rather than in every picture's record. Both maps are shared, not copied.
-    return std::make_unique<SearchContext>(m_images.imageRecords(), m_images.ocrText(), m_organiser.shelf(),
-                                           m_describeScorer);
+    // there rather than in every picture's record. The maps and the shelf are shared, not copied.
+    return std::make_unique<SearchContext>(
+        SearchSources::of(m_images.imageRecords(), m_images.ocrText(), m_organiser.shelf()));
 }
 
 QList<FileItem> SearchSession::baseItems(const SidebarItem& entry) const

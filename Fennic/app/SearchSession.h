@@ -131,7 +131,6 @@ private:
     QString m_findQuery;
     FindMode m_findMode = FindMode::everything;
     std::optional<QString> m_similarTo;
-    SearchContext::DescriptionScorer m_describeScorer;
     bool m_visibleDirty = true;
     QList<FileItem> m_visibleItems;
 };

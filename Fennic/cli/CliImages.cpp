@@ -6,8 +6,8 @@
 #include "images/OCRLanguages.h"
 #include "images/VisualSearch.h"
 #include "library/LibraryCache.h"
-#include "library/Prefs.h"
 #include "model/Fmt.h"
+#include "model/SupportFiles.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -25,7 +25,7 @@ namespace {
 constexpr int kSaveEvery = 100;
 constexpr int kShownLabels = 10;
 
-QString indexPath() { return QDir(Prefs::supportDir()).filePath(QString::fromLatin1(ImageIndex::kFileName)); }
+QString indexPath() { return SupportFiles::current().imageIndex(); }
 
 ImageIndex loadIndex() { return ImageIndex::load(indexPath()).value_or(ImageIndex()); }
 

@@ -7,9 +7,9 @@
 #include "images/ImageIndex.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
-#include "library/Prefs.h"
 #include "library/Scanner.h"
 #include "model/Fmt.h"
+#include "model/SupportFiles.h"
 #include "organise/CleanupKind.h"
 #include "organise/DuplicateFinder.h"
 #include "organise/FileOps.h"
@@ -180,8 +180,7 @@ int runDuplicates(CliArgs& args)
         DuplicateFinder::exact(*items, Library::downloads(), [&](double p) { report(exactOnly ? p : 0.6 * p); });
     QList<DuplicateGroup> lookalikes;
     if (!exactOnly) {
-        const ImageIndex index =
-            ImageIndex::load(Prefs::supportDir() + u'/' + QLatin1String(ImageIndex::kFileName)).value_or(ImageIndex());
+        const ImageIndex index = ImageIndex::load(SupportFiles::current().imageIndex()).value_or(ImageIndex());
         lookalikes =
             DuplicateFinder::lookalikes(*items, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold,
                                         ImageAnalyzer::printProvider(index), [&](double p) { report(0.6 + 0.4 * p); });
@@ -209,7 +208,7 @@ int runDuplicates(CliArgs& args)
 
 // --- trash and put-back ----------------------------------------------------------------
 
-QString lastTrashPath() { return Prefs::supportDir() + u'/' + QLatin1String(kLastTrashFile); }
+QString lastTrashPath() { return SupportFiles::current().file(QLatin1String(kLastTrashFile)); }
 
 bool saveLastTrash(const QList<FileOps::TrashedItem>& moved)
 {
@@ -351,7 +350,7 @@ int runPutBack(CliArgs& args)
 
 // --- shelf -----------------------------------------------------------------------------
 
-QString shelfPath() { return Prefs::supportDir() + u'/' + QLatin1String(Shelf::kFileName); }
+QString shelfPath() { return SupportFiles::current().shelf(); }
 
 Shelf loadShelf()
 {

@@ -1,11 +1,11 @@
 // fennic-cli parse and ask: the request parser and the search over the cached library,
 // without a window.
 #include "CliCommand.h"
+#include "context/SearchSources.h"
 #include "images/ImageIndex.h"
-#include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
-#include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "organise/Shelf.h"
 #include "search/SearchContext.h"
 #include "search/SearchIndex.h"
@@ -170,12 +170,9 @@ int runAsk(CliArgs& args)
 
     const QString home = Library::home();
     const SearchParser::Analysis analysis = SearchParser::analyze(text, clock.now, clock.calendar, home);
-    const QString support = Prefs::supportDir();
-    const std::optional<ImageIndex> images =
-        ImageIndex::load(QDir(support).filePath(QLatin1String(ImageIndex::kFileName)));
-    SearchContext context(images ? images->records : QHash<QString, ImageRecord>(),
-                          Shelf::load(QDir(support).filePath(QLatin1String(Shelf::kFileName))),
-                          VisualSearch::describer());
+    const SupportFiles support = SupportFiles::current();
+    SearchContext context(
+        SearchSources::of(ImageIndex::load(support.imageIndex()).value_or(ImageIndex()), Shelf::load(support.shelf())));
 
     const SearchIndex index(*items);
     std::vector<qsizetype> hits = index.filter(analysis.query.filters, context);

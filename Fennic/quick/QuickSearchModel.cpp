@@ -7,7 +7,7 @@
 #include "app/SearchSession.h"
 #include "images/VisualSearch.h"
 #include "library/Library.h"
-#include "search/Fold.h"
+#include "model/Fold.h"
 #include "search/SearchParser.h"
 
 #include <QClipboard>

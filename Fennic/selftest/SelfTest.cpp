@@ -13,6 +13,7 @@
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -106,11 +107,11 @@ int SelfTest::run()
     m_out << "Fennic self-test in " << root << Qt::endl;
 
     Prefs::configure();
-    const QString support = Prefs::supportDir();
-    QFile::remove(LibraryCache::defaultPath());
-    QFile::remove(support + QStringLiteral("/images.plist"));
-    QFile::remove(support + QStringLiteral("/shelf.json"));
-    QFile::remove(support + QStringLiteral("/settings.ini"));
+    const SupportFiles support = SupportFiles::current();
+    QFile::remove(support.libraryCache());
+    QFile::remove(support.imageIndex());
+    QFile::remove(support.shelf());
+    QFile::remove(support.file(QStringLiteral("settings.ini")));
     const FixtureLibrary::Contents fx = FixtureLibrary::build(Prefs::fixtureRoot().value_or(root));
     const QString home = Library::realPath(fx.root);
     auto real = [&](const QString& path) { return home + path.mid(fx.root.size()); };
@@ -149,7 +150,7 @@ int SelfTest::run()
         check("scan", "counts the library",
               model->library().stats().totalCount == fx.listedFiles
                   && model->library().stats().total(FileKind::document).count == 3);
-        check("scan", "writes index.json into the support folder", QFileInfo::exists(LibraryCache::defaultPath()));
+        check("scan", "writes index.json into the support folder", QFileInfo::exists(support.libraryCache()));
     }
 
     // --- cache reload
@@ -189,8 +190,7 @@ int SelfTest::run()
               model->toast().current() && model->toast().current()->text == u"Tagged “notes.txt” #errands",
               model->toast().current() ? model->toast().current()->text : QString());
         model->waitForIdle();
-        check("shelf", "shelf.json holds the change",
-              Shelf::load(support + QStringLiteral("/shelf.json")) == model->organiser().shelf());
+        check("shelf", "shelf.json holds the change", Shelf::load(support.shelf()) == model->organiser().shelf());
         check("shelf", "“favourites” finds the starred file",
               namesOf(ask(*model, "favourites")) == QStringList{QStringLiteral("notes.txt")});
         model->search().setQuery(QString());
@@ -261,7 +261,7 @@ int SelfTest::run()
         const auto matches = VisualSearch::text(fx.receiptWord, records.values());
         check("images", "text search in the finder finds it",
               !matches.isEmpty() && matches[0].path == real(fx.receiptPicture));
-        check("images", "images.plist is written", QFileInfo::exists(support + QStringLiteral("/images.plist")));
+        check("images", "images.plist is written", QFileInfo::exists(support.imageIndex()));
         model->search().setQuery(QString());
         model->waitForIdle();
         AppModel again(env);

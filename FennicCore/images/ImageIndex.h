@@ -20,8 +20,6 @@ namespace fennic {
 // No member touches the disk except load() and save().
 struct ImageIndex {
     static constexpr qint64 currentVersion = 3;
-    // The file's name inside the support folder (Prefs::supportDir()).
-    static constexpr const char* kFileName = "images.plist";
 
     // The extensions of pictures that are read at all, in this order.
     static const QStringList& readableExtensions();

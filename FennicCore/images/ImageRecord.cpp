@@ -1,6 +1,6 @@
 #include "images/ImageRecord.h"
 
-#include "search/Fold.h"
+#include "model/Fold.h"
 
 #include <algorithm>
 #include <cstring>

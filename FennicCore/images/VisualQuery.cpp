@@ -1,7 +1,7 @@
 #include "images/VisualQuery.h"
 
 #include "images/Vocabulary.h"
-#include "search/Fold.h"
+#include "model/Fold.h"
 
 namespace fennic {
 

@@ -1,6 +1,6 @@
 #include "images/VisualSearch.h"
 
-#include "search/Fold.h"
+#include "model/Fold.h"
 
 #include <QRegularExpression>
 #include <algorithm>

@@ -70,13 +70,13 @@ float distance(std::span<const float> a, std::span<const float> b);
 // content words against the record's text; none when neither fits.
 std::optional<float> visualScore(const VisualQuery& query, const ImageRecord& record);
 
-// A description scorer for SearchContext: parses the description once and returns the
-// function that scores records against it (visualScore above). The search bar's context over
-// an image index is then SearchContext(index.records, shelf, VisualSearch::describer()).
+// A description scorer: parses the description once and returns the function that scores
+// records against it (visualScore above). SearchSources turns it into the search bar's
+// `looks` lookup.
 std::function<std::function<std::optional<float>(const ImageRecord&)>(const QString& description)> describer();
 
 // Folded recognised text by path, taken from the records (failed ones and ones without text
-// left out), for a SearchContext's `ocr` map.
+// left out), for the search bar's recognised-text lookup.
 QHash<QString, QString> recognisedText(const ImageIndex& index);
 
 }  // namespace fennic::VisualSearch

@@ -1,5 +1,6 @@
 #include "FileAttributes.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <cstring>
@@ -213,6 +214,33 @@ bool hasScreenshotName(const QString& name)
     return false;
 }
 
+void DirectoryListing::read(int fd, Hidden hidden)
+{
+    m_names.clear();
+    std::vector<std::pair<size_t, unsigned char>> spans;
+    alignas(8) char buf[32768];
+    for (;;) {
+        const ssize_t n = ::getdents64(fd, buf, sizeof buf);
+        if (n <= 0) break;
+        for (ssize_t off = 0; off < n;) {
+            const auto* d = reinterpret_cast<const dirent64*>(buf + off);
+            off += d->d_reclen;
+            if (d->d_name[0] == '.') {
+                if (hidden == Hidden::skip) continue;
+                if (d->d_name[1] == '\0' || (d->d_name[1] == '.' && d->d_name[2] == '\0')) continue;
+            }
+            spans.emplace_back(m_names.size(), d->d_type);
+            m_names.append(d->d_name);
+            m_names.push_back('\0');
+        }
+    }
+    // Views are taken only now: appending may have moved the buffer.
+    m_entries.clear();
+    m_entries.reserve(spans.size());
+    for (const auto& [offset, type] : spans) m_entries.push_back({std::string_view(m_names.data() + offset), type});
+    std::sort(m_entries.begin(), m_entries.end(), [](const Entry& a, const Entry& b) { return a.name < b.name; });
+}
+
 int openDirectory(int dirfd, const char* path)
 {
     // A scan must not make bundles look recently used, so it reads folders without updating
@@ -225,30 +253,21 @@ int openDirectory(int dirfd, const char* path)
 qint64 directorySize(int dirfd)
 {
     qint64 total = 0;
-    alignas(8) char buf[16384];
-    std::vector<std::pair<std::string, unsigned char>> entries;
-    for (;;) {
-        const ssize_t n = ::getdents64(dirfd, buf, sizeof buf);
-        if (n <= 0) break;
-        for (ssize_t off = 0; off < n;) {
-            const auto* d = reinterpret_cast<const dirent64*>(buf + off);
-            off += d->d_reclen;
-            if (std::strcmp(d->d_name, ".") == 0 || std::strcmp(d->d_name, "..") == 0) continue;
-            entries.emplace_back(d->d_name, d->d_type);
-        }
-    }
-    for (const auto& [name, type] : entries) {
-        unsigned char t = type;
+    DirectoryListing listing;
+    listing.read(dirfd, DirectoryListing::Hidden::include);
+    for (const DirectoryListing::Entry& e : listing.entries()) {
+        const char* name = e.name.data();
+        unsigned char t = e.type;
         struct statx stx { };
         if (t == DT_REG || t == DT_UNKNOWN) {
-            if (::statx(dirfd, name.c_str(), AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_SIZE, &stx) != 0)
+            if (::statx(dirfd, name, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT, STATX_TYPE | STATX_SIZE, &stx) != 0)
                 continue;
             t = S_ISREG(stx.stx_mode) ? DT_REG : S_ISDIR(stx.stx_mode) ? DT_DIR : DT_UNKNOWN;
         }
         if (t == DT_REG) {
             total += qint64(stx.stx_size);
         } else if (t == DT_DIR) {
-            const int fd = openDirectory(dirfd, name.c_str());
+            const int fd = openDirectory(dirfd, name);
             if (fd < 0) continue;
             total += directorySize(fd);
             ::close(fd);

@@ -10,6 +10,9 @@
 #include <QString>
 #include <QStringList>
 #include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 struct statx;
 
@@ -54,6 +57,32 @@ QStringList decodeStringArray(const QByteArray& plist);
 // The screenshot tools' own names: "Screenshot…", "Screen Shot…", "CleanShot…",
 // "Simulator Screen…", in any letter case.
 bool hasScreenshotName(const QString& name);
+
+// The entries of one open directory, read in large batches straight from the kernel
+// (getdents64) into one buffer, and sorted by their bytes so that a walk, and a capped walk,
+// always comes out the same. "." and ".." are never listed. The one directory reader of the
+// library: the scanner's walk, its application folders and package sizes all use it.
+class DirectoryListing {
+public:
+    enum class Hidden {
+        skip,
+        include
+    };
+
+    struct Entry {
+        std::string_view name;  // NUL-terminated inside the listing
+        unsigned char type;     // DT_* as the directory reports it; DT_UNKNOWN when it does not say
+    };
+
+    // Replaces the entries with those of `fd`, read from its current offset; names beginning
+    // with "." only with Hidden::include. Stops quietly at a read error.
+    void read(int fd, Hidden hidden);
+    const std::vector<Entry>& entries() const { return m_entries; }
+
+private:
+    std::string m_names;
+    std::vector<Entry> m_entries;
+};
 
 // Opens a directory below `dirfd` without following a link and without touching its access
 // time where the owner allows; -1 on failure.

@@ -1,6 +1,6 @@
 #include "LibraryCache.h"
 
-#include "Prefs.h"
+#include "model/SupportFiles.h"
 
 #include <QFile>
 #include <QSaveFile>
@@ -518,7 +518,7 @@ std::optional<QList<FileItem>> decodePadded(const char* data, size_t length)
 
 }  // namespace
 
-QString defaultPath() { return Prefs::supportDir() + QStringLiteral("/index.json"); }
+QString defaultPath() { return SupportFiles::current().libraryCache(); }
 
 QByteArray encode(const QList<FileItem>& items)
 {

@@ -12,7 +12,7 @@
 // functions are pure or touch only the named file, and may run on any thread.
 namespace fennic::LibraryCache {
 
-// "index.json" in the support folder.
+// The library cache in the support folder (SupportFiles::current().libraryCache()).
 QString defaultPath();
 
 // The cache encoding: one compact JSON array of item objects with the FileItem field names as

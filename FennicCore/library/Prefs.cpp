@@ -3,8 +3,6 @@
 #include "Library.h"
 
 #include <QDir>
-#include <QStandardPaths>
-#include <atomic>
 #include <mutex>
 
 namespace fennic::Prefs {
@@ -14,14 +12,6 @@ std::mutex configureMutex;
 bool configured = false;
 
 }  // namespace
-
-std::optional<QString> fixtureRoot()
-{
-    if (!qEnvironmentVariableIsSet("FENNIC_LIBRARY_ROOT")) return std::nullopt;
-    const QString value = qEnvironmentVariable("FENNIC_LIBRARY_ROOT");
-    if (value.isEmpty()) return std::nullopt;
-    return QDir::cleanPath(QDir::current().absoluteFilePath(value));
-}
 
 void configure()
 {
@@ -35,18 +25,6 @@ void configure()
     const QString real = Library::realPath(*root);
     Library::setHomeOverride(real);
     Library::setAppFoldersOverride(QStringList{real + QStringLiteral("/Applications")});
-}
-
-QString supportDir()
-{
-    QString dir;
-    if (const auto root = fixtureRoot()) {
-        dir = *root + QStringLiteral("/.fennic-support");
-    } else {
-        dir = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + QStringLiteral("/Fennic");
-    }
-    QDir().mkpath(dir);
-    return dir;
 }
 
 void resetForTesting()

@@ -106,34 +106,7 @@ bool isAppName(std::string_view name)
     return ext == "app" || ext == "AppImage" || ext == "appimage";
 }
 
-struct DirEntry {
-    std::string_view name;
-    unsigned char type;
-};
-
-// The names of an open directory that do not begin with "." (hidden entries, "." and ".."),
-// sorted by their bytes so that a walk, and a capped walk, always comes out the same.
-void readDirectory(int fd, std::string& storage, std::vector<DirEntry>& entries)
-{
-    std::vector<std::pair<size_t, unsigned char>> spans;
-    alignas(8) char buf[32768];
-    for (;;) {
-        const ssize_t n = ::getdents64(fd, buf, sizeof buf);
-        if (n <= 0) break;
-        for (ssize_t off = 0; off < n;) {
-            const auto* d = reinterpret_cast<const dirent64*>(buf + off);
-            off += d->d_reclen;
-            if (d->d_name[0] == '.') continue;
-            spans.emplace_back(storage.size(), d->d_type);
-            storage.append(d->d_name);
-            storage.push_back('\0');
-        }
-    }
-    entries.clear();
-    entries.reserve(spans.size());
-    for (const auto& [offset, type] : spans) entries.push_back({std::string_view(storage.data() + offset), type});
-    std::sort(entries.begin(), entries.end(), [](const DirEntry& a, const DirEntry& b) { return a.name < b.name; });
-}
+using DirEntry = FA::DirectoryListing::Entry;
 
 unsigned char typeFromMode(quint16 mode)
 {
@@ -358,10 +331,10 @@ private:
 
     void walk(const std::shared_ptr<const OpenFolder>& folder)
     {
-        std::string storage;
-        std::vector<DirEntry> entries;
-        readDirectory(folder->fd, storage, entries);
-        for (const DirEntry& e : entries) {
+        // Hidden entries (and "." and "..") are never library items.
+        FA::DirectoryListing listing;
+        listing.read(folder->fd, FA::DirectoryListing::Hidden::skip);
+        for (const DirEntry& e : listing.entries()) {
             if (shouldStop()) return;
             visit(folder, e);
         }
@@ -507,11 +480,10 @@ QList<FileItem> Scanner::scan(const std::function<void(int)>& progress, const st
         const int fd = ::open(folderBytes.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         if (fd < 0) continue;
         const bool withAccessTimes = recordsAccessTimes(fd);
-        std::string storage;
-        std::vector<DirEntry> entries;
-        readDirectory(fd, storage, entries);
+        FA::DirectoryListing listing;
+        listing.read(fd, FA::DirectoryListing::Hidden::skip);
         const QString prefix = folder == u"/" ? QString() : folder;
-        for (const DirEntry& e : entries) {
+        for (const DirEntry& e : listing.entries()) {
             if (!isAppName(e.name) || !QByteArrayView(e.name.data(), qsizetype(e.name.size())).isValidUtf8()) continue;
             QString name = QString::fromUtf8(e.name.data(), qsizetype(e.name.size()));
             QString path = prefix + u'/' + name;

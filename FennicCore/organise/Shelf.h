@@ -24,8 +24,6 @@ namespace fennic {
 // "tags": {path: [tag, ...]}} with sorted keys, written atomically.
 class Shelf {
 public:
-    static constexpr const char* kFileName = "shelf.json";
-
     struct TagCount {
         QString tag;
         int count = 0;

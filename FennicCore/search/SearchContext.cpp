@@ -6,60 +6,50 @@ namespace fennic {
 
 SearchContext::SearchContext() = default;
 
-SearchContext::SearchContext(QHash<QString, QString> ocr) : ocr(std::move(ocr)) { }
-
-SearchContext::SearchContext(QHash<QString, ImageRecord> images, Shelf shelf, DescriptionScorer describe)
-    : images(std::move(images)), shelf(std::move(shelf)), describe(std::move(describe))
+SearchContext::SearchContext(QHash<QString, QString> recognisedText)
 {
-    const QStringList& starred = this->shelf.favourites();
-    favourites = QSet<QString>(starred.begin(), starred.end());
+    m_lookups.recognisedText = std::move(recognisedText);
 }
 
-SearchContext::SearchContext(QHash<QString, ImageRecord> images, QHash<QString, QString> ocr, Shelf shelf,
-                             DescriptionScorer describe)
-    : SearchContext(std::move(images), std::move(shelf), std::move(describe))
-{
-    this->ocr = std::move(ocr);
-    m_textGivenApart = true;
-}
+SearchContext::SearchContext(Lookups lookups) : m_lookups(std::move(lookups)) { }
 
 SearchContext::~SearchContext() = default;
 
 const QString* SearchContext::recognisedText(const QString& path) const
 {
-    if (!ocr.isEmpty()) {
-        const auto it = ocr.constFind(path);
-        if (it != ocr.constEnd()) return &it.value();
-    }
-    if (!images.isEmpty() && !m_textGivenApart) {
-        const auto it = images.constFind(path);
-        if (it != images.constEnd() && !it->searchText().isEmpty()) return &it->searchText();
-    }
-    return nullptr;
+    const QHash<QString, QString>& text = m_lookups.recognisedText;
+    if (text.isEmpty()) return nullptr;
+    const auto it = text.constFind(path);
+    return it != text.constEnd() ? &it.value() : nullptr;
 }
 
 void SearchContext::forEachRecognisedText(const std::function<void(const QString&, const QString&)>& visit) const
 {
-    for (auto it = ocr.cbegin(); it != ocr.cend(); ++it) visit(it.key(), it.value());
-    if (m_textGivenApart) return;
-    for (auto it = images.cbegin(); it != images.cend(); ++it)
-        if (!it->searchText().isEmpty() && !ocr.contains(it.key())) visit(it.key(), it->searchText());
+    const QHash<QString, QString>& text = m_lookups.recognisedText;
+    for (auto it = text.cbegin(); it != text.cend(); ++it) visit(it.key(), it.value());
+}
+
+bool SearchContext::isFavourite(const QString& path) const
+{
+    return m_lookups.isFavourite && m_lookups.isFavourite(path);
+}
+
+QSet<QString> SearchContext::pathsTagged(const QString& tag) const
+{
+    return m_lookups.pathsTagged ? m_lookups.pathsTagged(tag) : QSet<QString>();
 }
 
 std::optional<float> SearchContext::visualScore(const QString& description, const QString& path)
 {
+    if (!m_lookups.describe) return std::nullopt;
     const QString key = description + u'\n' + path;
-    const auto cached = scores.constFind(key);
-    if (cached != scores.constEnd()) return cached.value();
+    const auto cached = m_scores.constFind(key);
+    if (cached != m_scores.constEnd()) return cached.value();
 
-    std::optional<float> score;
-    const auto record = images.constFind(path);
-    if (record != images.constEnd() && describe) {
-        auto prepared = queries.find(description);
-        if (prepared == queries.end()) prepared = queries.insert(description, describe(description));
-        if (*prepared) score = (*prepared)(record.value());
-    }
-    scores.insert(key, score);
+    auto prepared = m_prepared.find(description);
+    if (prepared == m_prepared.end()) prepared = m_prepared.insert(description, m_lookups.describe(description));
+    const std::optional<float> score = *prepared ? (*prepared)(path) : std::nullopt;
+    m_scores.insert(key, score);
     return score;
 }
 

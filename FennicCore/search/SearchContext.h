@@ -1,8 +1,6 @@
 #pragma once
 
 #include "SearchFilter.h"
-#include "images/ImageRecord.h"
-#include "organise/Shelf.h"
 
 #include <QHash>
 #include <QList>
@@ -16,60 +14,60 @@ namespace fennic {
 
 class SearchMatcher;
 
-// What testing filters needs beyond the file itself: recognised text, image records, the
-// shelf (favourites and tags) and the picture-description scores of one search pass. Built
-// once per pass and used by that pass alone, on one thread; its caches grow during the pass
-// and need no locking. Not copyable: hand it around by reference.
+// What testing filters needs beyond the file itself: recognised text, favourites, tags and the
+// picture-description scores of one search pass. Search knows neither the image index nor the
+// shelf; whoever owns them hands in small lookups (see context/SearchSources.h for the one over
+// both). Built once per pass and used by that pass alone, on one thread; its caches grow during
+// the pass and need no locking. Not copyable: hand it around by reference.
 class SearchContext {
 public:
-    // Scores one image record against a description prepared earlier; none when nothing of the
-    // description fits. Expected to take the better of the label score and the score of the
-    // description's words against the record's recognised text.
-    using RecordScorer = std::function<std::optional<float>(const ImageRecord& record)>;
-    // Prepares (parses) a description once per pass and gives the scorer for it. Supplied by
-    // whoever builds the context (the image search code); without one, `looks` matches nothing.
-    using DescriptionScorer = std::function<RecordScorer(const QString& description)>;
+    // Scores one file against a description prepared earlier; none when the file has no image
+    // record or nothing of the description fits.
+    using PathScorer = std::function<std::optional<float>(const QString& path)>;
+    // Prepares (parses) a description once per pass and gives the scorer for it.
+    using DescriptionScorer = std::function<PathScorer(const QString& description)>;
+
+    // Everything a pass reads of the outside world. Each member may be left empty: no text in
+    // pictures, no favourites, no tags, and `looks` then matches nothing. The lookups are
+    // called on the pass's thread and must stay valid for the pass; the containers are
+    // implicitly shared, so filling them from the owner's own maps copies nothing.
+    struct Lookups {
+        // Path -> folded recognised text, only for files that have some.
+        QHash<QString, QString> recognisedText;
+        // Whether the file is starred.
+        std::function<bool(const QString& path)> isFavourite;
+        // The paths carrying a tag as typed (the lookup normalises it).
+        std::function<QSet<QString>(const QString& tag)> pathsTagged;
+        DescriptionScorer describe;
+    };
 
     SearchContext();
-    // Recognised text alone (path -> folded text): no image records, an empty shelf.
-    explicit SearchContext(QHash<QString, QString> ocr);
-    // Image records (whose folded text serves as the recognised text), the shelf and the
-    // description scorer. Copies are cheap: the containers are implicitly shared.
-    SearchContext(QHash<QString, ImageRecord> images, Shelf shelf, DescriptionScorer describe = {});
-    // The same, with the recognised text given apart (path -> folded text of the records that
-    // have any): text searches then look only there, which is much quicker when most pictures
-    // hold no text.
-    SearchContext(QHash<QString, ImageRecord> images, QHash<QString, QString> ocr, Shelf shelf,
-                  DescriptionScorer describe = {});
+    // Recognised text alone (path -> folded text).
+    explicit SearchContext(QHash<QString, QString> recognisedText);
+    explicit SearchContext(Lookups lookups);
     ~SearchContext();
     SearchContext(const SearchContext&) = delete;
     SearchContext& operator=(const SearchContext&) = delete;
 
-    QHash<QString, QString> ocr;         // path -> folded recognised text (read only)
-    QHash<QString, ImageRecord> images;  // path -> image record (read only)
-    Shelf shelf;                         // favourites and tags (read only)
-    QSet<QString> favourites;            // taken from the shelf once
-    DescriptionScorer describe;
-    QHash<QString, RecordScorer> queries;         // description -> its prepared scorer
-    QHash<QString, std::optional<float>> scores;  // description + "\n" + path -> score
-
-    // The folded recognised text of a file: from `ocr`, else (unless the text was given apart)
-    // from its image record; null when there is none.
+    // The folded recognised text of a file; null when there is none.
     const QString* recognisedText(const QString& path) const;
-
-    // Every file's folded recognised text, as recognisedText() would give it, once each.
+    // Every file's folded recognised text, once each.
     void forEachRecognisedText(const std::function<void(const QString& path, const QString& text)>& visit) const;
+    bool isFavourite(const QString& path) const;
+    QSet<QString> pathsTagged(const QString& tag) const;
 
-    // The score of one image for one description, or none when the file has no image record,
-    // no scorer is set, or nothing of the description fits. Prepares each description once
-    // and scores each (description, path) once per pass; a missing score is cached too.
+    // The score of one image for one description, or none when no scorer is set or the scorer
+    // has none. Prepares each description once and scores each (description, path) once per
+    // pass; a missing score is cached too.
     std::optional<float> visualScore(const QString& description, const QString& path);
 
     // The filters prepared for matching, kept while the same list is asked for again.
     SearchMatcher& matcher(const QList<SearchFilter>& filters);
 
 private:
-    bool m_textGivenApart = false;
+    Lookups m_lookups;
+    QHash<QString, PathScorer> m_prepared;          // description -> its prepared scorer
+    QHash<QString, std::optional<float>> m_scores;  // description + "\n" + path -> score
     QList<SearchFilter> m_matcherFilters;
     std::unique_ptr<SearchMatcher> m_matcher;
 };

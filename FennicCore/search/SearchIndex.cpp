@@ -1,8 +1,8 @@
 #include "SearchIndex.h"
 
-#include "Fold.h"
 #include "SearchContext.h"
 #include "SearchMatcher.h"
+#include "model/Fold.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,9 +1,9 @@
 #include "SearchMatcher.h"
 
-#include "Fold.h"
 #include "SearchContext.h"
 #include "SearchIndex.h"
 #include "SearchParser.h"
+#include "model/Fold.h"
 
 #include <QUrl>
 #include <algorithm>
@@ -133,7 +133,7 @@ SearchMatcher::SearchMatcher(const QList<SearchFilter>& filters, SearchContext& 
         } else if (const auto* l = filter.as<SearchFilter::Looks>()) {
             c.key = l->description;
         } else if (const auto* tag = filter.as<SearchFilter::Tag>()) {
-            c.paths = context.shelf.pathsTagged(tag->name);
+            c.paths = context.pathsTagged(tag->name);
         }
         // An extension list that does not pack (a long or non-ASCII extension) compares as text.
         const bool factOnly = c.cost == 0 && (c.what != SearchFilter::Case::exts || c.allExtsPacked);
@@ -224,7 +224,7 @@ bool SearchMatcher::holds(const Check& c, const FileItem& item, qsizetype positi
         return c.key == u"Camera" || item.camera->startsWith(c.key, Qt::CaseInsensitive);
     case SearchFilter::Case::folder: return item.path.startsWith(c.key);
     case SearchFilter::Case::tag: return c.paths.contains(item.path);
-    case SearchFilter::Case::favourite: return m_context.favourites.contains(item.path);
+    case SearchFilter::Case::favourite: return m_context.isFavourite(item.path);
     case SearchFilter::Case::text: return textHolds(c, item, position, foldedPath, asciiName);
     case SearchFilter::Case::looks: return m_context.visualScore(c.key, item.path).has_value();
     }

@@ -19,7 +19,9 @@
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "quick/QuickSearchModel.h"
+#include "support/BenchTimer.h"
 #include "support/SyntheticHome.h"
 
 #include <QCoreApplication>
@@ -34,12 +36,6 @@
 using namespace fennic;
 
 namespace {
-
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0 : v[v.size() / 2];
-}
 
 qint64 slowReportNs()
 {
@@ -138,17 +134,16 @@ int main(int argc, char** argv)
     std::vector<double> construct;
     qsizetype records = 0;
     for (int run = 0; run < 5; ++run) {
-        QElapsedTimer t;
-        t.start();
+        const bench::Stopwatch clock;
         AppModel model(env);
-        construct.push_back(t.nsecsElapsed() / 1e6);
+        construct.push_back(clock.ms());
         records = model.images().imageRecords().size();
         if (model.library().items().size() != items.size())
             std::printf("warning: %lld items loaded\n", qlonglong(model.library().items().size()));
         model.waitForIdle();
     }
     std::printf("construction with %lld cached items and %lld image records: median %.0f ms (runs:",
-                qlonglong(items.size()), qlonglong(records), median(construct));
+                qlonglong(items.size()), qlonglong(records), bench::median(construct));
     for (double c : construct) std::printf(" %.0f", c);
     std::printf(")\n");
 
@@ -162,12 +157,11 @@ int main(int argc, char** argv)
             for (int run = 0; run < 7; ++run) {
                 model.search().setQuery(QString());
                 model.search().setQuery(QString::fromUtf8(request));
-                QElapsedTimer t;
-                t.start();
+                const bench::Stopwatch clock;
                 shown = model.search().shownItems().size();
-                times.push_back(t.nsecsElapsed() / 1e6);
+                times.push_back(clock.ms());
             }
-            std::printf("request \"%s\": shownItems in median %.1f ms (%lld shown)\n", request, median(times),
+            std::printf("request \"%s\": shownItems in median %.1f ms (%lld shown)\n", request, bench::median(times),
                         qlonglong(shown));
         }
         // The Quick Search panel answers every keystroke on the GUI thread (picture matches
@@ -177,19 +171,18 @@ int main(int argc, char** argv)
             std::vector<double> times;
             for (int run = 0; run < 7; ++run) {
                 quick.setQuery(QString());
-                QElapsedTimer t;
-                t.start();
+                const bench::Stopwatch clock;
                 quick.setQuery(QString::fromUtf8(request));
-                times.push_back(t.nsecsElapsed() / 1e6);
+                times.push_back(clock.ms());
             }
-            std::printf("quick search \"%s\": first rows in median %.1f ms (%lld rows)\n", request, median(times),
-                        qlonglong(quick.results().size()));
+            std::printf("quick search \"%s\": first rows in median %.1f ms (%lld rows)\n", request,
+                        bench::median(times), qlonglong(quick.results().size()));
         }
         model.waitForIdle();
     }
 
     // 3. The longest stall of the event loop during a full scan and image indexing.
-    QFile::remove(Prefs::supportDir() + QStringLiteral("/images.plist"));
+    QFile::remove(SupportFiles::current().imageIndex());
     env.indexSaveIntervalMs = saveEvery * 1000;
     {
         int saves = 0;
@@ -197,25 +190,21 @@ int main(int argc, char** argv)
         QObject::connect(&model.images(), &ImageIndexer::imageIndexSaved, [&saves] { ++saves; });
         StallMeter meter;
         meter.start();
-        QElapsedTimer t;
-        t.start();
+        const bench::Stopwatch scanClock;
         model.library().scan();
         while (model.library().isScanning()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-        const double scanMs = t.nsecsElapsed() / 1e6;
+        const double scanMs = scanClock.ms();
         const double scanStall = meter.longestMs();
-        QElapsedTimer indexing;
-        indexing.start();
-        while (model.images().isIndexingImages() && indexing.elapsed() < seconds * 1000)
+        const bench::Stopwatch indexing;
+        while (model.images().isIndexingImages() && indexing.seconds() < seconds)
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         std::printf("full scan of %lld items: %.0f ms; longest event-loop stall during the scan %.1f ms\n",
                     qlonglong(model.library().items().size()), scanMs, scanStall);
-        std::printf("image indexing for %.0f s (%d of %d read): longest stall overall %.1f ms\n",
-                    indexing.elapsed() / 1000.0, model.images().ocrProgress().first,
-                    model.images().ocrProgress().second, meter.longestMs());
+        std::printf("image indexing for %.0f s (%d of %d read): longest stall overall %.1f ms\n", indexing.seconds(),
+                    model.images().ocrProgress().first, model.images().ocrProgress().second, meter.longestMs());
         model.images().setImageIndexPaused(true);  // saves what was read, off the GUI thread
-        QElapsedTimer save;
-        save.start();
-        while (save.elapsed() < 3000) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
+        const bench::Stopwatch save;
+        while (save.seconds() < 3) QCoreApplication::processEvents(QEventLoop::AllEvents, 50);
         std::printf("after pausing and saving the index (%d index writes in all): longest stall overall %.1f ms\n",
                     saves, meter.longestMs());
     }

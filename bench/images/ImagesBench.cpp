@@ -11,10 +11,10 @@
 #include "images/VisionModel.h"
 #include "images/VisualSearch.h"
 #include "images/Vocabulary.h"
-#include "search/Fold.h"
+#include "model/Fold.h"
+#include "support/BenchTimer.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QProcess>
@@ -28,14 +28,7 @@ using namespace fennic;
 
 namespace {
 
-double median(std::vector<double> values)
-{
-    if (values.empty()) return 0;
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double msSince(const QElapsedTimer& timer) { return double(timer.nsecsElapsed()) / 1e6; }
+using bench::median;
 
 QStringList wordsOf(const QString& text)
 {
@@ -80,13 +73,12 @@ CommandRun tesseractCommand(const QString& file, bool limitThreads)
     else
         env.remove(QStringLiteral("OMP_THREAD_LIMIT"));
     process.setProcessEnvironment(env);
-    QElapsedTimer timer;
-    timer.start();
+    bench::Stopwatch timer;
     process.start(QStringLiteral("tesseract"),
                                  {file, QStringLiteral("stdout"), QStringLiteral("-l"), QStringLiteral("eng")});
     process.waitForFinished(300000);
     CommandRun run;
-    run.ms = msSince(timer);
+    run.ms = timer.ms();
     run.text = QString::fromUtf8(process.readAllStandardOutput());
     return run;
 }
@@ -124,11 +116,10 @@ void benchOcr(const QString& folder)
                 shot,
                 QDir(folder).filePath(QStringLiteral("shot-%1x-%2-%3.png").arg(row.scale).arg(row.size).arg(seed)));
             words += int(truth.size());
-            QElapsedTimer timer;
-            timer.start();
+            bench::Stopwatch timer;
             const QImage decoded = ImageDecoder::read(file).image;
             const QList<TextLine> lines = ImageAnalyzer::recognizeText(decoded, {QStringLiteral("en-US")});
-            ourMs.push_back(msSince(timer));
+            ourMs.push_back(timer.ms());
             ours += recovered(truth, joined(lines));
             const CommandRun limited = tesseractCommand(file, true);
             cmdMs.push_back(limited.ms);
@@ -233,10 +224,9 @@ void benchAnalyze(const QString& folder, int runs)
         std::vector<double> ms;
         ImageRecord record;
         for (int r = 0; r < runs; ++r) {
-            QElapsedTimer timer;
-            timer.start();
+            bench::Stopwatch timer;
             record = ImageAnalyzer::analyze(itemFor(path), {QStringLiteral("en-US")});
-            ms.push_back(msSince(timer));
+            ms.push_back(timer.ms());
         }
         all.push_back(median(ms));
         const auto top = record.topLabels(1);
@@ -360,10 +350,9 @@ void benchSearch(int count, int runs)
         std::vector<double> ms;
         qsizetype hits = 0;
         for (int r = 0; r < runs; ++r) {
-            QElapsedTimer timer;
-            timer.start();
+            bench::Stopwatch timer;
             hits = VisualSearch::search(QString::fromUtf8(query), mode, records).size();
-            ms.push_back(msSince(timer));
+            ms.push_back(timer.ms());
         }
         std::printf("| %s | %s | %lld | %.1f |\n", qPrintable(VisualSearch::rawValue(mode)), query, qlonglong(hits),
                     median(ms));
@@ -372,10 +361,9 @@ void benchSearch(int count, int runs)
     for (const ImageRecord& r : records) byPath.insert(r.path, r);
     std::vector<double> ms;
     for (int r = 0; r < runs; ++r) {
-        QElapsedTimer timer;
-        timer.start();
+        bench::Stopwatch timer;
         VisualSearch::similar(records[r].path, byPath);
-        ms.push_back(msSince(timer));
+        ms.push_back(timer.ms());
     }
     std::printf("| similar | (1,280-float prints) | - | %.1f |\n\n", median(ms));
 }
@@ -389,20 +377,18 @@ void benchPlist(int count, int runs, const QString& folder)
     const QString file = QDir(folder).filePath(QStringLiteral("images.plist"));
     std::vector<double> save, load, encode, decode;
     for (int r = 0; r < runs; ++r) {
-        QElapsedTimer parts;
-        parts.start();
+        bench::Stopwatch parts;
         const QByteArray bytes = index.encode();
-        encode.push_back(msSince(parts));
+        encode.push_back(parts.ms());
         parts.restart();
         if (ImageIndex::decode(bytes)->records.size() != index.records.size()) std::printf("decode failed\n");
-        decode.push_back(msSince(parts));
-        QElapsedTimer timer;
-        timer.start();
+        decode.push_back(parts.ms());
+        bench::Stopwatch timer;
         if (!index.save(file)) std::printf("save failed\n");
-        save.push_back(msSince(timer));
+        save.push_back(timer.ms());
         timer.restart();
         const auto loaded = ImageIndex::load(file);
-        load.push_back(msSince(timer));
+        load.push_back(timer.ms());
         if (!loaded || loaded->records.size() != index.records.size()) std::printf("load failed\n");
     }
     qint64 lines = 0;

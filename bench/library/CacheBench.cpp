@@ -16,18 +16,16 @@
 #include "library/Lately.h"
 #include "library/LibraryCache.h"
 #include "library/LibraryStats.h"
+#include "support/BenchTimer.h"
 #include "support/SyntheticHome.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
-#include <functional>
 #include <malloc.h>
 #include <optional>
 #include <unistd.h>
@@ -45,41 +43,8 @@ qint64 residentBytes()
     return fields.size() > 1 ? fields[1].toLongLong() * sysconf(_SC_PAGESIZE) : -1;
 }
 
-double threadCpuMs()
-{
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
-}
-
-// Wall-clock and CPU-time medians. Other builds share this 2-core machine, so the CPU time of
-// the measuring thread is shown beside the wall time: it is what the work costs when the
-// machine is not contended.
-struct Timing {
-    double wallMs = 0;
-    double cpuMs = 0;
-};
-
-// `prepare` runs untimed before each run (to drop the previous run's result, for example).
-Timing median(
-    int runs, const std::function<void()>& work, const std::function<void()>& prepare = [] {})
-{
-    work();  // warm-up
-    std::vector<double> wall;
-    std::vector<double> cpu;
-    for (int i = 0; i < runs; ++i) {
-        prepare();
-        QElapsedTimer t;
-        const double c0 = threadCpuMs();
-        t.start();
-        work();
-        wall.push_back(double(t.nsecsElapsed()) / 1e6);
-        cpu.push_back(threadCpuMs() - c0);
-    }
-    std::sort(wall.begin(), wall.end());
-    std::sort(cpu.begin(), cpu.end());
-    return {wall[wall.size() / 2], cpu[cpu.size() / 2]};
-}
+using bench::measure;
+using bench::Timing;
 
 // Child mode: the growth of resident memory from loading one cache, with the items alive.
 int measureResident(const QString& file)
@@ -125,13 +90,13 @@ int main(int argc, char** argv)
     const QList<FileItem> items = bench::items(QStringLiteral("/home/fennic"), bench::plan(files, seed), now);
     std::printf("items: %lld (seed %u), %d runs each, median\n", static_cast<long long>(items.size()), seed, runs);
 
-    const Timing save = median(runs, [&] {
+    const Timing save = measure(runs, [&] {
         if (!LibraryCache::save(file, items)) qFatal("save failed");
     });
     const qint64 fileSize = QFileInfo(file).size();
     // Results are kept until the next run is prepared, so that freeing them is not timed.
     std::optional<QList<FileItem>> loaded;
-    const Timing load = median(
+    const Timing load = measure(
         runs,
         [&] {
             loaded = LibraryCache::load(file);
@@ -140,9 +105,9 @@ int main(int argc, char** argv)
         [&] { loaded.reset(); });
     loaded.reset();
     QByteArray json;
-    const Timing encode = median(
+    const Timing encode = measure(
         runs, [&] { json = LibraryCache::encode(items); }, [&] { json.clear(); });
-    const Timing decode = median(
+    const Timing decode = measure(
         runs,
         [&] {
             loaded = LibraryCache::decode(json);
@@ -153,7 +118,7 @@ int main(int argc, char** argv)
 
     const Calendar calendar{QTimeZone::utc(), Qt::Monday};
     QList<Lately::Group> groups;
-    const Timing stats = median(
+    const Timing stats = measure(
         runs,
         [&] {
             const LibraryStats totals(items);
@@ -163,7 +128,7 @@ int main(int argc, char** argv)
         [&] { groups.clear(); });
     qint64 recent = 0;
     for (const Lately::Group& g : groups) recent += g.files.size();
-    const Timing onlyStats = median(runs, [&] { (void)LibraryStats(items); });
+    const Timing onlyStats = measure(runs, [&] { (void)LibraryStats(items); });
 
     std::printf("                               wall ms   cpu ms\n");
     std::printf("save (encode + atomic write): %8.1f %8.1f   file %.1f MB (%lld bytes, %.0f bytes/item)\n", save.wallMs,

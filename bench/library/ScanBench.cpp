@@ -12,14 +12,13 @@
 // not sort names, read attributes, recognise packages or build any item.
 
 #include "library/Scanner.h"
+#include "support/BenchTimer.h"
 #include "support/SyntheticHome.h"
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <dirent.h>
@@ -87,26 +86,6 @@ BaselineCount baseline(const QStringList& roots)
     return count;
 }
 
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    const size_t n = v.size();
-    return n % 2 ? v[n / 2] : (v[n / 2 - 1] + v[n / 2]) / 2;
-}
-
-double secondsSince(std::chrono::steady_clock::time_point start)
-{
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-// CPU time of the whole process (all threads), user and system.
-double processCpuSeconds()
-{
-    timespec ts{};
-    ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) + double(ts.tv_nsec) * 1e-9;
-}
-
 QByteArray loadAverage()
 {
     QFile f(QStringLiteral("/proc/loadavg"));
@@ -152,15 +131,15 @@ int main(int argc, char** argv)
                          qPrintable(root));
             return 1;
         }
-        auto start = std::chrono::steady_clock::now();
+        bench::Stopwatch clock;
         const QList<bench::PlannedFile> plan = bench::plan(files, seed);
-        std::printf("planned %lld entries in %.2f s\n", (long long)plan.size(), secondsSince(start));
-        start = std::chrono::steady_clock::now();
+        std::printf("planned %lld entries in %.2f s\n", (long long)plan.size(), clock.seconds());
+        clock.restart();
         if (!bench::write(root, plan, files, seed)) {
             std::fprintf(stderr, "could not write the synthetic home into %s\n", qPrintable(root));
             return 1;
         }
-        std::printf("wrote the tree in %.2f s\n", secondsSince(start));
+        std::printf("wrote the tree in %.2f s\n", clock.seconds());
     } else {
         std::printf("reusing the tree in %s\n", qPrintable(root));
     }
@@ -182,33 +161,33 @@ int main(int argc, char** argv)
     std::vector<double> baseTimes, baseCpu;
     std::vector<double> scanTimes, scanCpu;
     for (int r = 0; r < runs; ++r) {
-        auto start = std::chrono::steady_clock::now();
-        double cpu = processCpuSeconds();
+        bench::Stopwatch clock;
+        double cpu = bench::processCpuSeconds();
         const BaselineCount c = baseline(roots);
-        baseTimes.push_back(secondsSince(start));
-        baseCpu.push_back(processCpuSeconds() - cpu);
+        baseTimes.push_back(clock.seconds());
+        baseCpu.push_back(bench::processCpuSeconds() - cpu);
         if (c.entries != counted.entries) std::fprintf(stderr, "warning: the tree changed during the runs\n");
-        start = std::chrono::steady_clock::now();
-        cpu = processCpuSeconds();
+        clock.restart();
+        cpu = bench::processCpuSeconds();
         const QList<FileItem> scanned = scanner.scan();
-        scanTimes.push_back(secondsSince(start));
-        scanCpu.push_back(processCpuSeconds() - cpu);
+        scanTimes.push_back(clock.seconds());
+        scanCpu.push_back(bench::processCpuSeconds() - cpu);
         if (scanned.size() != itemCount) std::fprintf(stderr, "warning: the item count changed during the runs\n");
     }
     std::printf("load average after the runs: %s\n", loadAverage().constData());
 
-    const double base = median(baseTimes);
-    const double scan = median(scanTimes);
+    const double base = bench::median(baseTimes);
+    const double scan = bench::median(scanTimes);
     std::printf("baseline readdir+statx: %lld entries statted, %lld regular files; wall median %.3f s (min %.3f s), "
                 "CPU median %.3f s, over %d runs\n",
-                (long long)counted.entries, (long long)counted.files, base,
-                *std::min_element(baseTimes.begin(), baseTimes.end()), median(baseCpu), runs);
+                (long long)counted.entries, (long long)counted.files, base, bench::minimum(baseTimes),
+                bench::median(baseCpu), runs);
     std::printf(
         "Scanner::scan:          %lld items; wall median %.3f s (min %.3f s), CPU median %.3f s (both threads), "
         "over %d runs\n",
-        (long long)itemCount, scan, *std::min_element(scanTimes.begin(), scanTimes.end()), median(scanCpu), runs);
+        (long long)itemCount, scan, bench::minimum(scanTimes), bench::median(scanCpu), runs);
     std::printf("ratio scan/baseline, wall medians: %.2f; CPU medians: %.2f\n", scan / base,
-                median(scanCpu) / median(baseCpu));
+                bench::median(scanCpu) / bench::median(baseCpu));
     std::printf("heap held by the scan result: %.0f bytes per item\n", bytesPerItem);
     return 0;
 }

@@ -26,11 +26,11 @@
 
 #include "library/Scanner.h"
 #include "organise/DuplicateFinder.h"
+#include "support/BenchTimer.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -41,7 +41,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <random>
-#include <sys/resource.h>
 #include <thread>
 #include <time.h>
 #include <unistd.h>
@@ -73,21 +72,6 @@ Io parseIo(const QByteArray& text)
         if (line.startsWith("read_bytes:")) io.readBytes = line.mid(11).trimmed().toLongLong();
     }
     return io;
-}
-
-double processCpu()
-{
-    rusage usage{};
-    ::getrusage(RUSAGE_SELF, &usage);
-    auto seconds = [](const timeval& t) { return double(t.tv_sec) + double(t.tv_usec) / 1e6; };
-    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
-}
-
-double threadCpu()
-{
-    timespec ts{};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) + double(ts.tv_nsec) / 1e9;
 }
 
 Io selfIo()
@@ -252,11 +236,10 @@ Run runPeer(const QString& command)
     // The marker line separates the peer's output from the shell's /proc/$$/io.
     p.start(QStringLiteral("/bin/sh"),
         {QStringLiteral("-c"), command + QStringLiteral(" 2>/dev/null; echo @@IO@@; cat /proc/$$/io; times")});
-    QElapsedTimer t;
-    t.start();
+    bench::Stopwatch t;
     p.waitForFinished(-1);
     Run run;
-    run.seconds = double(t.nsecsElapsed()) / 1e9;
+    run.seconds = t.seconds();
     const QByteArray all = p.readAllStandardOutput();
     const qsizetype cut = all.indexOf("@@IO@@\n");
     countGroups(all.left(cut), run);
@@ -275,14 +258,13 @@ Run runPeer(const QString& command)
 Run runFennic(const QList<FileItem>& items, int threads)
 {
     const Io before = selfIo();
-    const double cpu = processCpu();
-    QElapsedTimer t;
-    t.start();
+    const double cpu = bench::processCpuSeconds();
+    bench::Stopwatch t;
     const QList<DuplicateGroup> groups =
         DuplicateFinder::exact(items, QStringLiteral("/nonexistent/Downloads"), {}, nullptr, threads);
     Run run;
-    run.seconds = double(t.nsecsElapsed()) / 1e9;
-    run.cpu = processCpu() - cpu;
+    run.seconds = t.seconds();
+    run.cpu = bench::processCpuSeconds() - cpu;
     const Io after = selfIo();
     run.io = {after.rchar - before.rchar, after.readBytes - before.readBytes};
     run.groups = int(groups.size());
@@ -293,14 +275,13 @@ Run runFennic(const QList<FileItem>& items, int threads)
 Run runFennicWithWalk(const QString& root)
 {
     const Io before = selfIo();
-    const double cpu = processCpu();
-    QElapsedTimer t;
-    t.start();
+    const double cpu = bench::processCpuSeconds();
+    bench::Stopwatch t;
     const QList<FileItem> items = Scanner({root}, {}).scan();
     const QList<DuplicateGroup> groups = DuplicateFinder::exact(items, QStringLiteral("/nonexistent/Downloads"));
     Run run;
-    run.seconds = double(t.nsecsElapsed()) / 1e9;
-    run.cpu = processCpu() - cpu;
+    run.seconds = t.seconds();
+    run.cpu = bench::processCpuSeconds() - cpu;
     const Io after = selfIo();
     run.io = {after.rchar - before.rchar, after.readBytes - before.readBytes};
     run.groups = int(groups.size());
@@ -322,16 +303,15 @@ struct Throughput {
 Throughput hashThroughput(const QString& file, qint64 size)
 {
     DuplicateFinder::hash(file);  // warm
-    QElapsedTimer t;
-    t.start();
-    const double cpu = threadCpu();
+    bench::Stopwatch t;
+    const double cpu = bench::threadCpuMs() / 1e3;
     int rounds = 0;
-    while (t.elapsed() < 3000) {
+    while (t.seconds() < 3) {
         DuplicateFinder::hash(file);
         ++rounds;
     }
     const double bytes = double(size) * rounds;
-    return {bytes / (double(t.nsecsElapsed()) / 1e9), bytes / (threadCpu() - cpu)};
+    return {bytes / t.seconds(), bytes / (bench::threadCpuMs() / 1e3 - cpu)};
 }
 
 double opensslSpeed()
@@ -379,11 +359,10 @@ int main(int argc, char** argv)
         return 2;
     }
     const QString root = QDir(o.folder).absoluteFilePath(QStringLiteral("tree"));
-    QElapsedTimer t;
-    t.start();
+    bench::Stopwatch t;
     const TreeFacts facts = makeTree(o, root);
     std::printf("tree: %s, %d files, %d copies, %.2f GB (ready in %.1f s)\n", qPrintable(root), facts.files,
-                facts.copies, double(facts.bytes) / 1e9, double(t.elapsed()) / 1000.0);
+                facts.copies, double(facts.bytes) / 1e9, t.seconds());
     warm(root);
 
     const QList<FileItem> items = Scanner({root}, {}).scan();

@@ -9,12 +9,12 @@
 // counted at each step.
 
 #include "organise/FileOps.h"
+#include "support/BenchTimer.h"
 
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDir>
 #include <QDirIterator>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QThread>
 #include <cstdio>
@@ -90,10 +90,9 @@ int main(int argc, char** argv)
     std::printf("before:    %6d files in place, %6d in Trash/files, %6d in Trash/info\n", countIn(work),
                 countIn(trash + "/files"), countIn(trash + "/info"));
 
-    QElapsedTimer t;
-    t.start();
+    bench::Stopwatch t;
     const FileOps::TrashResult result = FileOps::trash(items);
-    const double trashSeconds = double(t.nsecsElapsed()) / 1e9;
+    const double trashSeconds = t.seconds();
     std::printf(
         "trash:     %6d files in place, %6d in Trash/files, %6d in Trash/info; moved %lld, failed %lld in %.2f s "
         "(%.0f files/s)\n",
@@ -102,7 +101,7 @@ int main(int argc, char** argv)
 
     t.restart();
     const QList<FileItem> back = FileOps::putBack(result.moved);
-    const double backSeconds = double(t.nsecsElapsed()) / 1e9;
+    const double backSeconds = t.seconds();
     std::printf("put back:  %6d files in place, %6d in Trash/files, %6d in Trash/info; restored %lld in %.2f s "
                 "(%.0f files/s)\n",
                 countIn(work), countIn(trash + "/files"), countIn(trash + "/info"), qlonglong(back.size()), backSeconds,

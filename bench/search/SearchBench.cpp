@@ -16,17 +16,16 @@
 #include "search/SearchIndex.h"
 #include "search/SearchParser.h"
 #include "search/SortKey.h"
+#include "support/BenchTimer.h"
 #include "support/SyntheticHome.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTimeZone>
 #include <algorithm>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <vector>
 
@@ -34,39 +33,8 @@ using namespace fennic;
 
 namespace {
 
-double threadCpuMs()
-{
-    timespec ts{};
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
-    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
-}
-
-struct Timing {
-    double wallMs = 0;
-    double cpuMs = 0;
-};
-
-double median(std::vector<double> v)
-{
-    std::sort(v.begin(), v.end());
-    return v.empty() ? 0 : v[v.size() / 2];
-}
-
-Timing measure(int runs, const std::function<void()>& work)
-{
-    work();  // warm-up: first-use tables, caches
-    std::vector<double> wall;
-    std::vector<double> cpu;
-    for (int i = 0; i < runs; ++i) {
-        QElapsedTimer t;
-        const double c0 = threadCpuMs();
-        t.start();
-        work();
-        wall.push_back(double(t.nsecsElapsed()) / 1e6);
-        cpu.push_back(threadCpuMs() - c0);
-    }
-    return {median(wall), median(cpu)};
-}
+using bench::measure;
+using bench::Timing;
 
 int intOption(const QStringList& args, const QString& name, int fallback)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Pictures.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/BackgroundTasks.h"
@@ -9,8 +10,8 @@
 #include "app/Organiser.h"
 #include "app/SearchSession.h"
 #include "app/Toast.h"
-#include "images/Pictures.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 
 #include <QDir>

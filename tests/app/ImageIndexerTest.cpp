@@ -57,7 +57,7 @@ TEST_F(ImageIndexing, PausingKeepsWhatWasReadAndResumingReadsTheRest)
     m->images().setImageIndexPaused(true);
     ASSERT_TRUE(m->waitForIdle());
     EXPECT_EQ(m->images().imageRecords().size(), 8) << "one batch of eight arrived before the pause";
-    const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
+    const auto onDisk = ImageIndex::load(SupportFiles::current().imageIndex());
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 8) << "pausing saves what was read";
 
@@ -83,12 +83,12 @@ TEST_F(ImageIndexing, ALanguageChangeMakesEveryPictureRereadable)
 TEST_F(ImageIndexing, DeleteLeavesNothingBehindAndReadsNothing)
 {
     ASSERT_TRUE(m->waitForIdle());
-    ASSERT_TRUE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
+    ASSERT_TRUE(QFileInfo::exists(SupportFiles::current().imageIndex()));
     m->images().deleteImageIndex();
     ASSERT_TRUE(m->waitForIdle());
     EXPECT_TRUE(m->images().imageRecords().isEmpty());
     EXPECT_FALSE(m->images().isIndexingImages());
-    EXPECT_FALSE(QFileInfo::exists(Prefs::supportDir() + "/images.plist"));
+    EXPECT_FALSE(QFileInfo::exists(SupportFiles::current().imageIndex()));
 }
 
 TEST_F(ImageIndexing, ImageFoldersJoinTheLibraryWhenOutsideIt)
@@ -152,7 +152,7 @@ TEST_F(ImageIndexing, LongRunsSaveAlongTheWayAndLoseNoRecord)
     ASSERT_TRUE(m->waitForIdle(120000));
     EXPECT_GE(saves.count(), 2) << "one save along the way, one at the end";
     EXPECT_EQ(m->images().imageRecords().size(), 12);
-    const auto onDisk = ImageIndex::load(Prefs::supportDir() + "/images.plist");
+    const auto onDisk = ImageIndex::load(SupportFiles::current().imageIndex());
     ASSERT_TRUE(onDisk.has_value());
     EXPECT_EQ(onDisk->records.size(), 12) << "records that waited for a save are in the last one";
 }

@@ -2,6 +2,7 @@
 // real fixture folder.
 #include "CliRun.h"
 #include "images/ImageIndex.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 
 #include <QFont>
@@ -74,7 +75,7 @@ TEST(CliImagesTest, IndexesAFolderThenFindsShowsAndComparesPictures)
         << index.out.toStdString();
     EXPECT_TRUE(index.err.contains("xx-YY")) << index.err.toStdString();
     // Saved in the library's support folder, with the languages it could read.
-    EXPECT_EQ(ImageIndex::load(root + "/.fennic-support/images.plist").value_or(ImageIndex()).languages,
+    EXPECT_EQ(ImageIndex::load(SupportFiles::forFixture(root).imageIndex()).value_or(ImageIndex()).languages,
               QStringList{"en-US"});
 
     // Nothing changed: nothing is read again.

@@ -1,6 +1,7 @@
 // fennic-cli scan, list and stats, run as a real process over a real fixture folder.
 #include "CliRun.h"
 #include "library/LibraryCache.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 #include "support/TestItems.h"
 
@@ -16,7 +17,7 @@ using fennic::test::runCli;
 
 namespace {
 
-QString cacheFile(const QString& root) { return root + QStringLiteral("/.fennic-support/index.json"); }
+QString cacheFile(const QString& root) { return SupportFiles::forFixture(root).libraryCache(); }
 
 }  // namespace
 
@@ -67,7 +68,7 @@ TEST(CliLibraryTest, StatsReportsTotalsAndRecentFilesForAFixedNow)
     };
     items[0].sourceKey = items[1].sourceKey = items[3].sourceKey = "gmail";
     items[2].isScreenshot = true;
-    tree.mkdir("home/.fennic-support");
+    tree.mkdir(SupportFiles::forFixture(root).dir());
     ASSERT_TRUE(LibraryCache::save(cacheFile(root), items));
 
     const auto json = runCli({"stats", "--json", "--now", "2024-03-13T15:30:00Z"}, root);
@@ -116,7 +117,7 @@ TEST(CliLibraryTest, UsageErrorsAndMissingOrDamagedLibraries)
     };
     for (const auto& [name, cache, args, exitCode, err] : cases) {
         SCOPED_TRACE(name);
-        if (!cache.isNull()) tree.write("home/.fennic-support/index.json", cache);
+        if (!cache.isNull()) tree.write(cacheFile(root), cache);
         const auto run = runCli(args, root);
         EXPECT_EQ(run.exitCode, exitCode) << run.err.toStdString();
         EXPECT_TRUE(args.first() != "scan" || !QFileInfo::exists(cacheFile(root))) << "a rejected scan saves nothing";

@@ -2,6 +2,7 @@
 // fixture library with their own Trash.
 #include "CliRun.h"
 #include "library/LibraryCache.h"
+#include "model/SupportFiles.h"
 #include "organise/Shelf.h"
 #include "support/TempTree.h"
 #include "support/TestItems.h"
@@ -29,7 +30,7 @@ protected:
         return test::runCli(args, env);
     }
     QString home() const { return tree.path("home"); }
-    QString support() const { return home() + QStringLiteral("/.fennic-support"); }
+    SupportFiles support() const { return SupportFiles::forFixture(home()); }
     QString trashFiles() const { return tree.path("data/Trash/files"); }
     QJsonObject json(const CliResult& r) const { return QJsonDocument::fromJson(r.out.toUtf8()).object(); }
     QByteArray contentOf(const QString& path) const
@@ -40,8 +41,7 @@ protected:
     QSet<QString> cachedPaths() const
     {
         QSet<QString> paths;
-        for (const FileItem& f :
-             LibraryCache::load(support() + QStringLiteral("/index.json")).value_or(QList<FileItem>()))
+        for (const FileItem& f : LibraryCache::load(support().libraryCache()).value_or(QList<FileItem>()))
             paths.insert(f.path);
         return paths;
     }
@@ -63,7 +63,7 @@ TEST_F(CliOrganiseTest, CleanupReportsTheRulesOverTheCachedLibrary)
         test::datedItem(h + "/Downloads/Setup.dmg", 7000, FileKind::archive, "2025-05-01T00:00:00Z"),
         test::datedItem(h + "/Movies/huge.mov", 1500000000, FileKind::video, "2024-01-01T00:00:00Z"),
     };
-    ASSERT_TRUE(LibraryCache::save(support() + "/index.json", items));
+    ASSERT_TRUE(LibraryCache::save(support().libraryCache(), items));
 
     const CliResult r = run({"cleanup", "--json", "--now", "2025-06-01T00:00:00Z"});
     ASSERT_EQ(r.exitCode, 0) << r.err.toStdString();
@@ -168,7 +168,7 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     const QString a = tree.write("home/Documents/a.txt", "a");
     const QString b = tree.write("home/Documents/b.txt", "b");
     // A damaged shelf is reported, read as empty and replaced by the first change.
-    tree.write("home/.fennic-support/shelf.json", "{\"favourites\": [");
+    tree.write(support().shelf(), "{\"favourites\": [");
     const CliResult damaged = run({"shelf"});
     EXPECT_EQ(damaged.exitCode, 0);
     EXPECT_TRUE(damaged.out.startsWith("Favourites: 0\n")) << damaged.out.toStdString();
@@ -183,7 +183,7 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     EXPECT_EQ(run({"shelf", "collect", "trip", b, a}).out, QStringLiteral("Added 2 files to \u201cTrip\u201d\n"));
     EXPECT_EQ(run({"shelf", "untag", "#receipts", b}).exitCode, 0);
 
-    const Shelf shelf = Shelf::load(support() + "/shelf.json");
+    const Shelf shelf = Shelf::load(support().shelf());
     EXPECT_EQ(shelf.favourites(), QStringList({b, a}));
     EXPECT_EQ(shelf.tagsOf(a), QStringList({"holiday-photos", "receipts"}));
     EXPECT_TRUE(shelf.tagsOf(b).isEmpty()) << "untag removes the tidied form";
@@ -195,9 +195,9 @@ TEST_F(CliOrganiseTest, ShelfCommandsStarTagAndCollect)
     EXPECT_EQ(json(list)["collections"][0]["name"].toString(), "Trip");
 
     // A mistake changes nothing.
-    const QByteArray before = contentOf(support() + "/shelf.json");
+    const QByteArray before = contentOf(support().shelf());
     EXPECT_EQ(run({"shelf", "tag", "x", home() + "/Documents/nope.txt"}).exitCode, 2);
     EXPECT_EQ(run({"shelf", "tag", " # ", a}).exitCode, 2);
     EXPECT_EQ(run({"shelf", "frobnicate"}).exitCode, 2);
-    EXPECT_EQ(contentOf(support() + "/shelf.json"), before);
+    EXPECT_EQ(contentOf(support().shelf()), before);
 }

@@ -2,6 +2,7 @@
 // library folder.
 #include "CliRun.h"
 #include "library/LibraryCache.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 
 #include <QJsonArray>
@@ -86,7 +87,7 @@ TEST(CliSearchTest, AskFindsTheMatchingFilesInOrder)
 {
     test::TempTree tree;
     const QString root = tree.path("home");
-    tree.mkdir("home/.fennic-support");
+    tree.mkdir(SupportFiles::forFixture(root).dir());
     FileItem mailed = file(root + "/Downloads/Statement.pdf", 3'000'000, FileKind::document, "2025-05-11T09:00:00Z");
     mailed.sourceKey = QStringLiteral("gmail");
     const QList<FileItem> items = {
@@ -96,7 +97,7 @@ TEST(CliSearchTest, AskFindsTheMatchingFilesInOrder)
         file(root + "/Downloads/big.pdf", 9'000'000, FileKind::document, "2025-05-01T09:00:00Z"),
         file(root + "/Pictures/beach.jpg", 4'000'000, FileKind::image, "2025-05-14T08:00:00Z"),
     };
-    ASSERT_TRUE(LibraryCache::save(root + "/.fennic-support/index.json", items));
+    ASSERT_TRUE(LibraryCache::save(SupportFiles::forFixture(root).libraryCache(), items));
 
     const std::tuple<const char*, QStringList, QStringList> cases[] = {
         {"newest added first by default", {"resume"}, {items[0].path, items[1].path}},

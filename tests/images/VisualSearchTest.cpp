@@ -3,7 +3,6 @@
 #include "images/ImageAnalyzer.h"
 #include "images/VisionModel.h"
 #include "images/Vocabulary.h"
-#include "search/SearchContext.h"
 
 #include <QDir>
 #include <cmath>
@@ -261,26 +260,21 @@ TEST(VisualSearch, EverythingMergesTextAndDescriptionHits)
 
 TEST(VisualSearch, DescriberScoresDescriptionsForTheSearchBar)
 {
-    // The search bar's context over image records with this scorer (how a score decides a
-    // `looks` filter is SearchMatch's concern).
-    QHash<QString, ImageRecord> images;
-    for (const ImageRecord& r :
-         {record("/p/beach.jpg", {{"beach", 0.9f}}), record("/p/shore.jpg", {{"seashore", 0.4f}}),
-          record("/p/cat.jpg", {{"tabby", 0.9f}}), page("/p/poster.png", {"Blue Lagoon tours"})})
-        images.insert(r.path, r);
-    SearchContext context(images, Shelf(), VisualSearch::describer());
-    const QString beach = QStringLiteral("photos of a beach");
-    const auto strong = context.visualScore(beach, "/p/beach.jpg");
-    const auto weak = context.visualScore(beach, "/p/shore.jpg");
+    // How a score decides a `looks` filter is SearchMatch's concern.
+    const auto describe = VisualSearch::describer();
+    const auto beach = describe(QStringLiteral("photos of a beach"));
+    const auto strong = beach(record("/p/beach.jpg", {{"beach", 0.9f}}));
+    const auto weak = beach(record("/p/shore.jpg", {{"seashore", 0.4f}}));
     ASSERT_TRUE(strong && weak);
     EXPECT_GT(*strong, *weak);
-    EXPECT_FALSE(context.visualScore(beach, "/p/cat.jpg").has_value());
+    EXPECT_FALSE(beach(record("/p/cat.jpg", {{"tabby", 0.9f}})).has_value());
 
     // Words in the picture count too, by the better of two readings: the label engine's (one
     // part, word evidence 0.6) beats the plain text score of 1.05.
-    EXPECT_FLOAT_EQ(context.visualScore("lagoon", "/p/poster.png").value_or(0), 1.0f + 0.5f * 0.6f);
-    EXPECT_GT(context.visualScore("lagoon tours lagoon", "/p/poster.png").value_or(0), 2.0f);
-    EXPECT_FALSE(context.visualScore("the of a", "/p/poster.png").has_value());
+    const ImageRecord poster = page("/p/poster.png", {"Blue Lagoon tours"});
+    EXPECT_FLOAT_EQ(describe("lagoon")(poster).value_or(0), 1.0f + 0.5f * 0.6f);
+    EXPECT_GT(describe("lagoon tours lagoon")(poster).value_or(0), 2.0f);
+    EXPECT_FALSE(describe("the of a")(poster).has_value());
 }
 
 TEST(VisualSearch, SimilarAndDistance)

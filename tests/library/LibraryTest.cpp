@@ -1,5 +1,6 @@
 #include "library/Library.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
 #include "support/TempTree.h"
 
 #include <QDir>
@@ -44,6 +45,12 @@ TEST_F(LibraryTest, FixtureRootMovesTheLibraryAndTheSupportFolder)
     EXPECT_EQ(roots[4], root + "/Movies");
     EXPECT_EQ(Prefs::supportDir(), root + "/.fennic-support");
     EXPECT_TRUE(QFileInfo(root + "/.fennic-support").isDir());
+    // The names other tools and earlier versions know the files by.
+    const SupportFiles files = SupportFiles::current();
+    EXPECT_EQ(files.libraryCache(), root + "/.fennic-support/index.json");
+    EXPECT_EQ(files.imageIndex(), root + "/.fennic-support/images.plist");
+    EXPECT_EQ(files.shelf(), root + "/.fennic-support/shelf.json");
+    EXPECT_EQ(SupportFiles::forFixture(root).dir(), files.dir());
     // Nothing went to the user's data folder.
     EXPECT_FALSE(QFileInfo(qEnvironmentVariable("XDG_DATA_HOME") + "/Fennic").exists());
 }

@@ -132,50 +132,54 @@ TEST(SearchMatch, PlacesSourcesCamerasFolders)
     EXPECT_FALSE(holds(item("/h/Downloads"), downloads));
 }
 
-TEST(SearchMatch, TagsAndFavouritesComeFromTheShelf)
+TEST(SearchMatch, TagsAndFavouritesComeFromTheLookups)
 {
-    Shelf shelf;
-    shelf.toggleFavourite(QStringLiteral("/h/star.txt"));
-    shelf.addTag(QStringLiteral("#Work"), {QStringLiteral("/h/w.txt")});
-    SearchContext context({}, shelf);
+    SearchContext::Lookups lookups;
+    lookups.isFavourite = [](const QString& path) { return path == u"/h/star.txt"; };
+    QStringList tagsAskedFor;
+    lookups.pathsTagged = [&](const QString& tag) {
+        tagsAskedFor.append(tag);
+        return tag == u"work" ? QSet<QString>{QStringLiteral("/h/w.txt")} : QSet<QString>();
+    };
+    SearchContext context(lookups);
     EXPECT_TRUE(SearchParser::matches(item("/h/star.txt"), {F::favourite()}, context));
     EXPECT_FALSE(SearchParser::matches(item("/h/w.txt"), {F::favourite()}, context));
     EXPECT_TRUE(SearchParser::matches(item("/h/w.txt"), parsed("#work"), context));
     EXPECT_FALSE(SearchParser::matches(item("/h/star.txt"), parsed("#work"), context));
-    // The recognised-text form has an empty shelf.
+    // The tagged paths are asked for once per prepared filter list, not once per file.
+    EXPECT_EQ(tagsAskedFor, QStringList{"work"});
+    // Without lookups nothing is a favourite or tagged.
     EXPECT_FALSE(holds(item("/h/star.txt"), F::favourite()));
+    EXPECT_FALSE(holds(item("/h/w.txt"), F::tag("work")));
 }
 
-TEST(SearchMatch, LooksNeedsARecordAndAScore)
+TEST(SearchMatch, LooksNeedsAScore)
 {
-    ImageRecord beach;
-    beach.path = QStringLiteral("/h/beach.jpg");
-    ImageRecord office;
-    office.path = QStringLiteral("/h/office.jpg");
+    const QString beach = QStringLiteral("/h/beach.jpg");
+    const QString office = QStringLiteral("/h/office.jpg");
     int prepared = 0;
     int scored = 0;
-    const SearchContext::DescriptionScorer scorer = [&](const QString& description) -> SearchContext::RecordScorer {
+    SearchContext::Lookups lookups;
+    lookups.describe = [&](const QString& description) -> SearchContext::PathScorer {
         ++prepared;
-        return [&, description](const ImageRecord& r) -> std::optional<float> {
+        return [&, description](const QString& path) -> std::optional<float> {
             ++scored;
-            if (r.path.contains(u"beach") && description.contains(u"beach")) return 0.8f;
+            if (path.contains(u"beach") && description.contains(u"beach")) return 0.8f;
             return std::nullopt;
         };
     };
-    SearchContext context({{beach.path, beach}, {office.path, office}}, Shelf(), scorer);
+    SearchContext context(lookups);
     const QList<SearchFilter> filters = {F::looks("a beach")};
-    EXPECT_TRUE(SearchParser::matches(item(beach.path), filters, context));
-    EXPECT_FALSE(SearchParser::matches(item(office.path), filters, context));
-    EXPECT_FALSE(SearchParser::matches(item("/h/no-record.jpg"), filters, context));
-    // Asked again in the same pass: answered from the caches.
-    EXPECT_TRUE(SearchParser::matches(item(beach.path), filters, context));
-    EXPECT_EQ(context.visualScore("a beach", beach.path), 0.8f);
+    EXPECT_TRUE(SearchParser::matches(item(beach), filters, context));
+    EXPECT_FALSE(SearchParser::matches(item(office), filters, context));
+    // Asked again in the same pass: answered from the caches, misses included.
+    EXPECT_TRUE(SearchParser::matches(item(beach), filters, context));
+    EXPECT_FALSE(SearchParser::matches(item(office), filters, context));
+    EXPECT_EQ(context.visualScore("a beach", beach), 0.8f);
     EXPECT_EQ(prepared, 1);
     EXPECT_EQ(scored, 2);
 
-    SearchContext withoutScorer({{beach.path, beach}}, Shelf());
-    EXPECT_FALSE(SearchParser::matches(item(beach.path), filters, withoutScorer));
-    EXPECT_FALSE(holds(item(beach.path), F::looks("a beach")));
+    EXPECT_FALSE(holds(item(beach), F::looks("a beach"))) << "no scorer: nothing looks like anything";
 }
 
 TEST(SearchMatch, AllFiltersMustHoldAndNoFiltersMatchEverything)

@@ -16,7 +16,11 @@ TempTree::TempTree() : m_dir(QDir::tempPath() + QStringLiteral("/fennic-tree-XXX
     m_root = QFileInfo(m_dir.path()).canonicalFilePath();
 }
 
-QString TempTree::path(const QString& relative) const { return relative.isEmpty() ? m_root : m_root + u'/' + relative; }
+QString TempTree::path(const QString& relative) const
+{
+    if (relative.startsWith(m_root + u'/')) return relative;
+    return relative.isEmpty() ? m_root : m_root + u'/' + relative;
+}
 
 QString TempTree::mkdir(const QString& relative)
 {

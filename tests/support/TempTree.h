@@ -10,7 +10,8 @@
 namespace fennic::test {
 
 // A real folder tree in a fresh temporary folder, removed when the value goes away. Paths
-// given to the helpers are relative to root(); every helper returns the absolute path.
+// given to the helpers are relative to root() (an absolute path inside the tree is taken as
+// it is); every helper returns the absolute path.
 class TempTree {
 public:
     TempTree();

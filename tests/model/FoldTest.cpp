@@ -1,4 +1,4 @@
-#include "search/Fold.h"
+#include "model/Fold.h"
 
 #include <gtest/gtest.h>
 
