@@ -104,7 +104,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: bench_app FOLDER [--files N] [--seconds S]\n");
         return 2;
     }
-    const QString root = args[1];
+    const QString& root = args[1];
     int files = 250000;
     int seconds = 60;
     if (int i = args.indexOf("--files"); i > 0 && i + 1 < args.size()) files = args[i + 1].toInt();
@@ -199,7 +199,7 @@ int main(int argc, char** argv)
         const double scanStall = meter.longestMs();
         QElapsedTimer indexing;
         indexing.start();
-        while (model.isIndexingImages() && indexing.elapsed() < seconds * 1000)
+        while (model.isIndexingImages() && indexing.elapsed() < seconds * qint64(1000))
             QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
         std::printf("full scan of %lld items: %.0f ms; longest event-loop stall during the scan %.1f ms\n",
                     qlonglong(model.items().size()), scanMs, scanStall);
