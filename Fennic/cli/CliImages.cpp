@@ -34,7 +34,7 @@ ImageIndex loadIndex() { return ImageIndex::load(indexPath()).value_or(ImageInde
 QString recordKey(const ImageIndex& index, const QString& path)
 {
     const QFileInfo info(path);
-    const QString absolute = QDir::cleanPath(info.absoluteFilePath());
+    QString absolute = QDir::cleanPath(info.absoluteFilePath());
     if (index.records.contains(absolute)) return absolute;
     const QString canonical = info.canonicalFilePath();
     return canonical.isEmpty() ? absolute : canonical;
@@ -96,7 +96,8 @@ int runIndex(const std::optional<QString>& languageOption, const QStringList& re
         }
         ImageRecord record = ImageAnalyzer::analyze(due[i], languages);
         if (record.failed) ++failed;
-        index.records.insert(record.path, std::move(record));
+        QString key = record.path;
+        index.records.emplace(std::move(key), std::move(record));
         if ((i + 1) % kSaveEvery == 0) index.save(indexPath());
     }
     const double seconds = double(timer.nsecsElapsed()) / 1e9;

@@ -68,7 +68,7 @@ QString file(const QString& name)
     // folders below share/.
     QDir dir = QFileInfo(QStringLiteral("/proc/self/exe")).canonicalPath();
     for (int level = 0; level < 5 && !dir.isRoot(); ++level) {
-        const QString candidate = dir.filePath(QStringLiteral("share/fennic/sounds/") + fileName);
+        QString candidate = dir.filePath(QStringLiteral("share/fennic/sounds/") + fileName);
         if (QFileInfo(candidate).isFile()) return candidate;
         if (!dir.cdUp()) break;
     }

@@ -302,7 +302,7 @@ QHash<QString, float> palette(const QImage& image)
     for (int y = 0; y < context.height(); ++y) {
         const uchar* row = context.constScanLine(y);
         for (int x = 0; x < context.width(); ++x) {
-            const uchar* p = row + 4 * x;
+            const uchar* p = row + 4 * std::ptrdiff_t(x);
             const float alpha = float(p[3]) / 255.0f;
             if (alpha <= 0.5f) continue;
             const float r = std::min(1.0f, float(p[0]) / 255.0f / alpha);
@@ -340,7 +340,8 @@ std::vector<float> fallbackPrint(const QImage& image)
     for (int y = 0; y < kGrid; ++y) {
         const uchar* row = small.constScanLine(y);
         for (int x = 0; x < kGrid; ++x) {
-            const float r = row[3 * x] / 255.0f, g = row[3 * x + 1] / 255.0f, b = row[3 * x + 2] / 255.0f;
+            const uchar* p = row + 3 * std::ptrdiff_t(x);
+            const float r = p[0] / 255.0f, g = p[1] / 255.0f, b = p[2] / 255.0f;
             const float luma = 0.299f * r + 0.587f * g + 0.114f * b;
             values.push_back(luma);
             mean += luma;

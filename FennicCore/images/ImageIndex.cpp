@@ -256,7 +256,7 @@ std::optional<ImageIndex> ImageIndex::decode(const QByteArray& data)
     for (const auto& [k, v] : all) {
         ImageRecord record;
         if (!in.string(k, path) || !readRecord(in, v, record)) return std::nullopt;
-        index.records.insert(path, std::move(record));
+        index.records.emplace(path, std::move(record));
     }
     return index;
 }
@@ -325,7 +325,7 @@ void ImageIndex::move(const QString& from, const QString& to)
     ImageRecord record = std::move(it.value());
     records.erase(it);
     record.path = to;
-    records.insert(to, std::move(record));
+    records.emplace(to, std::move(record));
 }
 
 std::function<std::optional<QList<float>>(const QString& path)> ImageIndex::printProvider() const

@@ -112,7 +112,7 @@ QString realPath(const QString& folder)
     char resolved[PATH_MAX];
     const QByteArray encoded = QFile::encodeName(folder);
     if (::realpath(encoded.constData(), resolved) == nullptr) return folder;
-    const QString result = QFile::decodeName(resolved);
+    QString result = QFile::decodeName(resolved);
     if (!result.startsWith(u'/')) return folder;
     return result;
 }

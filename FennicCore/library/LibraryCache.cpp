@@ -371,7 +371,8 @@ bool validate(od::value value)
         if (value.get_array().get(array)) return false;
         for (auto element : array) {
             od::value v;
-            if (std::move(element).get(v) || !validate(v)) return false;
+            // get() is only offered on an rvalue result.
+            if (std::move(element).get(v) || !validate(v)) return false;  // NOLINT(performance-move-const-arg)
         }
         return true;
     }
@@ -466,7 +467,9 @@ bool decodeItem(od::object object, Interner& interner, FileItem& item)
             for (auto entry : list) {
                 od::value e;
                 QString s;
-                if (std::move(entry).get(e) || !readInterned(e, interner, s)) return false;
+                // get() is only offered on an rvalue result.
+                if (std::move(entry).get(e) || !readInterned(e, interner, s))  // NOLINT(performance-move-const-arg)
+                    return false;
                 item.whereFrom.append(s);
             }
             break;
@@ -584,7 +587,7 @@ bool save(const QString& file, const QList<FileItem>& items)
     // in memory, and each piece is handed to the kernel for writing to disk while the next one
     // is encoded, which leaves less for the final flush to wait for.
     constexpr qsizetype kPiece = qsizetype(4) << 20;
-    JsonOut json(kPiece + 64 * 1024);
+    JsonOut json(kPiece + qsizetype(64) * 1024);
     qint64 written = 0;
     auto writePiece = [&] {
         const qsizetype n = json.size();

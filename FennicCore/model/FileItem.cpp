@@ -15,7 +15,7 @@ QString FileItem::folderPath() const
 
 QString FileItem::folderName() const
 {
-    const QString folder = folderPath();
+    QString folder = folderPath();
     if (folder == u"/") return folder;
     return folder.mid(folder.lastIndexOf(u'/') + 1);
 }

@@ -68,7 +68,7 @@ QList<SavedSearch> SavedSearch::decodeList(const QByteArray& json)
     QList<SavedSearch> out;
     const QJsonDocument doc = QJsonDocument::fromJson(json);
     if (!doc.isArray()) return out;
-    for (const QJsonValue& v : doc.array())
+    for (const QJsonValue v : doc.array())
         if (std::optional<SavedSearch> s = fromJson(v)) out.append(*s);
     return out;
 }

@@ -30,7 +30,7 @@ const QList<std::pair<QString, qint64>>& units()
         };
         add({"b", "byte", "bytes"}, 1);
         add({"k", "kb", "kilobyte", "kilobytes"}, 1000);
-        add({"m", "mb", "meg", "megs", "megabyte", "megabytes"}, 1000 * 1000);
+        add({"m", "mb", "meg", "megs", "megabyte", "megabytes"}, 1000LL * 1000);
         add({"g", "gb", "gig", "gigs", "gigabyte", "gigabytes"}, 1000LL * 1000 * 1000);
         add({"t", "tb", "terabyte", "terabytes"}, 1000LL * 1000 * 1000 * 1000);
         return t;

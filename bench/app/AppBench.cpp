@@ -106,7 +106,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: bench_app FOLDER [--files N] [--seconds S]\n");
         return 2;
     }
-    const QString root = args[1];
+    const QString& root = args[1];
     int files = 250000;
     int seconds = 60;
     if (int i = args.indexOf("--files"); i > 0 && i + 1 < args.size()) files = args[i + 1].toInt();

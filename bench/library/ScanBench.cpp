@@ -105,7 +105,7 @@ int main(int argc, char** argv)
     QCoreApplication app(argc, argv);
     const QStringList args = app.arguments().mid(1);
     if (args.isEmpty() || args[0].startsWith(u'-')) return usage();
-    const QString root = args[0];
+    const QString& root = args[0];
     int files = 250000;
     quint32 seed = 1;
     int runs = 7;

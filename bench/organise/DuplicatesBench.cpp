@@ -152,7 +152,7 @@ TreeFacts makeTree(const Options& o, const QString& root)
 
     for (int i = 0; i < originals; ++i) {
         Original orig{qint64(std::exp(logSize(random))), random(), -1};
-        if (i < bigFiles) orig.size = 16 * 1024 * 1024 + qint64(random() % 4096);
+        if (i < bigFiles) orig.size = qint64(16) * 1024 * 1024 + qint64(random() % 4096);
         const auto roll = random() % 100;
         if (i > bigFiles && roll < 5) {
             orig.size = made[size_t(random() % made.size())].size;  // a size twin, other content

@@ -26,7 +26,7 @@ constexpr double kYear = 365.0 * kDay;
 // Names that carry a date (screenshots, camera files) are written as if the plan were made on
 // this day, so that the names never depend on the clock.
 constexpr qint64 kNameEpoch = 1748779200;  // 2025-06-01T12:00:00Z
-constexpr qint64 kMB = 1000 * 1000;
+constexpr qint64 kMB = qint64(1000) * 1000;
 // Bumped whenever the generator changes, so that an old tree on disk is not reused.
 constexpr int kPlanVersion = 3;
 
@@ -153,7 +153,7 @@ private:
         qsizetype dot = path.lastIndexOf(u'.');
         if (dot <= slash + 1) dot = path.size();
         for (int n = 2;; ++n) {
-            const QString candidate = path.left(dot) + QStringLiteral(" %1").arg(n) + path.mid(dot);
+            QString candidate = path.left(dot) + QStringLiteral(" %1").arg(n) + path.mid(dot);
             if (!m_used.contains(candidate)) {
                 m_used.insert(candidate);
                 return candidate;

@@ -15,7 +15,7 @@ FileItem fileAt(const QString& path, qint64 size, Date added, std::optional<QStr
     FileItem i = test::itemAt(path);
     i.size = size;
     i.created = i.modified = i.added = added;
-    i.sourceKey = source;
+    i.sourceKey = std::move(source);
     return i;
 }
 

@@ -132,7 +132,7 @@ TEST_F(CliOrganiseTest, TrashRecordsTheOperationAndPutBackUndoesIt)
     EXPECT_EQ(trashed.exitCode, 1) << "one file failed";
     const QJsonObject result = json(trashed);
     ASSERT_EQ(result["moved"].toArray().size(), 2) << trashed.out.toStdString();
-    for (const QJsonValue& m : result["moved"].toArray())
+    for (const QJsonValue m : result["moved"].toArray())
         EXPECT_TRUE(m["trashed"].toString().startsWith(trashFiles() + u'/')) << m["trashed"].toString().toStdString();
     EXPECT_EQ(result["failed"][0]["path"].toString(), missing);
     EXPECT_TRUE(result["message"].toString().startsWith("Moved 2 items to the Trash, but"))

@@ -258,7 +258,7 @@ static bool writeHeif(const QImage& picture, const QString& path)
     int stride = 0;
     uint8_t* pixels = heif_image_get_plane(image, heif_channel_interleaved, &stride);
     for (int y = 0; y < rgb.height(); ++y)
-        std::memcpy(pixels + y * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
+        std::memcpy(pixels + std::ptrdiff_t(y) * stride, rgb.constScanLine(y), size_t(rgb.width()) * 3);
     heif_encoder_set_lossy_quality(encoder, 80);
     const bool ok = heif_context_encode_image(context, image, encoder, nullptr, nullptr).code == heif_error_Ok
         && heif_context_write_to_file(context, QFile::encodeName(path).constData()).code == heif_error_Ok;

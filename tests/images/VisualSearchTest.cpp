@@ -15,7 +15,8 @@ namespace {
 using Scores = QHash<QString, float>;
 
 // A record with these labels, colour shares and lines of text (boxes stacked down from the top).
-ImageRecord record(const QString& path, Scores labels, Scores colors = {}, QStringList lines = {}, bool failed = false)
+ImageRecord record(const QString& path, Scores labels, Scores colors = {}, const QStringList& lines = {},
+                   bool failed = false)
 {
     QList<TextLine> textLines;
     float y = 0.9f;
@@ -27,9 +28,9 @@ ImageRecord record(const QString& path, Scores labels, Scores colors = {}, QStri
                        std::nullopt, 640, 480, failed);
 }
 
-ImageRecord page(const QString& path, QStringList lines, bool failed = false)
+ImageRecord page(const QString& path, const QStringList& lines, bool failed = false)
 {
-    return record(path, {}, {}, std::move(lines), failed);
+    return record(path, {}, {}, lines, failed);
 }
 
 QStringList paths(const QList<VisualMatch>& matches)

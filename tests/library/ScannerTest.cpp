@@ -449,7 +449,7 @@ TEST(ScannerCameraTest, ReadsTheModelElseTheMakeFromExif)
     QImage image(64, 48, QImage::Format_RGB32);
     image.fill(Qt::darkCyan);
     auto jpegWithExif = [&](const QString& rel, const char* make, const char* model) {
-        const QString path = tree.path(rel);
+        QString path = tree.path(rel);
         QDir().mkpath(QFileInfo(path).absolutePath());
         EXPECT_TRUE(image.save(path, "JPEG"));
         auto img = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());

@@ -63,7 +63,8 @@ TEST(SortKeyTest, NumericKeysAreStableInBothDirections)
         {SortKey::dateAdded, [](const FileItem& f) { return f.added.seconds; }},
         {SortKey::dateModified, [](const FileItem& f) { return f.modified.seconds; }},
     };
-    for (const auto& [key, field] : cases) {
+    for (const auto& [key, byField] : cases) {
+        const auto field = byField;  // a lambda may not capture a structured binding in clang 14
         for (bool ascending : {true, false}) {
             SCOPED_TRACE(SortKeys::rawValue(key).toStdString() + (ascending ? " up" : " down"));
             QList<FileItem> expected = items;

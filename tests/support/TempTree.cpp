@@ -24,14 +24,14 @@ QString TempTree::path(const QString& relative) const
 
 QString TempTree::mkdir(const QString& relative)
 {
-    const QString p = path(relative);
+    QString p = path(relative);
     QDir().mkpath(p);
     return p;
 }
 
 QString TempTree::write(const QString& relative, const QByteArray& content)
 {
-    const QString p = path(relative);
+    QString p = path(relative);
     QDir().mkpath(QFileInfo(p).absolutePath());
     QFile f(p);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(content);
@@ -53,7 +53,7 @@ QString TempTree::writeSized(const QString& relative, qint64 size, int seed)
 
 QString TempTree::symlink(const QString& relative, const QString& target)
 {
-    const QString p = path(relative);
+    QString p = path(relative);
     QDir().mkpath(QFileInfo(p).absolutePath());
     ::symlink(QFile::encodeName(target).constData(), QFile::encodeName(p).constData());
     return p;
