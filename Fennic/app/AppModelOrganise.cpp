@@ -2,6 +2,7 @@
 // finding and the two automatic rules that tidy files after every scan.
 #include "AppModel.h"
 
+#include "library/CaptureDate.h"
 #include "library/Library.h"
 #include "library/Prefs.h"
 #include "model/Fmt.h"
@@ -206,8 +207,11 @@ void AppModel::findDuplicates()
     runInBackground([this, snapshot, downloads, prints, stopping, report] {
         auto exact = DuplicateFinder::exact(
             snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
+        // Items loaded from the cache have no camera dates yet.
+        QList<FileItem> dated = snapshot;
+        CaptureDate::fillMissing(dated);
         auto alike = DuplicateFinder::lookalikes(
-            snapshot, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
+            dated, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
             [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
         QMetaObject::invokeMethod(
             this,

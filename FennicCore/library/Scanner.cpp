@@ -1,5 +1,6 @@
 #include "Scanner.h"
 
+#include "CaptureDate.h"
 #include "FileAttributes.h"
 #include "model/DownloadSource.h"
 #include "model/FileKind.h"
@@ -175,6 +176,7 @@ FileItem assemble(QString path, QString name, const QString& ext, FileKind kind,
     item.isScreenshot = screenshot;
     if (!whereFrom.isEmpty()) item.sourceKey = DownloadSource::keyFor(whereFrom);
     item.whereFrom = std::move(whereFrom);
+    CaptureDate::fill(item);  // photographs copied in one go keep the times they were taken
     return item;
 }
 

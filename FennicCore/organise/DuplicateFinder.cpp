@@ -100,7 +100,7 @@ QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, fl
     for (const FileItem& f : items)
         if (f.kind == FileKind::image && f.size < kLookalikeMaxSize && f.ext != u"svg") candidates.append(f);
     std::stable_sort(candidates.begin(), candidates.end(),
-                     [](const FileItem& a, const FileItem& b) { return a.created < b.created; });
+                     [](const FileItem& a, const FileItem& b) { return a.captureDate() < b.captureDate(); });
 
     const qsizetype n = candidates.size();
     // Made lazily, once per candidate: most pictures have no neighbour within the window.
@@ -116,7 +116,7 @@ QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, fl
         if (stop && stop->load(std::memory_order_relaxed)) return {};
         if (i % 25 == 0 && progress) progress(double(i) / double(n));
         for (qsizetype j = i + 1; j < n; ++j) {
-            if (candidates[j].created - candidates[i].created > window) break;
+            if (candidates[j].captureDate() - candidates[i].captureDate() > window) break;
             const auto& a = printOf(i);
             if (!a) break;  // a picture without a print never joins a group
             const auto& b = printOf(j);

@@ -45,11 +45,11 @@ QList<DuplicateGroup> exact(const QList<FileItem>& items, const QString& downloa
                             const std::atomic<bool>* stop = nullptr, int threads = 0);
 
 // Look-alike photos among the images under 60,000,000 bytes that are not SVG. Each picture is
-// compared with those taken (by `created`) at most `window` seconds after it; a distance
-// below `threshold` joins the two, and whole chains of joined pictures form one group, in
-// order of `created`, keeping the largest file (the earliest of equal sizes). Prints of
-// different lengths, or that the provider cannot make, never join. Groups come largest
-// reclaimable first. Progress is reported every 25 candidates.
+// compared with those taken (by captureDate(): the camera's date, else `created`) at most
+// `window` seconds after it; a distance below `threshold` joins the two, and whole chains of
+// joined pictures form one group, in order of capture, keeping the largest file (the earliest of equal sizes). Prints
+// of different lengths, or that the provider cannot make, never join. Groups come largest reclaimable first. Progress
+// is reported every 25 candidates.
 QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, float threshold,
                                  const FeaturePrintProvider& prints, const Progress& progress = {},
                                  const std::atomic<bool>* stop = nullptr);
