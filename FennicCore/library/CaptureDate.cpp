@@ -8,7 +8,11 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #include <exiv2/exiv2.hpp>
 #pragma GCC diagnostic pop
+#include <cstring>
+#include <fcntl.h>
+#include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace fennic::CaptureDate {
 namespace {
@@ -19,6 +23,28 @@ QString exifText(const Exiv2::ExifData& exif, const char* key)
     if (it == exif.end()) return {};
     // Cameras pad these fields with NULs and spaces.
     return QString::fromUtf8(it->toString().c_str()).trimmed();
+}
+
+// Whether the file is a regular file that begins like a format that carries Exif: JPEG, TIFF
+// and the TIFF-based raw formats, PNG, WebP, HEIF/CR3 (ISO boxes), Fujifilm RAF. Most pictures
+// a scan meets that are not photographs (and files named like pictures that are not) are
+// settled by this one small read, before libexiv2 opens anything; a pipe or a device is never
+// opened for reading.
+bool startsLikeAPhoto(const QByteArray& path)
+{
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) return false;
+    struct stat st { };
+    unsigned char head[16] = {};
+    const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
+    const ssize_t got = regular ? ::pread(fd, head, sizeof head, 0) : -1;
+    ::close(fd);
+    if (got < 12) return false;
+    using namespace std::string_view_literals;
+    auto is = [&](size_t at, std::string_view text) { return std::memcmp(head + at, text.data(), text.size()) == 0; };
+    return (head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF) || is(0, "II*\0"sv) || is(0, "MM\0*"sv)
+        || is(0, "IIRO") || is(0, "IIRS") || is(0, "IIU\0"sv) || is(0, "\x89PNG") || (is(0, "RIFF") && is(8, "WEBP"))
+        || is(4, "ftyp") || is(0, "FUJIFILM");
 }
 
 }  // namespace
@@ -68,10 +94,8 @@ std::optional<Reading> read(const QString& path)
         return true;
     }();
     (void)quiet;
-    // Only regular files: opening a pipe or a device could block or read forever.
     const QByteArray bytes = QFile::encodeName(path);
-    struct stat st { };
-    if (::stat(bytes.constData(), &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    if (!startsLikeAPhoto(bytes)) return std::nullopt;
     try {
         auto image = Exiv2::ImageFactory::open(std::string(bytes.constData(), size_t(bytes.size())));
         if (!image.get()) return std::nullopt;
