@@ -1,6 +1,6 @@
 // Look-alike photos at scale, and `fennic-cli duplicates` against `jdupes -r` on one tree.
 //
-//   bench_lookalikes FOLDER [--tree DIR | --home DIR] [--cli PATH] [--runs R]
+//   bench_lookalikes FOLDER [--tree DIR | --home DIR] [--cli PATH] [--runs R] [--photos DIR]
 //
 // 1. DuplicateFinder::lookalikes over 5,000 pictures sharing one copy time, with stored
 //    1,280-float prints as far apart as unrelated photos are (about 0.76; real ones lie at 0.82
@@ -17,9 +17,12 @@
 //    With --home instead (a synthetic home that bench_scan writes, e.g. `bench_scan DIR --files
 //    20000`), the home itself is the CLI's library and jdupes walks all of it: its pictures are
 //    sparse stand-ins that cannot be decoded, written in one go, so they share one copy time.
+// 4. With --photos: what reading the camera's date costs per file (CaptureDate::read, as the
+//    scan calls it), over every file of DIR, 20 rounds, warm cache.
 
 #include "images/ImageAnalyzer.h"
 #include "images/ImageIndex.h"
+#include "library/CaptureDate.h"
 #include "organise/DuplicateFinder.h"
 
 #include <QCoreApplication>
@@ -212,6 +215,26 @@ int cliAgainstJdupes(const QString& folder, const QString& tree, bool treeIsHome
     return 0;
 }
 
+void captureDates(const QString& photos)
+{
+    QStringList files;
+    for (const QFileInfo& info : QDir(photos).entryInfoList(QDir::Files, QDir::Name))
+        files.append(info.absoluteFilePath());
+    if (files.isEmpty()) return;
+    int dated = 0;
+    for (const QString& f : files) dated += CaptureDate::read(f).has_value();  // warms the cache
+    constexpr int kRounds = 20;
+    QElapsedTimer t;
+    t.start();
+    const double c = cpuMs();
+    for (int r = 0; r < kRounds; ++r)
+        for (const QString& f : files) (void)CaptureDate::read(f);
+    const double perFile = double(t.nsecsElapsed()) / 1e3 / double(kRounds * files.size());
+    const double cpuPerFile = (cpuMs() - c) * 1e3 / double(kRounds * files.size());
+    std::printf("CaptureDate::read over %lld files (%d with a camera date): %.1f µs wall, %.1f µs CPU per file\n",
+                qlonglong(files.size()), dated, perFile, cpuPerFile);
+}
+
 }  // namespace
 
 int main(int argc, char** argv)
@@ -226,16 +249,22 @@ int main(int argc, char** argv)
     QString tree;
     bool treeIsHome = false;
     QString cli = QStringLiteral(FENNIC_CLI_PATH);
+    QString photos;
     int runs = 5;
     for (int i = 2; i + 1 < args.size(); ++i) {
         if (args[i] == u"--tree")
             tree = args[++i];
+        else if (args[i] == u"--home")
+            tree = args[++i], treeIsHome = true;
         else if (args[i] == u"--cli")
             cli = args[++i];
         else if (args[i] == u"--runs")
             runs = std::max(1, args[++i].toInt());
+        else if (args[i] == u"--photos")
+            photos = args[++i];
     }
     QDir().mkpath(folder);
+    if (!photos.isEmpty()) captureDates(photos);
     lookalikesOverACrowd(runs);
     lookalikesOverStandIns(folder, runs);
     if (!tree.isEmpty()) return cliAgainstJdupes(folder, tree, treeIsHome, cli, runs);
