@@ -3,6 +3,7 @@
 #include "BackgroundTasks.h"
 #include "ImageIndexer.h"
 #include "LibraryModel.h"
+#include "library/CaptureDate.h"
 #include "library/Library.h"
 #include "organise/DuplicateFinder.h"
 
@@ -67,8 +68,11 @@ void DuplicateScan::findDuplicates()
     m_tasks.run([this, snapshot, downloads, prints, stopping, report] {
         auto exact = DuplicateFinder::exact(
             snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
+        // Items loaded from the cache have no camera dates yet.
+        QList<FileItem> dated = snapshot;
+        CaptureDate::fillMissing(dated);
         auto alike = DuplicateFinder::lookalikes(
-            snapshot, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
+            dated, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold, prints,
             [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
         QMetaObject::invokeMethod(
             this,

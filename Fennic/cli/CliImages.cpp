@@ -221,6 +221,10 @@ int runFind(bool json, const std::optional<QString>& modeOption, const QStringLi
                                        << Fmt::count(index.records.size(), QStringLiteral("picture"))
                                                      << " (" << VisualSearch::title(*mode) << ", " << fixed(ms, 1)
                                                      << " ms)\n";
+    // Silence would read as "no such pictures" when the words themselves were not understood.
+    if (*mode != VisualSearch::Mode::text)
+        for (const QString& word : VisualQuery::parse(query).unrecognised())
+            out() << QStringLiteral("Not recognised: \u201C%1\u201D\n").arg(word);
     return 0;
 }
 

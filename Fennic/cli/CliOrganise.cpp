@@ -5,6 +5,7 @@
 
 #include "images/ImageAnalyzer.h"
 #include "images/ImageIndex.h"
+#include "library/CaptureDate.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Scanner.h"
@@ -181,8 +182,11 @@ int runDuplicates(CliArgs& args)
     QList<DuplicateGroup> lookalikes;
     if (!exactOnly) {
         const ImageIndex index = ImageIndex::load(SupportFiles::current().imageIndex()).value_or(ImageIndex());
+        // The cache keeps no camera dates: read them for the pictures.
+        QList<FileItem> dated = *items;
+        CaptureDate::fillMissing(dated);
         lookalikes =
-            DuplicateFinder::lookalikes(*items, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold,
+            DuplicateFinder::lookalikes(dated, DuplicateFinder::kLookalikeWindow, DuplicateFinder::kLookalikeThreshold,
                                         ImageAnalyzer::printProvider(index), [&](double p) { report(0.6 + 0.4 * p); });
     }
     if (showProgress) {

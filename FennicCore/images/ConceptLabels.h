@@ -10,12 +10,16 @@ namespace fennic::ConceptLabels {
 
 // Everyday labels the classifier's own classes lack ("beach", "dog", "food", "document"),
 // each gathered from member classes of the model: its confidence is the sum of its members'
-// probabilities, capped at 1. Members are named by the model's label identifiers or, for
-// large families such as the dog breeds, by ranges of its output indices.
+// probabilities, capped at 1. Where WordNet places the word above the model's classes, the
+// members are those classes (every dog breed under "dog"), plus the few related classes the
+// hierarchy files elsewhere (a car's grille); scenes the hierarchy does not place ("beach",
+// "snow", "kitchen") are written by hand. Members are named by the model's label identifiers
+// or by ranges of its output indices.
 struct Concept {
     QString name;
-    QStringList members;                     // label identifiers
+    QStringList members;                     // label identifiers: `hierarchy`, then those added by hand
     std::vector<std::pair<int, int>> spans;  // inclusive ranges of output indices
+    QStringList hierarchy;                   // the classes WordNet places under the concept's noun
 };
 
 // The whole table, in a fixed order. Built once; any thread.

@@ -104,11 +104,17 @@ std::optional<VisualMatch> LabelEngine::score(const ImageRecord& record, const V
         const float wordEvidence = wordInText ? kWordEvidence : 0.0f;
         const float evidence = 1.0f - (1.0f - labelEvidence) * (1.0f - telltaleEvidence) * (1.0f - wordEvidence);
         evidenceSum += evidence;
-        if (evidence < kMinEvidence) continue;
+        const QString shown = Vocabulary::display(part.word);
+        if (evidence < kMinEvidence) {
+            // A word nothing places is named, so that the hits found for the rest of the
+            // description do not look like an answer to it.
+            if (part.labels.isEmpty() && part.telltales.isEmpty())
+                match.reasons.append(QString(u'“' % shown % QStringLiteral("” not recognised")));
+            continue;
+        }
         ++conceptsSeen;
         extraTelltales += std::max(0, telltales - 1);
         // The reason names the strongest of the sources.
-        const QString shown = Vocabulary::display(part.word);
         if (labelEvidence >= telltaleEvidence && labelEvidence >= wordEvidence)
             match.reasons.append(!bestLabel || *bestLabel == part.word
                                      ? shown

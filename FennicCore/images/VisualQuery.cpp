@@ -41,6 +41,14 @@ VisualQuery VisualQuery::parse(const QString& text)
     return query;
 }
 
+QStringList VisualQuery::unrecognised() const
+{
+    QStringList out;
+    for (const Concept& part : concepts)
+        if (part.labels.isEmpty() && part.telltales.isEmpty()) out.append(Vocabulary::display(part.word));
+    return out;
+}
+
 void VisualQuery::prepare()
 {
     // With only a few words to look for, searching for each directly is faster than reading

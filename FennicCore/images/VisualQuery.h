@@ -42,6 +42,10 @@ struct VisualQuery {
 
     bool isEmpty() const { return concepts.isEmpty() && colors.isEmpty() && words.isEmpty(); }
 
+    // The concepts' words that nothing places on a classifier label or telltale ("zzyzx",
+    // "democracy"), as reasons show them: a picture can match them only through its text.
+    QStringList unrecognised() const;
+
     // Splits into words (runs of letters and digits), folds them and drops stop words; a
     // colour word adds its colour, every other word becomes a concept and is kept in `words`.
     static VisualQuery parse(const QString& text);

@@ -2,6 +2,7 @@
 
 #include "images/ConceptLabels.h"
 #include "images/VisionModel.h"
+#include "images/WordNet.h"
 
 #include <QDir>
 
@@ -130,6 +131,8 @@ QString stem(const QString& word)
     if (word.endsWith(u's')) candidates.append(word.chopped(1));
     for (const QString& candidate : candidates)
         if (known(candidate)) return candidate;
+    // Then WordNet's morphology, which knows every noun ("horses", "geese", "ponies").
+    if (const auto base = WordNet::baseForm(word)) return *base;
     if (word.endsWith(u"ies")) return word.chopped(3) + u'y';
     for (const char* suffix : {"ches", "shes", "sses", "xes", "zes"})
         if (word.endsWith(QLatin1String(suffix))) return word.chopped(2);
@@ -142,9 +145,13 @@ QHash<QString, float> labels(const QString& word)
 {
     const QString base = stem(word);
     if (const auto it = synonyms().constFind(base); it != synonyms().cend()) return it.value();
-    if (allLabels().contains(base)) return {{base, 1.0f}};
-    if (base != word && allLabels().contains(word)) return {{word, 1.0f}};
-    return {};
+    QHash<QString, float> found = WordNet::labels(base);
+    if (found.isEmpty() && base != word) found = WordNet::labels(word);
+    if (allLabels().contains(base))
+        found.insert(base, 1.0f);
+    else if (base != word && allLabels().contains(word))
+        found.insert(word, 1.0f);
+    return found;
 }
 
 const QStringList& allLabels()

@@ -28,11 +28,14 @@ const QHash<QString, QStringList>& telltaleWords();
 const QHash<QString, QHash<QString, float>>& synonyms();
 
 // The base form of a word: plurals reduced ("beaches" -> "beach", "puppies" -> "puppy",
-// "children" -> "child"); words the tables know are kept as they are.
+// "children" -> "child", "geese" -> "goose"); words the tables know are kept as they are, then
+// WordNet's morphology decides, then common English rules.
 QString stem(const QString& word);
 
-// The labels for a word (after stemming): its synonyms row, else the label of the same name
-// when the classifier has one, else nothing.
+// The labels for a word (after stemming): its synonyms row when it has one (those rows say
+// what the hierarchy cannot: "sea" is the ocean and the shore); else the classes WordNet
+// places it above or beside (WordNet.h), with the label of the same name at full weight when
+// the classifier has one; empty when nothing places it.
 QHash<QString, float> labels(const QString& word);
 
 // Every label the classifier can give: the model's classes (from its label list, when the

@@ -29,6 +29,16 @@ struct FileItem {
     std::optional<QString> sourceKey;
     std::optional<Date> lastUsed;   // applications only
     std::optional<QString> camera;  // filled later from the image's metadata
+    // When a photograph was taken, by the camera's own clock (Exif), read during the scan. Not
+    // kept in the library cache, whose keys are fixed: absent after a cache load until the next
+    // scan or until someone asks (CaptureDate::fillMissing).
+    std::optional<Date> taken;
+    enum class TakenFrom : quint8 {
+        fileSystem,        // no camera date: `created` stands in
+        cameraClock,       // Exif DateTimeOriginal read in the local time zone (no offset recorded)
+        cameraWithOffset,  // Exif DateTimeOriginal with its OffsetTimeOriginal
+    };
+    TakenFrom takenFrom = TakenFrom::fileSystem;
 
     // Seconds by which `added` must exceed `modified` before the edit date is shown instead.
     static constexpr double kAddedLagForModifiedDate = 86400.0;
@@ -44,6 +54,9 @@ struct FileItem {
     // A disk image, installer package or Linux package (".deb", ".rpm", ".flatpak", ".snap",
     // ".run", …): what the clean-up rules and the automatic installer rule propose.
     bool isInstaller() const;
+    // When the picture was made: the camera's date when it recorded one, else `created`.
+    // Copies made in one go share `created` but keep their cameras' dates.
+    Date captureDate() const { return taken.value_or(created); }
 
     friend bool operator==(const FileItem& a, const FileItem& b) { return a.path == b.path; }
 };

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <numeric>
 #include <sys/stat.h>
@@ -45,6 +46,46 @@ private:
     std::vector<qsizetype> m_parent;
 };
 
+constexpr float kNoLimit = std::numeric_limits<float>::infinity();
+
+// The squared distance of two vectors of n floats, eight lanes at a time (which the compiler
+// turns into vector instructions); it stops early, with some value above `limit`, once the
+// partial sum passes `limit`: most pairs of pictures are far apart and show it early.
+float squaredDistance(const float* a, const float* b, qsizetype n, float limit)
+{
+    constexpr qsizetype kLanes = 8;
+    constexpr qsizetype kBlock = 128;  // floats between checks against the limit
+    float lanes[kLanes] = {};
+    qsizetype i = 0;
+    while (i + kLanes <= n) {
+        const qsizetype blockEnd = std::min(n - n % kLanes, i + kBlock);
+        for (; i < blockEnd; i += kLanes)
+            for (qsizetype k = 0; k < kLanes; ++k) {
+                const float d = a[i + k] - b[i + k];
+                lanes[k] += d * d;
+            }
+        float partial = 0.0f;
+        for (float lane : lanes) partial += lane;
+        if (partial > limit) return partial;
+    }
+    float sum = 0.0f;
+    for (float lane : lanes) sum += lane;
+    for (; i < n; ++i) {
+        const float d = a[i] - b[i];
+        sum += d * d;
+    }
+    return sum;
+}
+
+// Whether two prints lie closer than `threshold`; prints of different or zero length never do.
+bool closerThan(const FeaturePrint& a, const FeaturePrint& b, float threshold)
+{
+    if (a.isEmpty() || a.size() != b.size()) return false;
+    const float limit = threshold * threshold;
+    const float sum = squaredDistance(a.constData(), b.constData(), a.size(), limit);
+    return std::isfinite(sum) && sum < limit;
+}
+
 }  // namespace
 
 std::optional<QString> hash(const QString& path, std::optional<qint64> limit)
@@ -82,14 +123,9 @@ FileItem preferredKeeper(const QList<FileItem>& files, const QString& downloads)
 std::optional<float> distance(const FeaturePrint& a, const FeaturePrint& b)
 {
     if (a.isEmpty() || a.size() != b.size()) return std::nullopt;
-    double sum = 0;
-    for (qsizetype i = 0; i < a.size(); ++i) {
-        const double d = double(a[i]) - double(b[i]);
-        sum += d * d;
-    }
-    const double result = std::sqrt(sum);
+    const float result = std::sqrt(squaredDistance(a.constData(), b.constData(), a.size(), kNoLimit));
     if (!std::isfinite(result)) return std::nullopt;
-    return float(result);
+    return result;
 }
 
 QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, float threshold,
@@ -99,8 +135,12 @@ QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, fl
     QList<FileItem> candidates;
     for (const FileItem& f : items)
         if (f.kind == FileKind::image && f.size < kLookalikeMaxSize && f.ext != u"svg") candidates.append(f);
-    std::stable_sort(candidates.begin(), candidates.end(),
-                     [](const FileItem& a, const FileItem& b) { return a.created < b.created; });
+    // Pictures of one moment (a folder copied in one go, without camera dates) in name order,
+    // which is the order cameras number them in.
+    std::stable_sort(candidates.begin(), candidates.end(), [](const FileItem& a, const FileItem& b) {
+        if (a.captureDate() != b.captureDate()) return a.captureDate() < b.captureDate();
+        return a.path < b.path;
+    });
 
     const qsizetype n = candidates.size();
     // Made lazily, once per candidate: most pictures have no neighbour within the window.
@@ -115,14 +155,14 @@ QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, fl
     for (qsizetype i = 0; i < n; ++i) {
         if (stop && stop->load(std::memory_order_relaxed)) return {};
         if (i % 25 == 0 && progress) progress(double(i) / double(n));
-        for (qsizetype j = i + 1; j < n; ++j) {
-            if (candidates[j].created - candidates[i].created > window) break;
+        const qsizetype last = std::min(n - 1, i + kLookalikeNeighbours);
+        for (qsizetype j = i + 1; j <= last; ++j) {
+            if (candidates[j].captureDate() - candidates[i].captureDate() > window) break;
             const auto& a = printOf(i);
             if (!a) break;  // a picture without a print never joins a group
             const auto& b = printOf(j);
             if (!b) continue;
-            const auto d = distance(*a, *b);
-            if (d && *d < threshold) sets.join(i, j);
+            if (closerThan(*a, *b, threshold)) sets.join(i, j);
         }
     }
 

@@ -30,6 +30,11 @@ inline constexpr qint64 kHashChunk = 1048576;  // files are read and hashed 1 Mi
 inline constexpr qint64 kLookalikeMaxSize = 60'000'000;
 inline constexpr double kLookalikeWindow = 180.0;  // what the app passes, in seconds
 inline constexpr float kLookalikeThreshold = 0.45f;
+// Each picture is compared with at most this many that follow it. Only a crowd sharing one
+// moment reaches it (a folder copied in one go, without camera dates): its pictures are then
+// in name order, the order cameras number them in, so the frames of a burst stand together and
+// chains of neighbours join them, while thousands of pictures cost linear time.
+inline constexpr qsizetype kLookalikeNeighbours = 64;
 
 // Exact duplicates among the items that are not apps and hold at least 1,024 bytes. Only
 // files with a size twin are read; two names of one file (hard links, same volume and file
@@ -45,11 +50,12 @@ QList<DuplicateGroup> exact(const QList<FileItem>& items, const QString& downloa
                             const std::atomic<bool>* stop = nullptr, int threads = 0);
 
 // Look-alike photos among the images under 60,000,000 bytes that are not SVG. Each picture is
-// compared with those taken (by `created`) at most `window` seconds after it; a distance
-// below `threshold` joins the two, and whole chains of joined pictures form one group, in
-// order of `created`, keeping the largest file (the earliest of equal sizes). Prints of
-// different lengths, or that the provider cannot make, never join. Groups come largest
-// reclaimable first. Progress is reported every 25 candidates.
+// compared with those taken (by captureDate(): the camera's date, else `created`; ties in
+// name order) at most `window` seconds after it, at most kLookalikeNeighbours of them; a
+// distance below `threshold` joins the two, and whole chains of joined pictures form one
+// group, in order of capture, keeping the largest file (the earliest of equal sizes). Prints
+// of different lengths, or that the provider cannot make, never join. Groups come largest reclaimable first. Progress
+// is reported every 25 candidates.
 QList<DuplicateGroup> lookalikes(const QList<FileItem>& items, double window, float threshold,
                                  const FeaturePrintProvider& prints, const Progress& progress = {},
                                  const std::atomic<bool>* stop = nullptr);

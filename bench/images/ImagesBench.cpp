@@ -341,6 +341,8 @@ void benchSearch(int count, int runs)
         {VisualSearch::Mode::describe, "photos of a beach"},
         {VisualSearch::Mode::describe, "blue and white"},
         {VisualSearch::Mode::describe, "dogs playing in the snow"},
+        {VisualSearch::Mode::describe, "horses in a field"},
+        {VisualSearch::Mode::describe, "a squirrel, a giraffe and an animal"},
         {VisualSearch::Mode::text, "invoice"},
         {VisualSearch::Mode::text, "total due"},
         {VisualSearch::Mode::text, "zzyzx"},

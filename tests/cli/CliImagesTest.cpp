@@ -134,4 +134,9 @@ TEST(CliImagesTest, UsageMistakesAndMissingRecords)
     const auto find = images({"find", "beach", "--json"}, root);
     EXPECT_EQ(find.exitCode, 0);
     EXPECT_TRUE(json(find).array().isEmpty());
+    // Words nothing places are named, so that no hits do not read as "no such pictures".
+    const auto unknown = images({"find", "a zzyzx on the beach", "--mode", "describe"}, root);
+    EXPECT_EQ(unknown.exitCode, 0);
+    EXPECT_TRUE(unknown.out.contains(QStringLiteral("Not recognised: \u201Czzyzx\u201D"))) << unknown.out.toStdString();
+    EXPECT_FALSE(unknown.out.contains(QStringLiteral("beach\u201D")));
 }

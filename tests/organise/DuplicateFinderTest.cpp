@@ -347,6 +347,35 @@ TEST(DuplicateFinderTest, LookalikesJoinPicturesTakenCloseTogether)
     EXPECT_EQ(reports, std::vector<double>({0.0, 25.0 / 61, 50.0 / 61}));
 }
 
+TEST(DuplicateFinderTest, PicturesCopiedInOneGoMeetTheirNeighboursByName)
+{
+    // 5,000 pictures sharing one moment, listed in no particular order; every print is far from
+    // every other except a burst of three consecutive names, and a pair 100 names apart.
+    QList<FileItem> copied;
+    QHash<QString, FeaturePrint> prints;
+    for (int i = 0; i < 5000; ++i) {
+        const int number = (i * 7919) % 5000;  // a permutation of 0 ... 4999
+        FileItem f = itemAt(QStringLiteral("/h/Pictures/IMG_%1.jpg").arg(number, 4, 10, QChar(u'0')), Date{0});
+        f.kind = FileKind::image;
+        f.size = 1000 + number;
+        copied.append(f);
+        float x = float(number);
+        if (number >= 2500 && number <= 2502) x = 2500.0f + 0.1f * float(number - 2500);
+        if (number == 4100) x = 4000.1f;
+        prints.insert(f.path, FeaturePrint{x, 0.0f});
+    }
+    int calls = 0;
+    const FeaturePrintProvider provider = [&](const QString& path) -> std::optional<FeaturePrint> {
+        ++calls;
+        return prints.value(path);
+    };
+    const auto groups = lookalikes(copied, kLookalikeWindow, kLookalikeThreshold, provider);
+    ASSERT_EQ(groups.size(), 1);
+    EXPECT_EQ(pathsOf(groups[0].files),
+              QStringList({"/h/Pictures/IMG_2500.jpg", "/h/Pictures/IMG_2501.jpg", "/h/Pictures/IMG_2502.jpg"}));
+    EXPECT_EQ(calls, 5000) << "each picture is analysed once";
+}
+
 TEST(DuplicateFinderTest, DistanceNeedsPrintsOfOneLength)
 {
     EXPECT_FLOAT_EQ(*distance({0.0f, 3.0f}, {4.0f, 0.0f}), 5.0f);
