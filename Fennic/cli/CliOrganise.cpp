@@ -301,13 +301,14 @@ int runTrash(CliArgs& args)
     const auto notice = TrashMessages::moveToTrash(result);
 
     if (json) {
-        QJsonArray moved, failed;
+        QJsonArray movedRows, failedRows;
         for (const FileOps::TrashedItem& m : result.moved)
-            moved.append(
+            movedRows.append(
                 QJsonObject{{"path", m.item.path}, {"trashed", m.trashed ? QJsonValue(*m.trashed) : QJsonValue()}});
         for (qsizetype i = 0; i < result.failed.size(); ++i)
-            failed.append(QJsonObject{{"path", result.failed[i].path}, {"reason", result.reasons.value(i)}});
-        printJson(QJsonObject{{"moved", moved}, {"failed", failed}, {"message", notice ? notice->text : QString()}});
+            failedRows.append(QJsonObject{{"path", result.failed[i].path}, {"reason", result.reasons.value(i)}});
+        printJson(
+            QJsonObject{{"moved", movedRows}, {"failed", failedRows}, {"message", notice ? notice->text : QString()}});
     } else {
         QTextStream& s = out();
         for (const FileOps::TrashedItem& m : result.moved)

@@ -70,12 +70,12 @@ QJsonObject filterJson(const SearchFilter& filter)
     } else if (const auto* d = filter.as<SearchFilter::DateRange>()) {
         o.insert(QStringLiteral("from"), d->from.toIso());
         o.insert(QStringLiteral("to"), d->to.toIso());
-    } else if (const auto* s = filter.as<SearchFilter::MinSize>()) {
-        o.insert(QStringLiteral("bytes"), double(s->bytes));
-        o.insert(QStringLiteral("strict"), s->strict);
-    } else if (const auto* s = filter.as<SearchFilter::MaxSize>()) {
-        o.insert(QStringLiteral("bytes"), double(s->bytes));
-        o.insert(QStringLiteral("strict"), s->strict);
+    } else if (const auto* atLeast = filter.as<SearchFilter::MinSize>()) {
+        o.insert(QStringLiteral("bytes"), double(atLeast->bytes));
+        o.insert(QStringLiteral("strict"), atLeast->strict);
+    } else if (const auto* atMost = filter.as<SearchFilter::MaxSize>()) {
+        o.insert(QStringLiteral("bytes"), double(atMost->bytes));
+        o.insert(QStringLiteral("strict"), atMost->strict);
     } else if (const auto* s = filter.as<SearchFilter::Source>()) {
         o.insert(QStringLiteral("key"), s->key);
         o.insert(QStringLiteral("name"), s->name);
@@ -88,8 +88,8 @@ QJsonObject filterJson(const SearchFilter& filter)
         o.insert(QStringLiteral("words"), t->words);
     } else if (const auto* l = filter.as<SearchFilter::Looks>()) {
         o.insert(QStringLiteral("description"), l->description);
-    } else if (const auto* t = filter.as<SearchFilter::Tag>()) {
-        o.insert(QStringLiteral("name"), t->name);
+    } else if (const auto* tag = filter.as<SearchFilter::Tag>()) {
+        o.insert(QStringLiteral("name"), tag->name);
     }
     o.insert(QStringLiteral("label"), filter.label());
     o.insert(QStringLiteral("category"), rawValue(filter.category()));

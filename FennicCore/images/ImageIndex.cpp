@@ -214,8 +214,8 @@ const QStringList& ImageIndex::readableExtensions()
     return extensions;
 }
 
-ImageIndex::ImageIndex(QStringList languages, QHash<QString, ImageRecord> records)
-    : languages(std::move(languages)), records(std::move(records))
+ImageIndex::ImageIndex(QStringList readIn, QHash<QString, ImageRecord> byPath)
+    : languages(std::move(readIn)), records(std::move(byPath))
 { }
 
 QByteArray ImageIndex::encode() const { return Encoder().encode(*this); }
@@ -291,9 +291,9 @@ bool ImageIndex::isIndexable(const FileItem& item)
         && readableExtensions().contains(item.ext);
 }
 
-QList<FileItem> ImageIndex::pending(const QList<FileItem>& items, const QStringList& languages) const
+QList<FileItem> ImageIndex::pending(const QList<FileItem>& items, const QStringList& wanted) const
 {
-    const QString key = languages.join(u',');
+    const QString key = wanted.join(u',');
     const bool lookUp = !records.isEmpty();
     QList<FileItem> due;
     for (const FileItem& item : items) {

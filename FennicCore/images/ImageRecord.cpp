@@ -23,20 +23,20 @@ bool readsBefore(const TextLine& a, const TextLine& b)
 
 void sortIntoReadingOrder(QList<TextLine>& lines) { std::stable_sort(lines.begin(), lines.end(), readsBefore); }
 
-ImageRecord::ImageRecord(QString path, qint64 size, Date modified, QHash<QString, float> labels,
-                         QHash<QString, float> colors, QList<TextLine> lines, QString altText,
-                         std::optional<QByteArray> print, qint64 pixelWidth, qint64 pixelHeight, bool failed)
-    : path(std::move(path)),
-      size(size),
-      modified(modified),
-      labels(std::move(labels)),
-      colors(std::move(colors)),
-      lines(std::move(lines)),
-      altText(std::move(altText)),
-      print(std::move(print)),
-      pixelWidth(pixelWidth),
-      pixelHeight(pixelHeight),
-      failed(failed)
+ImageRecord::ImageRecord(QString path_, qint64 size_, Date modified_, QHash<QString, float> labels_,
+                         QHash<QString, float> colors_, QList<TextLine> lines_, QString altText_,
+                         std::optional<QByteArray> print_, qint64 pixelWidth_, qint64 pixelHeight_, bool failed_)
+    : path(std::move(path_)),
+      size(size_),
+      modified(modified_),
+      labels(std::move(labels_)),
+      colors(std::move(colors_)),
+      lines(std::move(lines_)),
+      altText(std::move(altText_)),
+      print(std::move(print_)),
+      pixelWidth(pixelWidth_),
+      pixelHeight(pixelHeight_),
+      failed(failed_)
 {
     refold();
 }

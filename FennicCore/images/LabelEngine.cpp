@@ -81,10 +81,10 @@ std::optional<VisualMatch> LabelEngine::score(const ImageRecord& record, const V
         float labelEvidence = ready ? labelEvidenceOf[size_t(index)] : 0.0f;
         const QString* bestLabel = ready ? bestLabelOf[size_t(index)] : nullptr;
         for (auto it = part.labels.cbegin(); !ready && it != part.labels.cend(); ++it) {
-            const auto found = record.labels.constFind(it.key());
-            if (found == record.labels.cend() || found.value() <= 0.0f) continue;
+            const auto label = record.labels.constFind(it.key());
+            if (label == record.labels.cend() || label.value() <= 0.0f) continue;
             const float discount = Vocabulary::broadLabels().contains(it.key()) ? kBroadDiscount : 1.0f;
-            const float evidence = std::min(1.0f, found.value() * it.value() * discount);
+            const float evidence = std::min(1.0f, label.value() * it.value() * discount);
             if (evidence > labelEvidence || (evidence == labelEvidence && bestLabel && it.key() < *bestLabel))
                 labelEvidence = evidence, bestLabel = &it.key();
         }

@@ -173,7 +173,8 @@ struct OpenFolder {
     QString path;       // empty for "/", so that children are "/name"
     std::string bytes;  // the same path as bytes
 
-    OpenFolder(int fd, QString path, std::string bytes) : fd(fd), path(std::move(path)), bytes(std::move(bytes)) { }
+    OpenFolder(int fd_, QString path_, std::string bytes_) : fd(fd_), path(std::move(path_)), bytes(std::move(bytes_))
+    { }
     OpenFolder(const OpenFolder&) = delete;
     OpenFolder& operator=(const OpenFolder&) = delete;
     ~OpenFolder() { ::close(fd); }

@@ -110,12 +110,12 @@ SearchMatcher::SearchMatcher(const QList<SearchFilter>& filters, SearchContext& 
         } else if (const auto* d = filter.as<SearchFilter::DateRange>()) {
             c.from = d->from;
             c.to = d->to;
-        } else if (const auto* s = filter.as<SearchFilter::MinSize>()) {
-            c.bytes = s->bytes;
-            c.strict = s->strict;
-        } else if (const auto* s = filter.as<SearchFilter::MaxSize>()) {
-            c.bytes = s->bytes;
-            c.strict = s->strict;
+        } else if (const auto* atLeast = filter.as<SearchFilter::MinSize>()) {
+            c.bytes = atLeast->bytes;
+            c.strict = atLeast->strict;
+        } else if (const auto* atMost = filter.as<SearchFilter::MaxSize>()) {
+            c.bytes = atMost->bytes;
+            c.strict = atMost->strict;
         } else if (const auto* s = filter.as<SearchFilter::Source>()) {
             c.key = s->key;
             // Named sources have plain keys; a key with a dot is a web domain.
