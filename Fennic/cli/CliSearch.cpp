@@ -182,6 +182,7 @@ int runAsk(CliArgs& args)
         // A description orders by how well each picture fits it, whatever the sort settings.
         const QString description = looks->as<SearchFilter::Looks>()->description;
         std::vector<std::pair<float, qsizetype>> scored;
+        scored.reserve(hits.size());
         for (qsizetype i : hits)
             scored.emplace_back(context.visualScore(description, (*items)[i].path).value_or(0.0f), i);
         std::stable_sort(scored.begin(), scored.end(), [](const auto& a, const auto& b) { return a.first > b.first; });

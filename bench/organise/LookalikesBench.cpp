@@ -245,7 +245,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: bench_lookalikes FOLDER [--tree DIR] [--cli PATH] [--runs R]\n");
         return 2;
     }
-    const QString folder = args[1];
+    const QString& folder = args[1];
     QString tree;
     bool treeIsHome = false;
     QString cli = QStringLiteral(FENNIC_CLI_PATH);

@@ -10,7 +10,7 @@ using namespace fennic;
 
 namespace {
 
-ImageRecord record(const QString& path, QHash<QString, float> labels, QStringList lines, bool failed = false)
+ImageRecord record(const QString& path, QHash<QString, float> labels, const QStringList& lines, bool failed = false)
 {
     QList<TextLine> textLines;
     for (const QString& text : lines) textLines.append(TextLine{text, 0.1f, 0.5f, 0.5f, 0.04f, 0.9f});

@@ -35,7 +35,7 @@ Date local(int y, int mo, int d, int h, int mi, int s)
 QString photo(TempTree& tree, const QString& rel, const char* dateTime, const char* offset = nullptr,
               const char* subSeconds = nullptr, Qt::GlobalColor colour = Qt::darkCyan)
 {
-    const QString path = tree.path(rel);
+    QString path = tree.path(rel);
     QDir().mkpath(QFileInfo(path).absolutePath());
     QImage image(64, 48, QImage::Format_RGB32);
     image.fill(colour);

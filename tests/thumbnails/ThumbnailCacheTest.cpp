@@ -25,7 +25,7 @@ QString writePicture(TempTree& tree, const QString& relative, QSize size)
 {
     QImage image(size, QImage::Format_RGB32);
     image.fill(QColor(30, 120, 200));
-    const QString path = tree.path(relative);
+    QString path = tree.path(relative);
     tree.mkdir(relative.section(u'/', 0, -2));
     EXPECT_TRUE(image.save(path));
     return path;
