@@ -1,0 +1,141 @@
+#include "ThumbnailLoader.h"
+
+#include "ThumbnailMaker.h"
+
+#include <QMetaObject>
+#include <algorithm>
+#include <sys/resource.h>
+
+namespace fennic {
+namespace {
+
+constexpr int kWorkers = 2;
+// Thumbnailing defers to the GUI thread and to the library's own background work.
+constexpr int kNice = 10;
+
+int costOf(const QImage& image) { return int(std::min<qint64>(image.sizeInBytes() / 1024 + 1, INT32_MAX)); }
+
+}  // namespace
+
+ThumbnailLoader::ThumbnailLoader(ThumbnailCache cache, ThumbnailCache::Size size, qint64 memoryBytes, QObject* parent)
+    : QObject(parent), m_cache(std::move(cache)), m_size(size)
+{
+    // QCache counts cost in kilobytes here, so that large budgets fit its int.
+    m_memory.setMaxCost(int(std::max<qint64>(1, memoryBytes / 1024)));
+    m_pool.setMaxThreadCount(kWorkers);
+}
+
+ThumbnailLoader::~ThumbnailLoader()
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_stopping = true;
+        m_queue.clear();
+    }
+    m_pool.waitForDone();
+}
+
+std::optional<QImage> ThumbnailLoader::thumbnail(const Request& request)
+{
+    if (const QImage* image = m_memory.object(request.path)) return *image;
+    if (m_failed.contains(request.path)) return std::nullopt;
+    {
+        std::lock_guard lock(m_mutex);
+        if (!m_queuedPaths.contains(request.path)) {
+            m_queuedPaths.insert(request.path);
+            m_queue.push_back(request);
+        }
+    }
+    startWorkers();
+    return std::nullopt;
+}
+
+void ThumbnailLoader::setVisible(const QSet<QString>& paths)
+{
+    std::lock_guard lock(m_mutex);
+    m_visible = paths;
+    // What scrolled away is not made now; the view asks again if it comes back.
+    std::erase_if(m_queue, [&](const Request& r) {
+        if (paths.contains(r.path)) return false;
+        m_queuedPaths.remove(r.path);
+        return true;
+    });
+}
+
+void ThumbnailLoader::clear()
+{
+    m_memory.clear();
+    m_failed.clear();
+    std::lock_guard lock(m_mutex);
+    m_queue.clear();
+    m_queuedPaths.clear();
+}
+
+int ThumbnailLoader::queued() const
+{
+    std::lock_guard lock(m_mutex);
+    return int(m_queue.size());
+}
+
+void ThumbnailLoader::startWorkers()
+{
+    std::lock_guard lock(m_mutex);
+    while (m_running<kWorkers&& int(m_queue.size())> m_running) {
+        ++m_running;
+        m_pool.start([this] { work(); });
+    }
+}
+
+std::optional<ThumbnailLoader::Request> ThumbnailLoader::next()
+{
+    std::lock_guard lock(m_mutex);
+    if (m_stopping || m_queue.empty()) {
+        --m_running;
+        return std::nullopt;
+    }
+    // The newest visible request first (the view asks for what it shows last); else the newest.
+    auto it = std::find_if(m_queue.rbegin(), m_queue.rend(),
+                           [this](const Request& r) { return m_visible.isEmpty() || m_visible.contains(r.path); });
+    if (it == m_queue.rend()) it = m_queue.rbegin();
+    Request request = *it;
+    m_queue.erase(std::next(it).base());
+    return request;
+}
+
+void ThumbnailLoader::work()
+{
+    static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kNice) == 0;
+    Q_UNUSED(niced);
+    while (auto request = next()) {
+        QImage image;
+        if (auto stored = m_cache.lookup(request->path, request->mtime, m_size)) {
+            image = std::move(*stored);
+        } else if (!m_cache.hasFailed(request->path, request->mtime) && ThumbnailMaker::canMake(request->ext)) {
+            image = ThumbnailMaker::make(request->path, request->ext, int(m_size));
+            if (image.isNull())
+                m_cache.storeFailure(request->path, request->mtime);
+            else
+                m_cache.store(request->path, request->mtime, m_size, image);
+        }
+        QMetaObject::invokeMethod(
+            this, [this, request = *request, image = std::move(image)] { deliver(request, image); },
+            Qt::QueuedConnection);
+    }
+}
+
+void ThumbnailLoader::deliver(const Request& request, const QImage& image)
+{
+    {
+        std::lock_guard lock(m_mutex);
+        m_queuedPaths.remove(request.path);
+    }
+    if (image.isNull()) {
+        m_failed.insert(request.path);
+        Q_EMIT failed(request.path);
+        return;
+    }
+    m_memory.insert(request.path, new QImage(image), costOf(image));
+    Q_EMIT ready(request.path, image);
+}
+
+}  // namespace fennic
