@@ -176,7 +176,7 @@ Library build(const QString& root, Date now)
     // How long ago each file arrived, in days; the picture was taken or the file made a little before.
     QHash<QString, double> ageDays;
     const auto file = [&](const char* relative, double days) {
-        const QString path = at(relative);
+        QString path = at(relative);
         ageDays.insert(path, days);
         return path;
     };
