@@ -59,7 +59,6 @@ public:
     // has been applied, since the count drops only after them) and `alsoBusy` says nothing
     // else is under way. False on timeout. For tests, the self-test and the benchmarks.
     bool waitForIdle(int timeoutMs, const std::function<bool()>& alsoBusy = {});
-    int inFlight() const { return m_inFlight.load(); }
 
 private:
     QThreadPool m_pool;

@@ -58,8 +58,6 @@ public:
     std::optional<Date> lastScan() const { return m_lastScan; }
     int scanGeneration() const { return m_scanGeneration; }
     bool rescanQueued() const { return m_rescanQueued; }
-    // Bumped by every replacement of the items; a value derived from an older list is stale.
-    int itemsGeneration() const { return m_itemsGeneration; }
     // The default library folders followed by the folders the user added.
     QStringList roots() const;
 
@@ -181,7 +179,7 @@ private:
     std::optional<Date> m_lastScan;
     bool m_showWelcome = false;
     int m_scanGeneration = 0;
-    int m_itemsGeneration = 0;
+    int m_itemsGeneration = 0;  // bumped by every replacement; older derived values are stale
     bool m_rescanQueued = false;
 };
 
