@@ -1,6 +1,7 @@
 // The thumbnail cache as other desktop programs read it: names, keys, staleness, damage and
 // failures, against real files in a temporary cache folder.
 #include "thumbnails/ThumbnailCache.h"
+#include "PlainPicture.h"
 #include "support/TempTree.h"
 #include "thumbnails/ThumbnailMaker.h"
 
@@ -13,22 +14,13 @@
 
 using namespace fennic;
 using fennic::test::TempTree;
+using fennic::test::writePicture;
 
 namespace {
 
 QString md5Name(const QString& uri)
 {
     return QString::fromLatin1(QCryptographicHash::hash(uri.toUtf8(), QCryptographicHash::Md5).toHex()) + ".png";
-}
-
-QString writePicture(TempTree& tree, const QString& relative, QSize size)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(QColor(30, 120, 200));
-    QString path = tree.path(relative);
-    tree.mkdir(relative.section(u'/', 0, -2));
-    EXPECT_TRUE(image.save(path));
-    return path;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The loader the views use: answers from memory at once, makes what is missing on its own
 // threads, remembers failures, and reuses what the disk cache already holds.
 #include "thumbnails/ThumbnailLoader.h"
+#include "PlainPicture.h"
 #include "support/TempTree.h"
 
 #include <QFile>
@@ -9,18 +10,9 @@
 
 using namespace fennic;
 using fennic::test::TempTree;
+using fennic::test::writePicture;
 
 namespace {
-
-QString writePicture(TempTree& tree, const QString& relative, QSize size, QColor colour)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(colour);
-    QString path = tree.path(relative);
-    tree.mkdir(relative.section(u'/', 0, -2));
-    EXPECT_TRUE(image.save(path));
-    return path;
-}
 
 // Waits until every path has been answered one way or the other.
 bool waitForAnswers(QSignalSpy& ready, QSignalSpy& failed, int count)
