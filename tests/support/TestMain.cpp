@@ -7,6 +7,13 @@
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
+#ifdef FENNIC_TEST_WIDGETS
+#include <QApplication>
+using TestApplication = QApplication;
+#else
+using TestApplication = QGuiApplication;
+#endif
+
 int main(int argc, char** argv)
 {
     QTemporaryDir sandbox(QDir::tempPath() + QStringLiteral("/fennic-test-XXXXXX"));
@@ -24,8 +31,9 @@ int main(int argc, char** argv)
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("TZ", "UTC");
 
-    // A GUI application (offscreen) so that tests may draw text into images.
-    QGuiApplication app(argc, argv);
+    // A GUI application (offscreen) so that tests may draw text into images; the window's
+    // tests get a widgets application.
+    TestApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Fennic"));
     QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
 
