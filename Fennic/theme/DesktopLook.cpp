@@ -21,7 +21,7 @@ void ensureIconTheme()
     if (!QIcon::themeName().isEmpty()
         && QIcon::themeName() != QStringLiteral("hicolor") && themeInstalled(QIcon::themeName()))
         return;
-    for (const QString name : {QStringLiteral("Adwaita"),
+    for (const QString& name : {QStringLiteral("Adwaita"),
              QStringLiteral("breeze"),
                             QStringLiteral("Papirus"), QStringLiteral("elementary"), QStringLiteral("Tango")}) {
         if (themeInstalled(name)) {
