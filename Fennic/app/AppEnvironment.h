@@ -2,9 +2,11 @@
 
 #include "model/Calendar.h"
 #include "model/Date.h"
+#include "model/FileItem.h"
 #include "system/SystemSound.h"
 
 #include <QDateTime>
+#include <QList>
 #include <QString>
 #include <functional>
 
@@ -41,6 +43,12 @@ struct AppEnvironment {
     std::function<void(const QString& name)> playSound = SystemSound::play;
     // A gate for tests: called when a scan has listed the folders (see above).
     std::function<void()> scanListed;
+    // Set: the demonstration library is active. Scans show these items instead of reading the
+    // folders, nothing is loaded from the cache, and none of Fennic's own files (cache, image
+    // index, shelf) is ever written. Called on the GUI thread.
+    std::function<QList<FileItem>()> demoItems;
+
+    bool isDemo() const { return bool(demoItems); }
 };
 
 }  // namespace fennic

@@ -32,7 +32,7 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent) : QObject(parent
         m_organiser->runAutomaticCleanup();
         m_images->startImageIndexing();
     });
-    if (m_env.loadCacheOnStart) loadCache();
+    if (m_env.loadCacheOnStart && !m_env.isDemo()) loadCache();
 }
 
 AppModel::~AppModel()

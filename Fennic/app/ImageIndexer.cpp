@@ -281,6 +281,10 @@ bool ImageIndexer::imageRecordsFree() const
 
 void ImageIndexer::saveImageIndex()
 {
+    if (m_env.isDemo()) {
+        applyHeldRecords();
+        return;
+    }
     if (!m_heldRecords.isEmpty() && !imageRecordsFree() && m_indexSavesInFlight > 0) {
         // The save under way still holds the index: adding the waiting records now would copy
         // it here. This save follows that one instead.
@@ -405,6 +409,7 @@ void ImageIndexer::moveRecords(const QList<QPair<QString, QString>>& moves)
 
 void ImageIndexer::loadIndex()
 {
+    if (m_env.isDemo()) return;
     const SupportFiles support = SupportFiles::current();
     // A file of an older version that no longer means anything.
     QFile::remove(support.file(QStringLiteral("text.json")));

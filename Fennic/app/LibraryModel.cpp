@@ -52,6 +52,11 @@ const SearchIndex& LibraryModel::searchIndex()
 
 void LibraryModel::finishLaunching()
 {
+    if (m_env.isDemo()) {
+        // The demonstration is shown at once, and leaves the user's first run for later.
+        scan();
+        return;
+    }
     if (!m_settings.welcomeDone() && m_items.isEmpty()) {
         m_showWelcome = true;
         Q_EMIT showWelcomeChanged();
@@ -88,6 +93,17 @@ void LibraryModel::setScanning(bool value)
 void LibraryModel::scan()
 {
     if (m_isScanning) return;
+    if (m_env.isDemo()) {
+        // The demonstration's files with their demonstration dates, which a scan can't read.
+        const int generation = ++m_scanGeneration;
+        Q_EMIT scanStarted(generation);
+        setItems(m_env.demoItems());
+        m_lastScan = m_env.now();
+        Q_EMIT lastScanChanged();
+        Q_EMIT scanFinished(generation);
+        Q_EMIT scanCompleted();
+        return;
+    }
     setScanning(true);
     m_scannedCount = 0;
     Q_EMIT scannedCountChanged();
@@ -203,7 +219,7 @@ void LibraryModel::applyScan(int generation, QList<FileItem> result, Derived der
 
 void LibraryModel::refreshDownloads()
 {
-    if (m_isScanning) return;
+    if (m_isScanning || m_env.isDemo()) return;
     const QString downloads = Library::downloads();
     const Scanner scanner({downloads}, {}, kMaxItems);
     const int generation = m_scanGeneration;
@@ -363,6 +379,7 @@ void LibraryModel::loadCache()
 
 void LibraryModel::saveCache()
 {
+    if (m_env.isDemo()) return;
     const QList<FileItem> snapshot = m_items;
     const auto& writes = m_tasks.writes(BackgroundTasks::File::cache);
     const auto ticket = writes->ticket();

@@ -53,6 +53,7 @@ void Organiser::setShelf(const Shelf& shelf)
 {
     m_shelf = shelf;
     Q_EMIT shelfChanged();
+    if (m_env.isDemo()) return;
     // The shelf file is small; written off the GUI thread like every other file of ours.
     const auto& writes = m_tasks.writes(BackgroundTasks::File::shelf);
     const auto ticket = writes->ticket();
@@ -159,6 +160,8 @@ QList<FileItem> Organiser::putBack(const QList<FileOps::TrashedItem>& moved)
 
 void Organiser::runAutomaticCleanup()
 {
+    // The rules move files; the demonstration's are left as they were made.
+    if (m_env.isDemo()) return;
     if (m_settings.autoCleanInstallers()) {
         const QList<FileItem> stale = CleanupKinds::autoInstallers(m_library.items(), m_env.now());
         if (!stale.isEmpty()) moveToTrash(stale);

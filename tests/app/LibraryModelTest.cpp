@@ -1,6 +1,7 @@
 #include "AppTestSupport.h"
 
 #include "library/LibraryCache.h"
+#include "library/Scanner.h"
 
 #include <QImage>
 #include <QSemaphore>
@@ -194,4 +195,49 @@ TEST(LibraryModel, DerivedValuesFollowTheItems)
     EXPECT_EQ(m.library().stats().totalCount, 2);
     EXPECT_EQ(m.library().stats().total(FileKind::video).count, 1);
     EXPECT_EQ(m.library().stats().total(FileKind::video).size, 1000);
+}
+
+TEST(LibraryModel, DemonstrationModeShowsItsItemsAndWritesNothingOfFennics)
+{
+    AppFixture f;
+    f.tree.write("Documents/real.txt", "a file the demonstration must not show");
+    const QString picture = f.writeTextPicture("Pictures/sign.png", "HARBOUR");
+    // A cache from an earlier run that the demonstration must not load.
+    {
+        AppModel& earlier = f.make();
+        earlier.library().finishWelcome();
+        ASSERT_TRUE(earlier.waitForIdle());
+        ASSERT_EQ(earlier.library().items().size(), 2);
+    }
+    f.model.reset();
+    const QString support = SupportFiles::current().dir();
+    QDir(support).removeRecursively();
+
+    auto item = Scanner::makeItem(picture);
+    ASSERT_TRUE(item);
+    item->added = Date::fromIso("2025-01-02T10:00:00Z");
+    f.env.demoItems = [item = *item] { return QList<FileItem>{item}; };
+    f.env.settingsFile = f.tree.path("demo-settings.ini");
+    AppModel& m = f.make();
+    EXPECT_TRUE(m.library().items().isEmpty()) << "no cache is read in the demonstration";
+
+    QSignalSpy completed(&m.library(), &LibraryModel::scanCompleted);
+    m.finishLaunching();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_EQ(m.library().items().size(), 1);
+    EXPECT_EQ(m.library().items().first().added, item->added) << "the demonstration's own dates";
+    EXPECT_EQ(completed.count(), 1);
+    EXPECT_TRUE(m.library().lastScan());
+    // Image reading runs over the demonstration's pictures.
+    EXPECT_TRUE(m.images().imageRecords().contains(picture));
+
+    m.organiser().toggleFavourite(m.library().items());
+    m.library().saveCache();
+    m.images().saveImageIndex();
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_TRUE(m.organiser().shelf().isFavourite(picture));
+    for (const QString& file : {SupportFiles::current().libraryCache(), SupportFiles::current().imageIndex(),
+                                SupportFiles::current().shelf()})
+        EXPECT_FALSE(QFileInfo::exists(file)) << file.toStdString();
+    EXPECT_TRUE(QFileInfo::exists(f.tree.path("Documents/real.txt")));
 }
