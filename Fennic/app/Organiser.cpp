@@ -133,6 +133,8 @@ FileOps::TrashResult Organiser::moveToTrash(const QList<FileItem>& items)
         for (const FileOps::TrashedItem& t : std::as_const(result.moved)) moved.insert(t.item.path);
         m_library.removeItems(moved);
         m_library.saveCache();
+        m_lastTrash = result.moved;
+        Q_EMIT canUndoTrashChanged();
     }
     if (notice) {
         std::function<void()> undo;
@@ -146,8 +148,24 @@ FileOps::TrashResult Organiser::moveToTrash(const QList<FileItem>& items)
     return result;
 }
 
+void Organiser::undoLastTrash()
+{
+    if (m_lastTrash.isEmpty()) return;
+    putBack(QList<FileOps::TrashedItem>(m_lastTrash));
+}
+
 QList<FileItem> Organiser::putBack(const QList<FileOps::TrashedItem>& moved)
 {
+    const auto sameBatch = [](const QList<FileOps::TrashedItem>& a, const QList<FileOps::TrashedItem>& b) {
+        return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), [](const auto& x, const auto& y) {
+                   return x.trashed == y.trashed;
+               });
+    };
+    if (!m_lastTrash.isEmpty() && sameBatch(m_lastTrash, moved)) {
+        // Put back once only, whether through the notice's button or Ctrl+Z.
+        m_lastTrash.clear();
+        Q_EMIT canUndoTrashChanged();
+    }
     QList<FileItem> restored = FileOps::putBack(moved);
     if (!restored.isEmpty()) {
         m_library.addItems(restored);

@@ -48,6 +48,9 @@ public:
     FileOps::TrashResult moveToTrash(const QList<FileItem>& items);
     // Puts back what a Trash action moved.
     QList<FileItem> putBack(const QList<FileOps::TrashedItem>& moved);
+    // The last Trash action that moved something and was not put back yet (Ctrl+Z).
+    bool canUndoTrash() const { return !m_lastTrash.isEmpty(); }
+    void undoLastTrash();
 
     // The two automatic rules (when switched on): old installers to the Trash, Desktop
     // screenshots filed into month folders.
@@ -60,6 +63,7 @@ Q_SIGNALS:
     void collectionDeleted(const QUuid& collection);
     // The automatic rules ran after a completed scan.
     void automaticRulesRan();
+    void canUndoTrashChanged();
 
 private:
     void fileDesktopScreenshots();
@@ -71,6 +75,7 @@ private:
     ImageIndexer& m_images;
     Toast& m_toast;
     Shelf m_shelf;
+    QList<FileOps::TrashedItem> m_lastTrash;
 };
 
 }  // namespace fennic

@@ -10,6 +10,7 @@
 #include "RawNames.h"
 #include "Toast.h"
 #include "context/SearchSources.h"
+#include "images/VisualSearch.h"
 #include "library/Library.h"
 #include "search/SearchIndex.h"
 #include "search/SearchParser.h"
@@ -214,6 +215,16 @@ const QList<FileItem>& SearchSession::visibleItems()
 
     const QList<SearchFilter>& filters = m_parsed.filters;
     const SortKey key = m_settings.sortKey();
+    if (m_sidebar.kind == SidebarItem::Kind::findImages && m_similarTo) {
+        // "More like this": the picture itself, then its look-alikes, nearest first.
+        QHash<QString, qsizetype> position;
+        for (qsizetype i = 0; i < items.size(); ++i) position.insert(items.at(i).path, i);
+        m_visibleItems.clear();
+        if (auto it = position.constFind(*m_similarTo); it != position.constEnd()) m_visibleItems.append(items.at(*it));
+        for (const auto& [path, distance] : VisualSearch::similar(*m_similarTo, m_images.imageRecords()))
+            if (auto it = position.constFind(path); it != position.constEnd()) m_visibleItems.append(items.at(*it));
+        return m_visibleItems;
+    }
     if (filters.isEmpty()) {
         m_visibleItems = SortKeys::sort(key, baseItems(m_sidebar), m_settings.sortAscending());
         return m_visibleItems;
@@ -354,6 +365,7 @@ void SearchSession::setSimilarTo(std::optional<QString> path)
     if (path == m_similarTo) return;
     m_similarTo = std::move(path);
     Q_EMIT similarToChanged();
+    markSearchDirty();
 }
 
 }  // namespace fennic

@@ -118,6 +118,29 @@ TEST(OrganiserActions, TrashWithAPartialFailureAndUndo)
     ASSERT_TRUE(m.toast().current());
     EXPECT_EQ(m.toast().current()->text, "Put back 1 item");
     EXPECT_EQ(m.library().items().size(), 2);
+    EXPECT_FALSE(m.organiser().canUndoTrash()) << "the notice's Undo used up the last Trash action";
+    ASSERT_TRUE(m.waitForIdle());
+}
+
+TEST(OrganiserActions, UndoPutsBackOnlyTheLastTrashActionAndOnlyOnce)
+{
+    AppFixture f;
+    const QString first = f.tree.write("Documents/first.txt", "1");
+    const QString second = f.tree.write("Documents/second.txt", "2");
+    AppModel& m = f.make();
+    m.library().scan();
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_FALSE(m.organiser().canUndoTrash());
+    m.organiser().moveToTrash({itemFor(first)});
+    m.organiser().moveToTrash({itemFor(second)});
+    ASSERT_TRUE(m.organiser().canUndoTrash());
+
+    m.organiser().undoLastTrash();
+    EXPECT_TRUE(QFileInfo::exists(second));
+    EXPECT_FALSE(QFileInfo::exists(first)) << "only the last action is undone";
+    EXPECT_FALSE(m.organiser().canUndoTrash());
+    m.organiser().undoLastTrash();  // nothing left to undo: no error notice
+    EXPECT_EQ(m.toast().current()->text, "Put back 1 item");
     ASSERT_TRUE(m.waitForIdle());
 }
 
