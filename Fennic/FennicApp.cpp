@@ -1,30 +1,147 @@
-// The application's entry point.
+// The application's entry point: the window, the demonstration, the capture run and the
+// self-test.
+#include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/ImageIndexer.h"
+#include "capture/Snapshot.h"
+#include "demo/FennicDemo.h"
+#include "desktop/SingleInstance.h"
+#include "library/Prefs.h"
 #include "selftest/SelfTest.h"
+#include "theme/DesktopLook.h"
+#include "thumbnails/ThumbnailLoader.h"
+#include "window/MainWindow.h"
 
+#include <QApplication>
+#include <QCommandLineParser>
 #include <QGuiApplication>
+#include <QTemporaryDir>
 #include <QTextStream>
+#include <QTimer>
 #include <cstring>
+#include <memory>
+
+namespace {
+
+bool hasArgument(int argc, char** argv, const char* name)
+{
+    for (int i = 1; i < argc; ++i)
+        if (std::strcmp(argv[i], name) == 0) return true;
+    return false;
+}
+
+// Without a display (a server, CI) the window renders offscreen instead of failing.
+void offscreenWithoutDisplay()
+{
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsSet("DISPLAY")
+        && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+}
+
+void describeApplication()
+{
+    QCoreApplication::setApplicationName(QStringLiteral("Fennic"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(FENNIC_VERSION));
+    QGuiApplication::setApplicationDisplayName(QStringLiteral("Fennic"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("fennic"));
+}
+
+int runSelfTest(int argc, char** argv)
+{
+    // Everything the self-test reads or writes is placed before Qt looks at the environment.
+    fennic::SelfTest::prepareEnvironment();
+    offscreenWithoutDisplay();
+    QGuiApplication app(argc, argv);
+    describeApplication();
+    QTextStream out(stdout);
+    return fennic::SelfTest(out).run();
+}
+
+int runCapture(int argc, char** argv, const QString& dir)
+{
+    QTemporaryDir scratch(QDir::tempPath() + QStringLiteral("/fennic-capture-XXXXXX"));
+    if (!scratch.isValid()) return 1;
+    fennic::Snapshot::prepareEnvironment(scratch.path());
+    offscreenWithoutDisplay();
+    QApplication app(argc, argv);
+    describeApplication();
+    QTextStream out(stdout);
+    return fennic::Snapshot::run(QDir(dir).absolutePath(), scratch.path(), out);
+}
+
+int runWindow(int argc, char** argv, bool demo)
+{
+    // The demonstration lives in a temporary folder with its own Trash and thumbnails.
+    std::unique_ptr<QTemporaryDir> scratch;
+    if (demo) {
+        scratch = std::make_unique<QTemporaryDir>(QDir::tempPath() + QStringLiteral("/fennic-demo-XXXXXX"));
+        if (!scratch->isValid()) return 1;
+        fennic::Snapshot::prepareEnvironment(scratch->path());
+    }
+    QApplication app(argc, argv);
+    describeApplication();
+
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Your everyday folders in one quiet library."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    parser.addOption({QStringLiteral("demo"), QStringLiteral("Open a demonstration library instead of your folders.")});
+    parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
+    parser.process(app);
+
+    // One Fennic per session: a second start raises the first window.
+    fennic::SingleInstance instance;
+    if (!demo) {
+        if (instance.sendToRunning("activate")) return 0;
+        instance.listen();
+    }
+
+    fennic::DesktopLook::ensureIconTheme();
+    fennic::Prefs::configure();
+    fennic::AppEnvironment env;
+    std::optional<fennic::FennicDemo::Library> library;
+    if (demo) {
+        library = fennic::FennicDemo::build(scratch->path() + QStringLiteral("/home"), env.now());
+        env.demoItems = [items = library->items] { return items; };
+        env.settingsFile = scratch->path() + QStringLiteral("/settings.ini");
+    }
+    fennic::AppModel::configureShared(env);
+    fennic::AppModel& model = fennic::AppModel::shared();
+    fennic::ThumbnailLoader thumbnails(demo
+                                       ? fennic::ThumbnailCache(scratch->path() + QStringLiteral("/cache/thumbnails"))
+                                       : fennic::ThumbnailCache());
+    fennic::MainWindow window(model, thumbnails);
+    if (demo) window.setWindowTitle(QStringLiteral("Fennic — Demonstration"));
+    window.show();
+
+    QObject::connect(&instance, &fennic::SingleInstance::messageReceived, &window, [&window](const QByteArray&) {
+        window.setWindowState((window.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
+        window.show();
+        window.raise();
+        window.activateWindow();
+    });
+    QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model, [&model](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive) model.applicationBecameActive();
+    });
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &model, [&model] {
+        // What image reading found since its last save, and the settings, survive the quit.
+        model.images().cancelImageIndexing();
+        model.images().saveImageIndex();
+        model.settings().sync();
+        model.waitForIdle(10000);
+    });
+    // Launching finishes once the window is up, so the cached library shows at once.
+    QTimer::singleShot(0, &model, [&model] { model.finishLaunching(); });
+    return app.exec();
+}
+
+}  // namespace
 
 int main(int argc, char** argv)
 {
-    bool selfTest = qEnvironmentVariableIsSet("FENNIC_SELFTEST_PHASE");
-    for (int i = 1; i < argc; ++i)
-        if (std::strcmp(argv[i], "--self-test") == 0) selfTest = true;
-
-    if (selfTest) {
-        // Everything the self-test reads or writes is placed before Qt looks at the environment.
-        fennic::SelfTest::prepareEnvironment();
-        if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM") && !qEnvironmentVariableIsSet("DISPLAY")
-            && !qEnvironmentVariableIsSet("WAYLAND_DISPLAY"))
-            qputenv("QT_QPA_PLATFORM", "offscreen");
-        QGuiApplication app(argc, argv);
-        QCoreApplication::setApplicationName(QStringLiteral("Fennic"));
-        QTextStream out(stdout);
-        return fennic::SelfTest(out).run();
-    }
-
-    QTextStream err(stderr);
-    err << "usage: fennic --self-test\n"
-           "The library can be used from the command line meanwhile: fennic-cli help\n";
-    return 2;
+    if (qEnvironmentVariableIsSet("FENNIC_SELFTEST_PHASE") || hasArgument(argc, argv, "--self-test"))
+        return runSelfTest(argc, argv);
+    if (const QString dir = qEnvironmentVariable("FENNIC_SNAPSHOT_DIR"); !dir.isEmpty())
+        return runCapture(argc, argv, dir);
+    return runWindow(argc, argv, hasArgument(argc, argv, "--demo"));
 }

@@ -43,9 +43,19 @@ AppModel::~AppModel()
     m_tasks->waitForDone();
 }
 
+namespace {
+AppEnvironment& sharedEnvironment()
+{
+    static AppEnvironment environment;
+    return environment;
+}
+}  // namespace
+
+void AppModel::configureShared(AppEnvironment environment) { sharedEnvironment() = std::move(environment); }
+
 AppModel& AppModel::shared()
 {
-    static AppModel* instance = new AppModel();
+    static AppModel* instance = new AppModel(sharedEnvironment());
     return *instance;
 }
 

@@ -38,8 +38,10 @@ public:
     explicit AppModel(AppEnvironment environment = {}, QObject* parent = nullptr);
     ~AppModel() override;
 
-    // The application's one instance, created on first use (on the GUI thread).
+    // The application's one instance, created on first use (on the GUI thread) with the
+    // environment given to configureShared, if it was called before.
     static AppModel& shared();
+    static void configureShared(AppEnvironment environment);
 
     const AppEnvironment& environment() const { return m_env; }
     AppSettings& settings() { return *m_settings; }

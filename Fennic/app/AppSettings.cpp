@@ -82,6 +82,16 @@ AppSettings::~AppSettings() = default;
 
 void AppSettings::sync() { m_store->sync(); }
 
+QVariant AppSettings::windowState(const QString& name) const
+{
+    return m_store->value(QStringLiteral("window/") + name);
+}
+
+void AppSettings::setWindowState(const QString& name, const QVariant& value)
+{
+    m_store->setValue(QStringLiteral("window/") + name, value);
+}
+
 template <typename T, typename Stored>
 void AppSettings::update(T& field, const T& value, const char* name, const Stored& stored,
                          void (AppSettings::*changed)())

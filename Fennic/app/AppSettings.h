@@ -123,6 +123,9 @@ public:
 
     // Writes what is still only in memory to the file (at quit; QSettings also does it on its own).
     void sync();
+    // How the window was left (its size, its panes), kept beside the settings under "window/".
+    QVariant windowState(const QString& name) const;
+    void setWindowState(const QString& name, const QVariant& value);
 
 Q_SIGNALS:
     void viewModeChanged();

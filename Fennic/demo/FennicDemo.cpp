@@ -166,6 +166,41 @@ void pdf(const QString& path, const QString& title, const QStringList& lines)
     }
 }
 
+// A brochure of photographs, as mail brings them: over 5 MB, because its pictures are
+// stored without loss and their grain doesn't compress.
+void brochure(const QString& path, const QString& title)
+{
+    QPdfWriter writer(ensureFolder(path));
+    writer.setPageSize(QPageSize(QPageSize::A4));
+    writer.setTitle(title);
+    writer.setResolution(150);
+    QImage photo(1500, 1250, QImage::Format_RGB32);
+    quint32 x = 2463534242u;
+    for (int row = 0; row < photo.height(); ++row) {
+        auto* line = reinterpret_cast<QRgb*>(photo.scanLine(row));
+        for (int col = 0; col < photo.width(); ++col) {
+            x ^= x << 13;
+            x ^= x >> 17;
+            x ^= x << 5;
+            const int grain = int(x & 0x3f);
+            line[col] = qRgb(std::min(255, 40 + col / 8 + grain), std::min(255, 110 + row / 12 + grain),
+                             std::min(255, 160 + grain));
+        }
+    }
+    QPainter p(&writer);
+    p.setFont(font(28));
+    p.drawText(QRect(90, 60, 1100, 80), Qt::AlignLeft, title);
+    p.drawImage(QRect(90, 180, 1060, 884), photo);
+}
+
+// Days before `now` that fall in the previous calendar week, whether weeks start on Monday or
+// on Sunday.
+double lastWeek(Date now)
+{
+    const int weekday = now.toQDateTime().toLocalTime().date().dayOfWeek();  // Monday 1 … Sunday 7
+    return weekday == 7 ? 6.5 : weekday + 4;
+}
+
 }  // namespace
 
 Library build(const QString& root, Date now)
@@ -212,6 +247,9 @@ Library build(const QString& root, Date now)
     pdf(file("Downloads/invoice-march.pdf", 250), "Invoice", {"March subscription", "Amount due: 12.00"});
     whereFrom(at("Downloads/invoice-march.pdf"), "https://mail-attachment.googleusercontent.com/attachment/u/0/",
               "https://mail.google.com/");
+    brochure(file("Downloads/Harbour house brochure.pdf", lastWeek(now)), "Harbour House: photographs");
+    whereFrom(at("Downloads/Harbour house brochure.pdf"),
+              "https://mail-attachment.googleusercontent.com/attachment/u/0/", "https://mail.google.com/");
     writeBytes(file("Downloads/fennic-themes-main.zip", 40), standIn("PK\x03\x04", 220000, 21));
     whereFrom(at("Downloads/fennic-themes-main.zip"), "https://codeload.github.com/example/themes/zip/main",
               "https://github.com/example/themes");

@@ -1,0 +1,182 @@
+#include "Snapshot.h"
+
+#include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
+#include "ask/AskBar.h"
+#include "ask/AskField.h"
+#include "browser/BrowserView.h"
+#include "demo/FennicDemo.h"
+#include "library/Prefs.h"
+#include "quicklook/QuickLookWindow.h"
+#include "theme/DesktopLook.h"
+#include "thumbnails/ThumbnailLoader.h"
+#include "window/MainWindow.h"
+#include "window/WindowActions.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QPainter>
+#include <QThread>
+
+namespace fennic::Snapshot {
+
+namespace {
+
+void settle(int ms)
+{
+    QElapsedTimer timer;
+    timer.start();
+    while (timer.elapsed() < ms) {
+        QApplication::processEvents(QEventLoop::AllEvents, 20);
+        QThread::msleep(5);
+    }
+}
+
+// Lets pending thumbnails arrive (the loader works on its own threads).
+void waitForThumbnails(ThumbnailLoader& loader)
+{
+    QDeadlineTimer deadline(15000);
+    settle(100);
+    while (loader.queued() > 0 && !deadline.hasExpired()) settle(50);
+    settle(150);
+}
+
+const FileItem* findItem(const QList<FileItem>& items, const QString& name)
+{
+    for (const FileItem& item : items)
+        if (item.name == name) return &item;
+    return nullptr;
+}
+
+}  // namespace
+
+QStringList views()
+{
+    return {
+        QStringLiteral("browse-grid"), QStringLiteral("browse-list"), QStringLiteral("inspector"),
+                                                                                     QStringLiteral("ask-chips"),   QStringLiteral("toast"),       QStringLiteral("quick-look")};
+}
+
+void prepareEnvironment(const QString& scratch)
+{
+    for (const char* sub : {"home", "data", "cache"}) QDir(scratch).mkpath(QString::fromLatin1(sub));
+    qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(scratch + QStringLiteral("/home")));
+    // The demonstration's Trash and thumbnails stay in the scratch folder.
+    qputenv("XDG_DATA_HOME", QFile::encodeName(scratch + QStringLiteral("/data")));
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(scratch + QStringLiteral("/cache")));
+}
+
+int run(const QString& dir, const QString& scratch, QTextStream& out)
+{
+    if (!QDir().mkpath(dir)) {
+        out << "capture: can't create " << dir << Qt::endl;
+        return 1;
+    }
+    Prefs::configure();
+    DesktopLook::ensureIconTheme();
+    const QPalette desktop = DesktopLook::lightPalette();
+    QApplication::setPalette(desktop);
+
+    AppEnvironment env;
+    const Date now = env.now();
+    const auto demo = FennicDemo::build(scratch + QStringLiteral("/home"), now);
+    env.demoItems = [items = demo.items] { return items; };
+    env.settingsFile = scratch + QStringLiteral("/settings.ini");
+    env.playSound = [](const QString&) {};
+    AppModel app(env);
+    ThumbnailLoader thumbnails(ThumbnailCache(scratch + QStringLiteral("/cache/thumbnails")));
+    MainWindow window(app, thumbnails);
+    window.resize(1280, 800);
+    window.show();
+    app.finishLaunching();
+    if (!app.waitForIdle(180000)) {
+        out << "capture: the scan and image reading did not finish" << Qt::endl;
+        return 1;
+    }
+
+    int failures = 0;
+    const auto save = [&](const QString& view, Theme theme, bool dark, const QImage& image) {
+        const QString file = QStringLiteral("%1/%2-%3%4.png") .arg(dir, view, Themes::rawValue(theme),
+                                                                   dark ? QStringLiteral("-dark") : QString());
+        if (image.save(file, "PNG"))
+            out << file << Qt::endl;
+        else
+            ++failures;
+    };
+    const auto shot = [&]() {
+        waitForThumbnails(thumbnails);
+        return window.grab().toImage();
+    };
+
+    SearchSession& search = app.search();
+    AppSettings& settings = app.settings();
+    const QList<FileItem>& items = app.library().items();
+    for (const Theme theme : {Theme::playful, Theme::minimal}) {
+        settings.setTheme(theme);
+        for (const bool dark : {false, true}) {
+            window.applyLook(dark ? DesktopLook::darkPalette() : desktop);
+            search.setSidebar(SidebarItem::home());
+            search.setQuery(QString());
+            settings.setViewMode(ViewMode::grid);
+            window.browser()->selectPaths({});
+            save(QStringLiteral("browse-grid"), theme, dark, shot());
+        }
+        window.applyLook(desktop);
+
+        settings.setViewMode(ViewMode::list);
+        save(QStringLiteral("browse-list"), theme, false, shot());
+        settings.setViewMode(ViewMode::grid);
+
+        // A picture whose words were read.
+        search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
+        if (const FileItem* receipt = findItem(items, QStringLiteral("Receipt cafe.png")))
+            window.browser()->selectPaths({receipt->path});
+        window.setInspectorShown(true);
+        save(QStringLiteral("inspector"), theme, false, shot());
+
+        search.setSidebar(SidebarItem::home());
+        const QString request = QStringLiteral("pdfs from gmail last week over 5 MB");
+        window.askBar()->field()->setText(request);
+        search.setQuery(request);
+        settle(app.environment().settleDelayMs + 100);
+        window.browser()->selectPaths({});
+        save(QStringLiteral("ask-chips"), theme, false, shot());
+        search.setQuery(QString());
+
+        // Right after a Trash, with Undo on offer; then put back.
+        if (const FileItem* notes = findItem(items, QStringLiteral("Notes.txt"))) {
+            window.browser()->selectPaths({notes->path});
+            window.actions().trashSelection();
+            save(QStringLiteral("toast"), theme, false, shot());
+            window.actions().undoLastTrash();
+            app.toast().hide();
+        }
+
+        if (const FileItem* island = findItem(items, QStringLiteral("Island from the ferry.jpg"))) {
+            window.showQuickLook(*island);
+            settle(600);
+            QImage composed = shot();
+            QWidget* look = window.quickLook();
+            const QImage preview = look->grab().toImage();
+            QPainter p(&composed);
+            p.fillRect(composed.rect(), QColor(0, 0, 0, 90));
+            const QPoint at = window.mapFromGlobal(look->mapToGlobal(QPoint(0, 0)));
+            const QPoint centred((composed.width() - preview.width()) / 2, (composed.height() - preview.height()) / 2);
+            p.drawImage(QRect(look->isWindow() ? centred : at, preview.size()), preview);
+            p.end();
+            save(QStringLiteral("quick-look"), theme, false, composed);
+            look->close();
+        }
+    }
+    window.close();
+    return failures == 0 ? 0 : 1;
+}
+
+}  // namespace fennic::Snapshot

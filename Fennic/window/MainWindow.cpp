@@ -1,0 +1,344 @@
+#include "MainWindow.h"
+
+#include "EmptyStates.h"
+#include "StatusLine.h"
+#include "WindowActions.h"
+#include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "app/SearchSession.h"
+#include "ask/AskBar.h"
+#include "ask/AskField.h"
+#include "browser/BrowserView.h"
+#include "inspector/InspectorView.h"
+#include "library/Library.h"
+#include "quicklook/QuickLookWindow.h"
+#include "search/SearchParser.h"
+#include "sidebar/SidebarView.h"
+#include "theme/DesktopLook.h"
+#include "theme/Icons.h"
+#include "thumbnails/ThumbnailLoader.h"
+#include "toast/ToastOverlay.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QMenu>
+#include <QMenuBar>
+#include <QProgressBar>
+#include <QSlider>
+#include <QSplitter>
+#include <QStatusBar>
+#include <QToolBar>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace fennic {
+
+MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* parent)
+    : QMainWindow(parent),
+      m_app(app),
+      m_thumbnails(thumbnails),
+      m_style(app.settings().theme(), QApplication::palette())
+{
+    setWindowTitle(QStringLiteral("Fennic"));
+    setObjectName(QStringLiteral("MainWindow"));
+    setAccessibleName(QStringLiteral("Fennic"));
+    setWindowIcon(QIcon::fromTheme(QStringLiteral("fennic"), QIcon::fromTheme(QStringLiteral("system-search"))));
+
+    SearchSession& search = m_app.search();
+    AppSettings& settings = m_app.settings();
+
+    // The parts.
+    m_ask = new AskBar(AskStyle::toolbar, this);
+    m_ask->field()->setAnalyzer([env = m_app.environment()](const QString& text) {
+        return SearchParser::analyze(text, env.now(), env.calendar(), Library::home());
+    });
+    m_browser = new BrowserView(m_thumbnails, this);
+    m_sidebar = new SidebarView(m_app, this);
+    m_inspector = new InspectorView(m_app, this);
+    m_inspector->setThumbnailLoader(&m_thumbnails);
+    m_quickLook = new QuickLookWindow(this);
+
+    // Sidebar | browser | inspector.
+    m_splitter = new QSplitter(Qt::Horizontal, this);
+    m_splitter->setChildrenCollapsible(false);
+    m_splitter->addWidget(m_sidebar);
+    m_splitter->addWidget(m_browser);
+    m_splitter->addWidget(m_inspector);
+    m_splitter->setStretchFactor(0, 0);
+    m_splitter->setStretchFactor(1, 1);
+    m_splitter->setStretchFactor(2, 0);
+    m_splitter->setSizes({220, 760, 300});
+    setCentralWidget(m_splitter);
+
+    m_toast = new ToastOverlay(m_app.toast(), m_splitter);
+
+    m_status = new StatusLine(m_app, this);
+    statusBar()->addPermanentWidget(m_status, 1);
+    statusBar()->setSizeGripEnabled(false);
+
+    // The actions, their menus and their keys.
+    WindowActions::Window window;
+    window.widget = this;
+    window.selection = [this] { return m_browser->selectedItems(); };
+    window.focusAsk = [this] {
+        m_ask->field()->setFocus(Qt::ShortcutFocusReason);
+        m_ask->field()->selectAll();
+    };
+    window.selectAll = [this] { m_browser->selectAll(); };
+    window.quickLook = [this](const FileItem& item) { showQuickLook(item); };
+    window.toggleInspector = [this] { setInspectorShown(!inspectorShown()); };
+    window.inspectorShown = [this] { return inspectorShown(); };
+    window.browserWidgets = {m_browser};
+    m_actions = std::make_unique<WindowActions>(m_app, window);
+    m_actions->fillMenuBar(menuBar());
+
+    auto* toolbar = addToolBar(QStringLiteral("Toolbar"));
+    toolbar->setObjectName(QStringLiteral("Toolbar"));
+    toolbar->setAccessibleName(QStringLiteral("Toolbar"));
+    toolbar->setMovable(false);
+    toolbar->setFloatable(false);
+    toolbar->toggleViewAction()->setEnabled(false);
+    toolbar->addWidget(buildToolbar());
+
+    // The Ask field and the request.
+    AskField* field = m_ask->field();
+    connect(field, &AskField::textEdited, &search, &SearchSession::setQuery);
+    connect(&search, &SearchSession::queryChanged, this, [this, &search] { m_ask->field()->setText(search.query()); });
+    connect(field, &AskField::escapePressed, this, [&search] { search.setQuery(QString()); });
+    connect(field, &AskField::submitted, this, [this] { m_browser->selectFirst(); });
+    connect(field, &AskField::moved, this, [this](int direction) {
+        if (direction > 0) m_browser->selectFirst();
+    });
+    connect(m_browser, &BrowserView::moveOutOfTop, this, [this] { m_ask->field()->setFocus(Qt::OtherFocusReason); });
+
+    // What is shown.
+    for (auto signal : {&SearchSession::shownItemsChanged, &SearchSession::searchSettledChanged})
+        connect(&search, signal, this, &MainWindow::showResults);
+    for (auto signal : {&LibraryModel::isScanningChanged, &LibraryModel::itemsChanged})
+        connect(&m_app.library(), signal, this, &MainWindow::showResults);
+
+    // The browser.
+    connect(m_browser, &BrowserView::selectionChanged, this, [this] {
+        m_inspector->setItems(m_browser->selectedItems());
+        m_actions->refresh();
+    });
+    connect(m_browser, &BrowserView::activated, this, [this](const FileItem&) { m_actions->openSelection(); });
+    connect(m_browser, &BrowserView::contextMenuRequested, this,
+            [this](const QPoint& at) { m_actions->contextMenu(this)->popup(at); });
+    connect(m_browser, &BrowserView::zoomRequested, this, [&settings](double step) { settings.zoom(step); });
+    connect(m_browser, &BrowserView::sortRequested, this, [&settings](SortKey key, bool ascending) {
+        settings.setSortKey(key);
+        settings.setSortAscending(ascending);
+    });
+    connect(m_inspector, &InspectorView::moreLikeThis, this, [&search](const QString& path) {
+        search.setQuery(QString());
+        search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
+        search.setSimilarTo(path);
+    });
+    connect(&search, &SearchSession::sidebarChanged, this, [&search] {
+        if (search.sidebar().kind != SidebarItem::Kind::findImages) search.setSimilarTo(std::nullopt);
+    });
+    connect(&m_app.organiser(), &Organiser::shelfChanged, m_actions.get(), &WindowActions::refresh);
+
+    // Settings the window shows.
+    connect(&settings, &AppSettings::viewModeChanged, this, [this, &settings] {
+        m_browser->setViewMode(settings.viewMode());
+        m_gridButton->setChecked(settings.viewMode() == ViewMode::grid);
+        m_listButton->setChecked(settings.viewMode() == ViewMode::list);
+    });
+    connect(&settings, &AppSettings::cardSizeChanged, this, [this, &settings] {
+        m_browser->setCardSize(settings.cardSize());
+        m_zoom->setValue(int(settings.cardSize()));
+    });
+    for (auto signal : {&AppSettings::sortKeyChanged, &AppSettings::sortAscendingChanged})
+        connect(&settings, signal, this,
+                [this, &settings] { m_browser->setSort(settings.sortKey(), settings.sortAscending()); });
+    connect(&settings, &AppSettings::themeChanged, this, [this] { applyLook(); });
+
+    // Progress in the toolbar.
+    for (auto signal : {&LibraryModel::isScanningChanged, &LibraryModel::scannedCountChanged})
+        connect(&m_app.library(), signal, this, &MainWindow::updateScanProgress);
+    connect(&m_app.images(), &ImageIndexer::ocrProgressChanged, this, &MainWindow::updateScanProgress);
+
+    m_browser->setViewMode(settings.viewMode());
+    m_browser->setCardSize(settings.cardSize());
+    m_browser->setSort(settings.sortKey(), settings.sortAscending());
+    m_zoom->setValue(int(settings.cardSize()));
+    m_gridButton->setChecked(settings.viewMode() == ViewMode::grid);
+    m_listButton->setChecked(settings.viewMode() == ViewMode::list);
+    setInspectorShown(true);
+    applyLook();
+    showResults();
+    updateScanProgress();
+    restoreGeometry();
+    m_ask->field()->setFocus(Qt::OtherFocusReason);
+}
+
+MainWindow::~MainWindow() = default;
+
+QWidget* MainWindow::buildToolbar()
+{
+    auto* bar = new QWidget(this);
+    auto* row = new QHBoxLayout(bar);
+    row->setContentsMargins(6, 4, 6, 4);
+    row->setSpacing(6);
+    row->addWidget(m_ask, 1);
+
+    const auto tool = [bar](QAction* action, const QString& name) {
+        auto* b = new QToolButton(bar);
+        b->setDefaultAction(action);
+        b->setAutoRaise(true);
+        b->setAccessibleName(name);
+        b->setFocusPolicy(Qt::TabFocus);
+        return b;
+    };
+    m_gridButton = tool(m_actions->action(WindowActions::Id::asGrid), QStringLiteral("Show as grid"));
+    m_listButton = tool(m_actions->action(WindowActions::Id::asList), QStringLiteral("Show as list"));
+    row->addSpacing(6);
+    row->addWidget(m_gridButton);
+    row->addWidget(m_listButton);
+
+    m_sortButton = new QToolButton(bar);
+    m_sortButton->setAutoRaise(true);
+    m_sortButton->setPopupMode(QToolButton::InstantPopup);
+    m_sortButton->setAccessibleName(QStringLiteral("Sort order"));
+    m_sortButton->setToolTip(QStringLiteral("Sort order"));
+    m_sortButton->setFocusPolicy(Qt::TabFocus);
+    // The View menu's Sort By, shared.
+    for (QAction* a : menuBar()->actions())
+        if (a->menu() && a->text() == QStringLiteral("&View"))
+            for (QAction* sub : a->menu()->actions())
+                if (sub->menu() && sub->text() == QStringLiteral("&Sort By")) m_sortButton->setMenu(sub->menu());
+    row->addWidget(m_sortButton);
+
+    m_zoom = new QSlider(Qt::Horizontal, bar);
+    m_zoom->setRange(int(AppSettings::kMinCardSize), int(AppSettings::kMaxCardSize));
+    m_zoom->setSingleStep(10);
+    m_zoom->setPageStep(40);
+    m_zoom->setFixedWidth(110);
+    m_zoom->setAccessibleName(QStringLiteral("Card size"));
+    m_zoom->setToolTip(QStringLiteral("Card size (Ctrl+Plus, Ctrl+Minus)"));
+    connect(m_zoom, &QSlider::valueChanged, this, [this](int v) { m_app.settings().setCardSize(v); });
+    row->addWidget(m_zoom);
+
+    m_scanProgress = new QProgressBar(bar);
+    m_scanProgress->setFixedWidth(90);
+    m_scanProgress->setMaximumHeight(8);
+    m_scanProgress->setTextVisible(false);
+    m_scanProgress->setAccessibleName(QStringLiteral("Scan and image reading progress"));
+    row->addWidget(m_scanProgress);
+
+    m_inspectorButton = tool(m_actions->action(WindowActions::Id::inspector), QStringLiteral("Show the inspector"));
+    row->addWidget(m_inspectorButton);
+    return bar;
+}
+
+void MainWindow::applyLook(std::optional<QPalette> palette)
+{
+    if (palette) {
+        m_followDesktopPalette = false;
+        QApplication::setPalette(*palette);
+    }
+    m_style = ThemeStyle(m_app.settings().theme(), QApplication::palette());
+    m_ask->field()->setThemeStyle(m_style);
+    m_browser->setThemeStyle(m_style);
+    m_sidebar->setThemeStyle(m_style);
+    m_inspector->setThemeStyle(m_style);
+    m_quickLook->setThemeStyle(m_style);
+    m_toast->setThemeStyle(m_style);
+    const QPalette p = QApplication::palette();
+    m_sortButton->setIcon(Icons::themed(m_app.settings().sortAscending() ? QStringLiteral("view-sort-ascending")
+                                                                         : QStringLiteral("view-sort-descending"), p));
+    for (QAction* a : findChildren<QAction*>())
+        if (!a->data().toString().isEmpty()) a->setIcon(Icons::themed(a->data().toString(), p));
+    m_actions->refresh();
+    update();
+}
+
+void MainWindow::showResults()
+{
+    SearchSession& search = m_app.search();
+    const QList<FileItem> shown = search.shownItems();
+    m_browser->setItems(shown);
+    m_browser->setHighlight(search.highlightQuery());
+
+    EmptyStates::Situation situation;
+    situation.shown = shown.size();
+    situation.libraryCount = m_app.library().items().size();
+    situation.scanning = m_app.library().isScanning();
+    situation.hasFilters = !search.parsed().filters.isEmpty();
+    situation.settled = search.searchSettled();
+    situation.request = search.query();
+    situation.sidebar = search.sidebar();
+    const auto message = EmptyStates::forSituation(situation);
+    if (message)
+        m_browser->setEmptyState(BrowserView::EmptyState{message->iconName, message->title, message->detail});
+    else
+        m_browser->setEmptyState(std::nullopt);
+    m_actions->refresh();
+}
+
+void MainWindow::updateScanProgress()
+{
+    const LibraryModel& library = m_app.library();
+    const auto [done, total] = m_app.images().ocrProgress();
+    if (library.isScanning()) {
+        m_scanProgress->setRange(0, 0);  // a scan doesn't know its end: busy
+        m_scanProgress->show();
+        m_scanProgress->setToolTip(QStringLiteral("Scanning… %1 files").arg(library.scannedCount()));
+    } else if (m_app.images().isIndexingImages() && total > 0 && done < total) {
+        m_scanProgress->setRange(0, total);
+        m_scanProgress->setValue(done);
+        m_scanProgress->show();
+        m_scanProgress->setToolTip(QStringLiteral("Reading pictures… %1 of %2").arg(done).arg(total));
+    } else {
+        m_scanProgress->hide();
+    }
+}
+
+void MainWindow::setInspectorShown(bool shown)
+{
+    m_inspector->setVisible(shown);
+    m_actions->refresh();
+}
+
+bool MainWindow::inspectorShown() const { return !m_inspector->isHidden(); }
+
+void MainWindow::showQuickLook(const FileItem& item) { m_quickLook->showItem(item); }
+
+void MainWindow::changeEvent(QEvent* event)
+{
+    // The desktop switched between light and dark: follow it unless a palette was chosen.
+    if (event->type() == QEvent::ApplicationPaletteChange && m_followDesktopPalette) {
+        const bool wasDark = m_style.isDark();
+        if (DesktopLook::isDark(QApplication::palette()) != wasDark) applyLook();
+    }
+    QMainWindow::changeEvent(event);
+}
+
+void MainWindow::restoreGeometry()
+{
+    const AppSettings& state = m_app.settings();
+    const QByteArray geometry = state.windowState(QStringLiteral("geometry")).toByteArray();
+    if (geometry.isEmpty() || !QMainWindow::restoreGeometry(geometry)) resize(1280, 800);
+    const QByteArray split = state.windowState(QStringLiteral("splitter")).toByteArray();
+    if (!split.isEmpty()) m_splitter->restoreState(split);
+    const QVariant inspector = state.windowState(QStringLiteral("inspector"));
+    setInspectorShown(inspector.isValid() ? inspector.toBool() : true);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    AppSettings& state = m_app.settings();
+    state.setWindowState(QStringLiteral("geometry"), saveGeometry());
+    state.setWindowState(QStringLiteral("splitter"), m_splitter->saveState());
+    state.setWindowState(QStringLiteral("inspector"), inspectorShown());
+    QMainWindow::closeEvent(event);
+}
+
+}  // namespace fennic

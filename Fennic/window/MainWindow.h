@@ -1,0 +1,88 @@
+#pragma once
+
+#include "theme/ThemeStyle.h"
+
+#include <QMainWindow>
+#include <memory>
+#include <optional>
+
+class QSlider;
+class QSplitter;
+class QToolButton;
+class QProgressBar;
+
+namespace fennic {
+
+class AppModel;
+class AskBar;
+class BrowserView;
+class InspectorView;
+class QuickLookWindow;
+class SidebarView;
+class StatusLine;
+class ThumbnailLoader;
+class ToastOverlay;
+class WindowActions;
+struct FileItem;
+
+// The main window: the Ask bar and the view controls in the toolbar, the sidebar, the
+// browser with its grid and list, the inspector, the notice overlay and the status line. A
+// view over the application model's collaborators: it shows what they publish and calls
+// their operations; it keeps no state of its own beyond what is on screen.
+class MainWindow : public QMainWindow {
+    Q_OBJECT
+
+public:
+    MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // The look: the settings' theme over the given palette (the desktop's by default).
+    void applyLook(std::optional<QPalette> palette = std::nullopt);
+    const ThemeStyle& themeStyle() const { return m_style; }
+
+    AskBar* askBar() const { return m_ask; }
+    BrowserView* browser() const { return m_browser; }
+    SidebarView* sidebar() const { return m_sidebar; }
+    InspectorView* inspector() const { return m_inspector; }
+    ToastOverlay* toastOverlay() const { return m_toast; }
+    QuickLookWindow* quickLook() const { return m_quickLook; }
+    StatusLine* statusLine() const { return m_status; }
+    WindowActions& actions() const { return *m_actions; }
+
+    void setInspectorShown(bool shown);
+    bool inspectorShown() const;
+    // Shows the file in the in-app preview.
+    void showQuickLook(const FileItem& item);
+
+protected:
+    void changeEvent(QEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    QWidget* buildToolbar();
+    void showResults();
+    void updateScanProgress();
+    void restoreGeometry();
+
+    AppModel& m_app;
+    ThumbnailLoader& m_thumbnails;
+    ThemeStyle m_style;
+    bool m_followDesktopPalette = true;
+    AskBar* m_ask = nullptr;
+    BrowserView* m_browser = nullptr;
+    SidebarView* m_sidebar = nullptr;
+    InspectorView* m_inspector = nullptr;
+    ToastOverlay* m_toast = nullptr;
+    QuickLookWindow* m_quickLook = nullptr;
+    StatusLine* m_status = nullptr;
+    QSplitter* m_splitter = nullptr;
+    QToolButton* m_gridButton = nullptr;
+    QToolButton* m_listButton = nullptr;
+    QToolButton* m_sortButton = nullptr;
+    QToolButton* m_inspectorButton = nullptr;
+    QSlider* m_zoom = nullptr;
+    QProgressBar* m_scanProgress = nullptr;
+    std::unique_ptr<WindowActions> m_actions;
+};
+
+}  // namespace fennic

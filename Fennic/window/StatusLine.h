@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QWidget>
+
+class QLabel;
+class QProgressBar;
+class QToolButton;
+
+namespace fennic {
+
+class AppModel;
+
+// The window's status line: the library's total, the running scan ("Scanning… 12,408
+// files"), and image reading with its progress and a pause button.
+class StatusLine : public QWidget {
+    Q_OBJECT
+
+public:
+    StatusLine(AppModel& app, QWidget* parent = nullptr);
+
+    // What the line says now, for tests and screen readers.
+    QString summary() const;
+
+private:
+    void refresh();
+
+    AppModel& m_app;
+    QLabel* m_total;
+    QLabel* m_scan;
+    QLabel* m_reading;
+    QProgressBar* m_readingBar;
+    QToolButton* m_pause;
+};
+
+}  // namespace fennic
