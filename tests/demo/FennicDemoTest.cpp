@@ -4,6 +4,8 @@
 #include "demo/FennicDemo.h"
 #include "organise/CleanupKind.h"
 #include "organise/DuplicateFinder.h"
+#include "search/SearchContext.h"
+#include "search/SearchParser.h"
 #include "support/TempTree.h"
 
 #include <QDir>
@@ -18,7 +20,7 @@ TEST(FennicDemo, ShowsEveryKindOfFindingOverTwoYears)
     TempTree tree;
     const Date now = Date::fromIso("2026-11-24T12:00:00Z");
     const FennicDemo::Library demo = FennicDemo::build(tree.root(), now);
-    ASSERT_EQ(demo.items.size(), 23) << "every file written is one the scanner lists";
+    ASSERT_EQ(demo.items.size(), 24) << "every file written is one the scanner lists";
 
     QSet<FileKind> kinds;
     QSet<QString> sources;
@@ -53,4 +55,24 @@ TEST(FennicDemo, ShowsEveryKindOfFindingOverTwoYears)
     const auto copies = DuplicateFinder::exact(demo.items, tree.path("Downloads"));
     ASSERT_EQ(copies.size(), 1);
     EXPECT_EQ(copies.first().files.size(), 2);
+}
+
+TEST(FennicDemo, TheShowcaseRequestFindsTheBigPdfFromMailLastWeek)
+{
+    TempTree tree;
+    if (!test::supportsXattrs(tree.root())) GTEST_SKIP() << "no extended attributes here";
+    // Every weekday, so that "last week" holds whichever day the demonstration is built.
+    for (int day = 0; day < 7; ++day) {
+        TempTree home;
+        const Date now = Date::fromIso("2026-11-23T12:00:00Z") + day * 86400.0;
+        const FennicDemo::Library demo = FennicDemo::build(home.root(), now);
+        const auto parsed =
+            SearchParser::analyze("pdfs from gmail last week over 5 MB", now, Calendar{}, home.root()).query;
+        ASSERT_EQ(parsed.filters.size(), 4);
+        SearchContext context;
+        QStringList found;
+        for (const FileItem& item : demo.items)
+            if (SearchParser::matches(item, parsed.filters, context)) found.append(item.name);
+        EXPECT_EQ(found, QStringList{"Harbour house brochure.pdf"}) << "day " << day;
+    }
 }
