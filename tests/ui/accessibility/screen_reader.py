@@ -1,0 +1,139 @@
+#!/usr/bin/python3
+"""Drives Fennic's window as a screen reader does, through the accessibility bus.
+
+Run by run-screen-reader under a private session bus and a real X server (Xvfb): starts
+`fennic --demo`, finds the window on the bus, checks that every control has a name, types
+a request with real key presses and reads the result names back.
+"""
+import os
+import subprocess
+import sys
+import tempfile
+import time
+
+import pyatspi
+
+FENNIC = sys.argv[1]
+
+
+def fail(message):
+    print("FAIL: " + message)
+    sys.exit(1)
+
+
+def walk(node, depth=0):
+    if node is None or depth > 40:
+        return
+    yield node
+    for i in range(node.childCount):
+        try:
+            child = node.getChildAtIndex(i)
+        except Exception:
+            continue
+        yield from walk(child, depth + 1)
+
+
+def find_application(name, timeout):
+    deadline = time.time() + timeout
+    while time.time() < deadline:
+        desktop = pyatspi.Registry.getDesktop(0)
+        for i in range(desktop.childCount):
+            app = desktop.getChildAtIndex(i)
+            if app is not None and app.name == name:
+                return app
+        time.sleep(0.5)
+    return None
+
+
+def named(app, name, roles=None):
+    for node in walk(app):
+        if node.name == name and (roles is None or node.getRole() in roles):
+            return node
+    return None
+
+
+def main():
+    scratch = tempfile.mkdtemp(prefix="fennic-a11y-")
+    env = dict(os.environ)
+    env.update({
+        "HOME": scratch,
+        "XDG_CONFIG_HOME": scratch + "/config",
+        "XDG_DATA_HOME": scratch + "/data",
+        "XDG_CACHE_HOME": scratch + "/cache",
+        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
+        "QT_ACCESSIBILITY": "1",
+    })
+    env.pop("QT_QPA_PLATFORM", None)
+    app_process = subprocess.Popen([FENNIC, "--demo"], env=env)
+    try:
+        app = find_application("Fennic", 90)
+        if app is None:
+            fail("Fennic never appeared on the accessibility bus")
+        frame = None
+        deadline = time.time() + 30
+        while frame is None and time.time() < deadline:
+            frame = named(app, "Fennic — Demonstration", [pyatspi.ROLE_FRAME])
+            time.sleep(0.3)
+        if frame is None:
+            fail("no window named after the demonstration")
+
+        ask = named(frame, "Ask Fennic")
+        if ask is None:
+            fail('no control named "Ask Fennic"')
+        if ask.getRole() not in (pyatspi.ROLE_TEXT, pyatspi.ROLE_ENTRY, pyatspi.ROLE_EDITBAR):
+            fail("the Ask field is not a text control: " + ask.getRoleName())
+
+        # Every control a person can operate says what it is.
+        operable = {pyatspi.ROLE_PUSH_BUTTON, pyatspi.ROLE_TOGGLE_BUTTON, pyatspi.ROLE_SLIDER,
+                    pyatspi.ROLE_CHECK_BOX, pyatspi.ROLE_TEXT, pyatspi.ROLE_ENTRY, pyatspi.ROLE_COMBO_BOX,
+                    pyatspi.ROLE_LIST, pyatspi.ROLE_TREE, pyatspi.ROLE_TABLE, pyatspi.ROLE_TREE_TABLE}
+        unnamed = []
+        for node in walk(frame):
+            try:
+                showing = node.getState().contains(pyatspi.STATE_SHOWING)
+            except Exception:
+                continue
+            if showing and node.getRole() in operable and not node.name.strip():
+                unnamed.append(node.getRoleName())
+        if unnamed:
+            fail("controls without a name: " + ", ".join(unnamed))
+
+        # Wait for the demonstration's files, then ask for one with real key presses.
+        results = None
+        deadline = time.time() + 60
+        while time.time() < deadline:
+            results = named(frame, "Results")
+            if results is not None and results.childCount > 0:
+                break
+            time.sleep(0.5)
+        if results is None or results.childCount == 0:
+            fail("the results never showed the demonstration's files")
+
+        ask.queryComponent().grabFocus()
+        time.sleep(0.3)
+        subprocess.run(["xdotool", "type", "--delay", "40", "receipt"], check=True)
+        names = []
+        deadline = time.time() + 15
+        while time.time() < deadline:
+            time.sleep(0.5)
+            results = named(frame, "Results")
+            names = [results.getChildAtIndex(i).name for i in range(results.childCount)] if results else []
+            if names and all("receipt" in n.lower() for n in names if n):
+                break
+        if not any("Receipt cafe.png" == n for n in names):
+            fail("typing 'receipt' did not show Receipt cafe.png; results read: %r" % names[:10])
+        text = ask.queryText()
+        typed = text.getText(0, text.characterCount)
+        if typed != "receipt":
+            fail("the Ask field reads %r" % typed)
+        print("ok: %d controls checked, results read: %s" % (sum(1 for _ in walk(frame)), ", ".join(n for n in names if n)))
+    finally:
+        app_process.terminate()
+        try:
+            app_process.wait(15)
+        except subprocess.TimeoutExpired:
+            app_process.kill()
+
+
+if __name__ == "__main__":
+    main()
