@@ -1,0 +1,243 @@
+// The main window over a library of 250,000 files: launch to the first painted results,
+// the chips redrawn per keystroke, a settled request repainted, a page of grid scrolled with
+// thumbnails pending, the longest stall of the GUI thread while a scan, image reading and
+// thumbnailing run together, and the memory of it all.
+//
+//   bench_window FOLDER [--files N] [--seconds S]
+//
+// FOLDER becomes FENNIC_LIBRARY_ROOT; the synthetic home is written there once and reused.
+// Runs offscreen: painting is real (the raster engine into the offscreen backing store), only
+// nothing reaches a screen.
+#include "app/AppModel.h"
+#include "app/AppSettings.h"
+#include "app/ImageIndexer.h"
+#include "app/LibraryModel.h"
+#include "app/SearchSession.h"
+#include "ask/AskBar.h"
+#include "ask/AskField.h"
+#include "browser/BrowserView.h"
+#include "library/Library.h"
+#include "library/LibraryCache.h"
+#include "library/Prefs.h"
+#include "model/SupportFiles.h"
+#include "support/BenchTimer.h"
+#include "support/SyntheticHome.h"
+#include "theme/DesktopLook.h"
+#include "thumbnails/ThumbnailLoader.h"
+#include "window/MainWindow.h"
+
+#include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QKeyEvent>
+#include <QListView>
+#include <QScrollBar>
+#include <QTimer>
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+using namespace fennic;
+
+namespace {
+
+// Counts the paint events a widget receives.
+class PaintCounter : public QObject {
+public:
+    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
+    int paints = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) ++paints;
+        return false;
+    }
+};
+
+// Ticks the event loop every millisecond and remembers the longest gap between two ticks.
+class StallMeter {
+public:
+    StallMeter()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            const qint64 now = m_clock.nsecsElapsed();
+            if (m_last >= 0) m_longest = std::max(m_longest, now - m_last);
+            m_last = now;
+        });
+    }
+    void start()
+    {
+        m_clock.start();
+        m_last = -1;
+        m_longest = 0;
+        m_timer.start(1);
+    }
+    void stop() { m_timer.stop(); }
+    double longestMs() const { return double(m_longest) / 1e6; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_clock;
+    qint64 m_last = -1;
+    qint64 m_longest = 0;
+};
+
+double residentMb()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly)) return 0;
+    for (const QByteArray& line : status.readAll().split('\n'))
+        if (line.startsWith("VmRSS:")) return line.mid(6).trimmed().split(' ').first().toDouble() / 1024.0;
+    return 0;
+}
+
+void pump(int ms)
+{
+    const bench::Stopwatch clock;
+    while (clock.ms() < ms) QApplication::processEvents(QEventLoop::AllEvents, 5);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QApplication app(argc, argv);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0);
+    const QStringList args = app.arguments();
+    if (args.size() < 2) {
+        std::fprintf(stderr, "usage: bench_window FOLDER [--files N] [--seconds S]\n");
+        return 2;
+    }
+    const QString& root = args[1];
+    int files = 250000;
+    int seconds = 30;
+    if (int i = args.indexOf("--files"); i > 0 && i + 1 < args.size()) files = args[i + 1].toInt();
+    if (int i = args.indexOf("--seconds"); i > 0 && i + 1 < args.size()) seconds = args[i + 1].toInt();
+    const quint32 seed = 42;
+
+    qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(root));
+    qputenv("XDG_DATA_HOME", QFile::encodeName(root + "/.local/share"));
+    qputenv("XDG_CACHE_HOME", QFile::encodeName(root + "/.cache"));
+    Prefs::configure();
+    DesktopLook::ensureIconTheme();
+    const auto plan = bench::plan(files, seed);
+    if (!bench::isWritten(root, files, seed)) {
+        std::printf("writing a synthetic home of %d files to %s ...\n", files, qPrintable(root));
+        if (!bench::write(root, plan, files, seed)) return 1;
+    }
+    const QList<FileItem> items =
+        bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
+    LibraryCache::save(LibraryCache::defaultPath(), items);
+    QFile::remove(SupportFiles::current().imageIndex());
+    QDir(root + "/.cache/thumbnails").removeRecursively();
+    const double baseMb = residentMb();
+
+    // 1. Launch: the model reads the cache, the window is built and shows its first results.
+    AppEnvironment env;
+    env.settingsFile = root + "/bench-window-settings.ini";
+    const bench::Stopwatch launch;
+    AppModel model(env);
+    const double modelMs = launch.ms();
+    ThumbnailLoader thumbnails;
+    MainWindow window(model, thumbnails);
+    window.resize(1280, 800);
+    auto* grid = window.browser()->findChild<QListView*>();
+    if (!grid) return 1;
+    PaintCounter gridPaints(grid->viewport());
+    window.show();
+    while (gridPaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
+    const double launchMs = launch.ms();
+    std::printf("launch with %lld cached items: model %.0f ms, first painted results at %.0f ms\n",
+                qlonglong(model.library().items().size()), modelMs, launchMs);
+
+    // 2. Chips: each keystroke restyles the field and repaints it.
+    AskField* field = window.askBar()->field();
+    field->setFocus();
+    std::vector<double> keystrokes;
+    for (const QChar c : QStringLiteral("pdfs from gmail last week over 5 MB")) {
+        QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(c));
+        QKeyEvent release(QEvent::KeyRelease, 0, Qt::NoModifier, QString(c));
+        const bench::Stopwatch clock;
+        QApplication::sendEvent(field, &press);
+        QApplication::sendEvent(field, &release);
+        window.askBar()->repaint();
+        keystrokes.push_back(clock.ms());
+    }
+    std::printf("chips redrawn per keystroke: median %.2f ms, worst %.2f ms (%zu keys)\n", bench::median(keystrokes),
+                *std::max_element(keystrokes.begin(), keystrokes.end()), keystrokes.size());
+
+    // 3. A settled request repainting the browser: from the settle to the painted grid.
+    for (const char* request : {"report", "photos from last year", "screenshots", "invoice pdfs"}) {
+        std::vector<double> repaints;
+        for (int run = 0; run < 5; ++run) {
+            model.search().setQuery(QString());
+            pump(50);
+            model.search().setQuery(QString::fromUtf8(request));
+            while (!model.search().searchSettled()) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+            // The settle is handled in the same turn of the event loop: the list, the model and
+            // the scheduled paint. Time until that paint is done.
+            const int before = gridPaints.paints;
+            const bench::Stopwatch clock;
+            window.browser()->setItems(model.search().shownItems());
+            while (gridPaints.paints == before && clock.ms() < 2000)
+                QApplication::processEvents(QEventLoop::AllEvents, 1);
+            repaints.push_back(clock.ms());
+        }
+        std::printf("settled \"%s\" repainted in median %.1f ms (%lld shown)\n", request, bench::median(repaints),
+                    qlonglong(model.search().shownItems().size()));
+    }
+    model.search().setQuery(QString());
+    pump(800);
+
+    // 4. Scrolling the grid by a page, thumbnails pending.
+    std::vector<double> pages;
+    QScrollBar* bar = grid->verticalScrollBar();
+    for (int page = 0; page < 40; ++page) {
+        const bench::Stopwatch clock;
+        bar->setValue(bar->value() + bar->pageStep());
+        grid->viewport()->repaint();
+        pages.push_back(clock.ms());
+        QApplication::processEvents();
+    }
+    std::printf("grid scrolled by a page: median %.2f ms, worst %.2f ms (%zu pages, %d thumbnails queued)\n",
+                bench::median(pages), *std::max_element(pages.begin(), pages.end()), pages.size(), thumbnails.queued());
+
+    // 5. Scan, image reading and thumbnailing together, scrolling meanwhile.
+    StallMeter meter;
+    meter.start();
+    const bench::Stopwatch busy;
+    model.library().scan();
+    QTimer scroller;
+    QObject::connect(&scroller, &QTimer::timeout, [&] {
+        bar->setValue(bar->value() + bar->pageStep() / 2);
+        if (bar->value() >= bar->maximum()) bar->setValue(0);
+    });
+    scroller.start(250);
+    while (model.library().isScanning() && busy.seconds() < 120)
+        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    const double scanStall = meter.longestMs();
+    const bench::Stopwatch reading;
+    while (reading.seconds() < seconds) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    scroller.stop();
+    meter.stop();
+    std::printf("scan of %lld items with the window open: longest stall %.1f ms; with image reading (%d read) and "
+                "thumbnailing for %d s more: longest stall %.1f ms\n",
+                qlonglong(model.library().items().size()), scanStall, model.images().ocrProgress().first, seconds,
+                meter.longestMs());
+
+    // 6. Memory with the thumbnail cache filled by scrolling through the library.
+    for (int page = 0; page < 400; ++page) {
+        bar->setValue((page * bar->pageStep()) % std::max(1, bar->maximum()));
+        grid->viewport()->repaint();
+        pump(20);
+    }
+    pump(3000);
+    std::printf("resident memory: %.0f MB (%.0f MB before the model; %d thumbnails queued)\n", residentMb(), baseMb,
+                thumbnails.queued());
+    model.images().setImageIndexPaused(true);
+    model.waitForIdle(30000);
+    return 0;
+}
