@@ -312,6 +312,7 @@ void InspectorView::buildMany()
     auto* actions = new QHBoxLayout;
     m_star = new QToolButton(m_content);
     m_star->setCheckable(true);
+    m_star->setIcon(QIcon::fromTheme(QStringLiteral("non-starred")));
     m_star->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     m_star->setText(QStringLiteral("Favourite all"));
     m_star->setAccessibleName(QStringLiteral("Favourite"));
@@ -359,8 +360,10 @@ void InspectorView::buildOne(const FileItem& item)
     big.setPointSizeF(big.pointSizeF() * 1.2);
     name->setFont(big);
     m_layout->addWidget(name);
-    const QString kind =
-        !mime.isDefault() && !mime.comment().isEmpty() ? mime.comment() : FileKinds::singular(item.kind);
+    // Some comments of the shared MIME database start in lower case ("plain text document").
+    const QString kind = !mime.isDefault() && !mime.comment().isEmpty()
+        ? mime.comment().left(1).toUpper() + mime.comment().mid(1)
+        : FileKinds::singular(item.kind);
     QLabel* summary = heading(kind + QStringLiteral(" · ") + Fmt::size(item.size));
     summary->setAccessibleName(QStringLiteral("Kind and size"));
     m_layout->addWidget(summary);
@@ -370,6 +373,7 @@ void InspectorView::buildOne(const FileItem& item)
     actions->setSpacing(4);
     m_star = new QToolButton(m_content);
     m_star->setCheckable(true);
+    m_star->setIcon(QIcon::fromTheme(QStringLiteral("non-starred")));
     m_star->setAccessibleName(QStringLiteral("Favourite"));
     m_star->setToolTip(QStringLiteral("Favourite (Ctrl+D)"));
     m_star->setAutoRaise(true);
@@ -444,7 +448,8 @@ void InspectorView::buildOne(const FileItem& item)
         for (const QString& url : item.whereFrom) {
             auto* link = new QLabel(from);
             link->setTextFormat(Qt::PlainText);
-            link->setText(link->fontMetrics().elidedText(url, Qt::ElideMiddle, 200));
+            link->setText(link->fontMetrics().elidedText(url, Qt::ElideMiddle, 150));
+            link->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
             link->setToolTip(url);
             link->setTextInteractionFlags(Qt::TextSelectableByMouse);
             link->setAccessibleName(QStringLiteral("Address ") + url);

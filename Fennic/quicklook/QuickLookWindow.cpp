@@ -115,7 +115,8 @@ bool isPicture(const FileItem& item, const QMimeType& mime)
 
 QString kindText(const FileItem& item, const QMimeType& mime)
 {
-    if (!mime.isDefault() && !mime.comment().isEmpty()) return mime.comment();
+    // Some comments of the shared MIME database start in lower case ("plain text document").
+    if (!mime.isDefault() && !mime.comment().isEmpty()) return mime.comment().left(1).toUpper() + mime.comment().mid(1);
     return FileKinds::singular(item.kind);
 }
 

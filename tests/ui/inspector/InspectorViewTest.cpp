@@ -234,9 +234,8 @@ TEST_F(Inspector, DISABLED_RenderForALook)
     for (const bool dark : {false, true})
         for (const Theme theme : {Theme::playful, Theme::minimal}) {
             view->setThemeStyle(ThemeStyle(theme, dark ? DesktopLook::darkPalette() : DesktopLook::lightPalette()));
-            QSignalSpy ready(view.get(), &InspectorView::previewReady);
             view->setItems({shown});
-            ready.wait(5000);
+            QTRY_VERIFY(view->previewShown());
             QApplication::processEvents();
             const QString name = QStringLiteral("/tmp/inspector-%1-%2.png") .arg(
                 dark ? "dark" : "light", theme == Theme::playful ? "playful" : "minimal");
