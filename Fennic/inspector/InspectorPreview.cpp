@@ -54,7 +54,7 @@ int InspectorPreview::heightForWidth(int width) const
 {
     if (m_image.isNull() || m_image.width() <= 0) return kIconCardHeight;
     const double aspect = std::min(kMaxAspect, double(m_image.height()) / m_image.width());
-    return std::max(48, int(width * aspect + 0.5));
+    return std::max(48, qRound(width * aspect));
 }
 
 QSize InspectorPreview::sizeHint() const { return {280, heightForWidth(280)}; }

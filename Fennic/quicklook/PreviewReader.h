@@ -37,7 +37,7 @@ QSize pixelSize(const QString& path);
 // One page of a PDF, rendered to fit `bound`.
 Pages readPdfPage(const QString& path, int page, QSize bound);
 // The start of a text file (UTF-8 unless it starts with another encoding's byte-order mark).
-Text readText(const QString& path, qint64 maxBytes = 256 * 1024);
+Text readText(const QString& path, qint64 maxBytes = qint64(256) * 1024);
 // A frame of a video made by ffmpegthumbnailer, at most `size` pixels wide or tall.
 Picture videoFrame(const QString& path, int size = 1024);
 
