@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QIcon>
+#include <QStandardPaths>
 
 namespace fennic::DesktopLook {
 
@@ -18,6 +19,13 @@ bool themeInstalled(const QString& name)
 
 void ensureIconTheme()
 {
+    // A platform without a desktop theme (offscreen) searches Qt's resources only; the
+    // freedesktop places are the data folders' "icons".
+    QStringList paths = QIcon::themeSearchPaths();
+    for (const QString& dir : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                                        QStringLiteral("icons"), QStandardPaths::LocateDirectory))
+        if (!paths.contains(dir)) paths.append(dir);
+    if (paths != QIcon::themeSearchPaths()) QIcon::setThemeSearchPaths(paths);
     if (!QIcon::themeName().isEmpty()
         && QIcon::themeName() != QStringLiteral("hicolor") && themeInstalled(QIcon::themeName()))
         return;
