@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QIcon>
+#include <QStandardPaths>
 
 namespace fennic::DesktopLook {
 
@@ -18,6 +19,14 @@ bool themeInstalled(const QString& name)
 
 void ensureIconTheme()
 {
+    // Platforms without a desktop theme (offscreen, a bare window manager) search only Qt's
+    // resources; the freedesktop icon folders of the data directories are where themes live.
+    QStringList paths = QIcon::themeSearchPaths();
+    const qsizetype known = paths.size();
+    for (const QString& dir : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                                        QStringLiteral("icons"), QStandardPaths::LocateDirectory))
+        if (!paths.contains(dir)) paths << dir;
+    if (paths.size() != known) QIcon::setThemeSearchPaths(paths);
     if (!QIcon::themeName().isEmpty()
         && QIcon::themeName() != QStringLiteral("hicolor") && themeInstalled(QIcon::themeName()))
         return;
