@@ -28,6 +28,9 @@ constexpr double kDotOffset = 7.5;
 constexpr double kDotDiameter = 5.5;
 constexpr double kCornerRadius = 7.0;
 constexpr double kGap = 4.0;
+// The document's margin on every side: more than any style's room before a chip, so each
+// style can take off what it does not need (see applyStyle).
+constexpr double kDocumentMargin = 40.0;
 // Room between the field's left edge and the first glyph beyond the first chip's inset.
 constexpr double kLeadingRoom = 3.0;
 // How far a chip's words lean towards its tint (0: the palette's text colour).
@@ -174,9 +177,10 @@ AskField::AskField(AskStyle style, QWidget* parent)
     setAutoFillBackground(false);
 
     m_highlighter = new Highlighter(*this);
-    applyStyle();
-    // Setting the margins goes through the document's history; nothing typed is lost here.
+    document()->setDocumentMargin(kDocumentMargin);
+    // Setting the margin is a step in the document's history; nothing typed is lost here.
     document()->clearUndoRedoStacks();
+    applyStyle();
     connect(this, &QPlainTextEdit::textChanged, this, &AskField::onTextChanged);
 }
 
@@ -251,17 +255,19 @@ void AskField::applyStyle()
     m_metrics = QFontMetricsF(font());
     const int height = AskStyles::height(m_style);
     setFixedHeight(height);
-    // The document's margin is the room before the first glyph, wide enough for a chip that
-    // starts the request, so the words never move when the first one becomes a chip. The
-    // plain-text layout puts the same margin above the line; the viewport is moved up to
-    // centre the line instead.
+    // Room before the first glyph, wide enough for a chip that starts the request, so the
+    // words never move when the first one becomes a chip (a description never shows chips);
+    // room after the last for its right inset.
     const double s = AskStyles::scale(m_style);
-    // A description never shows chips and needs only a little room.
-    const double margin =
+    const double left =
         m_style == AskStyle::describe ? std::ceil(s * kLeadingRoom * 2) : std::ceil(s * (kLeftInset + kLeadingRoom));
-    document()->setDocumentMargin(margin);
+    const double right = std::ceil(s * (kRightInset + kLeadingRoom));
     const double top = (height - m_metrics.lineSpacing()) / 2.0;
-    setViewportMargins(0, int(std::lround(top - margin)), 0, 0);
+    // The plain-text layout keeps the document's margin on every side, the top included, and
+    // changing it would be a step in the undo history; so the margin stays fixed and the
+    // viewport reaches past the field's edges by whatever of it the style does not want.
+    const auto edge = [](double wanted) { return int(std::lround(wanted - kDocumentMargin)); };
+    setViewportMargins(edge(left), edge(top), edge(right), 0);
     updateGeometry();
 }
 
@@ -428,7 +434,7 @@ void AskField::paintEvent(QPaintEvent* event)
         const QTextLine line = layout->lineAt(0);
         const QPointF origin = contentOffset() + layout->position();
         const double margin = document()->documentMargin();
-        const QRectF area(origin.x() + line.x(), origin.y() + line.y(), viewport()->width() - line.x() - margin / 2.0,
+        const QRectF area(origin.x() + line.x(), origin.y() + line.y(), viewport()->width() - line.x() - margin,
                           line.height());
         QPainter painter(viewport());
         painter.setFont(font());

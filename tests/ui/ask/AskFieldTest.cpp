@@ -79,7 +79,9 @@ TEST_F(AskFieldTest, ChipsCoverExactlyTheFiltersAndLeaveRoomForTheirWords)
     for (int i = 0; i < chips.size(); ++i) {
         SCOPED_TRACE(i);
         EXPECT_TRUE(QRectF(field()->rect()).contains(chips[i]));
-        if (i > 0) EXPECT_LE(chips[i - 1].right(), chips[i].left());
+        if (i > 0) {
+            EXPECT_LE(chips[i - 1].right(), chips[i].left());
+        }
         // The words start after the room for the dot and end before the right inset.
         const AskField::Token token = field()->tokens()[i];
         EXPECT_NEAR(chips[i].left() + 19 * scale, caretX(token.start), 1.5);
@@ -114,6 +116,14 @@ TEST_F(AskFieldTest, WordsStayEditableAndChipsFollowTheEdits)
     EXPECT_EQ(field()->text(), QStringLiteral("pdfs from gmail over 5 MB"));
     EXPECT_EQ(tokenTexts(), (QStringList{"pdfs", "from gmail", "over 5 MB"}));
     EXPECT_EQ(edited.last().at(0).toString(), field()->text());
+
+    // A change of style or theme is no step of the history: the next undo still edits text.
+    bar->setAskStyle(AskStyle::hero);
+    bar->setThemeStyle(ThemeStyle(Theme::minimal, bar->palette()));
+    QTest::keyClick(field(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_NE(field()->text(), QStringLiteral("pdfs from gmail over 5 MB"));
+    QTest::keyClick(field(), Qt::Key_Z, Qt::ShiftModifier | Qt::ControlModifier);
+    EXPECT_EQ(field()->text(), QStringLiteral("pdfs from gmail over 5 MB"));
 
     // Selecting everything and typing replaces the request.
     QTest::keyClick(field(), Qt::Key_A, Qt::ControlModifier);

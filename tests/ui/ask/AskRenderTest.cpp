@@ -51,11 +51,18 @@ TEST(AskRender, DISABLED_EveryStylePaletteAndTheme)
                 layout->addWidget(bar);
                 if (!focused && row.style == AskStyle::toolbar && *row.text) focused = bar;
             }
-            window.resize(620, 420);
+            // A request longer than its field, scrolled to its end as while typing.
+            auto* narrow = new AskBar(AskStyle::toolbar, &window);
+            narrow->setFixedWidth(300);
+            narrow->setThemeStyle(ThemeStyle(theme, palette));
+            narrow->field()->setText(QStringLiteral("screenshots from today over 5 MB from gmail pdfs"));
+            layout->addWidget(narrow);
+            window.resize(620, 470);
             window.show();
             ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
             window.activateWindow();
             if (focused) focused->field()->setFocus();
+            narrow->field()->ensureCursorVisible();
             QTest::qWait(50);
             const QString name = QStringLiteral("%1/ask-%2-%3.png") .arg(
                 dir,
