@@ -70,8 +70,12 @@ protected:
 
 TEST_F(AskFieldTest, ChipsCoverExactlyTheFiltersAndLeaveRoomForTheirWords)
 {
+    // Whoever listens to the edits already finds the chips of the new text.
+    qsizetype tokensWhenEdited = -1;
+    QObject::connect(field(), &AskField::textEdited, field(), [&] { tokensWhenEdited = field()->tokens().size(); });
     QTest::keyClicks(field(), QStringLiteral("pdfs from gmail last week"));
     EXPECT_EQ(tokenTexts(), (QStringList{"pdfs", "from gmail", "last week"}));
+    EXPECT_EQ(tokensWhenEdited, 3);
 
     const QList<QRectF> chips = field()->chipRects();
     ASSERT_EQ(chips.size(), 3);
