@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <QIcon>
+#include <QStandardPaths>
 
 namespace fennic::DesktopLook {
 
@@ -18,6 +19,18 @@ bool themeInstalled(const QString& name)
 
 void ensureIconTheme()
 {
+    // Some platforms (offscreen among them) search only Qt's own resources for icon themes;
+    // the desktop's icon folders are always worth searching too.
+    QStringList paths = QIcon::themeSearchPaths();
+    const QStringList installed = QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                                            QStringLiteral("icons"), QStandardPaths::LocateDirectory);
+    bool added = false;
+    for (const QString& dir : installed) {
+        if (paths.contains(dir)) continue;
+        paths.append(dir);
+        added = true;
+    }
+    if (added) QIcon::setThemeSearchPaths(paths);
     if (!QIcon::themeName().isEmpty()
         && QIcon::themeName() != QStringLiteral("hicolor") && themeInstalled(QIcon::themeName()))
         return;
