@@ -78,23 +78,32 @@ BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
     noteChanges(0, 0, prefix);
     noteChanges(oldCount - suffix, newCount - suffix, suffix);
 
+    // No row is copied: the new list is taken whole, and while a replaced stretch is on its
+    // way out, rows past the new stretch are read from the old list (see item()).
     const qsizetype removed = oldCount - prefix - suffix;
     const qsizetype inserted = newCount - prefix - suffix;
-    if (removed > 0) {
-        beginRemoveRows({}, int(prefix), int(prefix + removed - 1));
-        m_items.remove(prefix, removed);
-        m_rowsStale = true;
-        endRemoveRows();
-    }
     if (inserted > 0) {
         beginInsertRows({}, int(prefix), int(prefix + inserted - 1));
+        if (removed > 0) {
+            m_leaving = m_items;
+            m_leavingFrom = prefix + inserted;
+            m_leavingShift = inserted;
+        }
         m_items = items;
         m_rowsStale = true;
         endInsertRows();
-    } else {
-        // Keep the new values of changed fields (and share the caller's list).
-        m_items = items;
     }
+    if (removed > 0) {
+        beginRemoveRows({}, int(prefix + inserted), int(prefix + inserted + removed - 1));
+        m_leaving = {};
+        m_leavingFrom = -1;
+        m_leavingShift = 0;
+        m_items = items;
+        m_rowsStale = true;
+        endRemoveRows();
+    }
+    // Keep the new values of changed fields (and share the caller's list).
+    if (inserted == 0 && removed == 0) m_items = items;
     for (const auto& [first, last] : changed)
         Q_EMIT dataChanged(index(int(first), 0), index(int(last), kColumnCount - 1));
     return removed > 0 || inserted > 0 ? Change::ranges : Change::none;
@@ -166,14 +175,25 @@ bool BrowserModel::hasThumbnail(const FileItem& item)
         && ThumbnailMaker::canMake(item.ext);
 }
 
-int BrowserModel::rowCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : int(m_items.size()); }
+const FileItem& BrowserModel::item(int row) const
+{
+    if (m_leavingFrom >= 0 && row >= m_leavingFrom) return m_leaving.at(row - m_leavingShift);
+    return m_items.at(row);
+}
+
+int BrowserModel::rowCount(const QModelIndex& parent) const
+{
+    if (parent.isValid()) return 0;
+    if (m_leavingFrom >= 0) return int(m_leaving.size() + m_leavingShift);
+    return int(m_items.size());
+}
 
 int BrowserModel::columnCount(const QModelIndex& parent) const { return parent.isValid() ? 0 : kColumnCount; }
 
 QVariant BrowserModel::data(const QModelIndex& index, int role) const
 {
-    if (!index.isValid() || index.row() >= m_items.size() || index.column() >= kColumnCount) return {};
-    const FileItem& item = m_items.at(index.row());
+    if (!index.isValid() || index.row() >= rowCount() || index.column() >= kColumnCount) return {};
+    const FileItem& item = this->item(index.row());
     const auto column = Column(index.column());
     switch (role) {
     case Qt::DisplayRole: return text(item, column);
@@ -217,7 +237,7 @@ QMimeData* BrowserModel::mimeData(const QModelIndexList& indexes) const
     std::vector<int> rows;
     rows.reserve(size_t(indexes.size()));
     for (const QModelIndex& index : indexes)
-        if (index.isValid() && index.model() == this && index.row() < m_items.size()) rows.push_back(index.row());
+        if (index.isValid() && index.model() == this && index.row() < rowCount()) rows.push_back(index.row());
     std::sort(rows.begin(), rows.end());
     rows.erase(std::unique(rows.begin(), rows.end()), rows.end());
 
@@ -226,7 +246,7 @@ QMimeData* BrowserModel::mimeData(const QModelIndexList& indexes) const
     urls.reserve(qsizetype(rows.size()));
     paths.reserve(qsizetype(rows.size()));
     for (const int row : rows) {
-        const FileItem& item = m_items.at(row);
+        const FileItem& item = this->item(row);
         urls.append(QUrl::fromLocalFile(item.path));
         paths.append(item.path);
     }

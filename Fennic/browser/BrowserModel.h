@@ -52,7 +52,7 @@ public:
 
     Change setItems(const QList<FileItem>& items);
     const QList<FileItem>& items() const { return m_items; }
-    const FileItem& item(int row) const { return m_items.at(row); }
+    const FileItem& item(int row) const;
     // The row of the file at `path`; -1 when it isn't listed.
     int rowOf(const QString& path) const;
 
@@ -87,6 +87,11 @@ private:
     mutable QHash<QString, QIcon> m_icons;  // by extension
     mutable QHash<QString, int> m_rows;     // path → row, rebuilt when first needed after a change
     mutable bool m_rowsStale = true;
+    // While a replaced stretch leaves: the old list, whose rows from m_leavingFrom on (shifted
+    // by the m_leavingShift rows just inserted) are still shown.
+    QList<FileItem> m_leaving;
+    qsizetype m_leavingFrom = -1;
+    qsizetype m_leavingShift = 0;
 };
 
 }  // namespace fennic

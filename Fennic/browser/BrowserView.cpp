@@ -37,7 +37,7 @@ protected:
     {
         QStyledItemDelegate::initStyleOption(option, index);
         if (option->features.testFlag(QStyleOptionViewItem::HasDecoration))
-            option->decorationSize = option->icon.actualSize(QSize(kListIconEdge, kListIconEdge));
+            option->decorationSize = QSize(kListIconEdge, kListIconEdge);
     }
 };
 
@@ -80,6 +80,7 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     m_grid->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     m_grid->setMouseTracking(true);
     m_grid->setFrameShape(QFrame::NoFrame);
+    m_grid->setSpacing(0);
 
     // The list with columns.
     m_list->setAccessibleName(tr("Results list"));
@@ -99,6 +100,7 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     m_list->setSortingEnabled(false);  // the list arrives sorted; a header click only asks
     m_list->setFrameShape(QFrame::NoFrame);
     QHeaderView* header = m_list->header();
+    header->setAccessibleName(tr("Columns"));
     header->setSectionsClickable(true);
     header->setSortIndicatorShown(true);
     header->setStretchLastSection(true);
@@ -137,13 +139,13 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     m_emptyDetail->setAlignment(Qt::AlignCenter);
     m_emptyDetail->setWordWrap(true);
     m_emptyDetail->setForegroundRole(QPalette::PlaceholderText);
-    m_emptyDetail->setMaximumWidth(460);
     auto* emptyLayout = new QVBoxLayout(m_emptyPage);
+    emptyLayout->setContentsMargins(48, 24, 48, 24);
     emptyLayout->addStretch(2);
     emptyLayout->addWidget(m_emptyIcon);
     emptyLayout->addSpacing(8);
     emptyLayout->addWidget(m_emptyTitle);
-    emptyLayout->addWidget(m_emptyDetail, 0, Qt::AlignHCenter);
+    emptyLayout->addWidget(m_emptyDetail);
     emptyLayout->addStretch(3);
 
     m_stack->addWidget(m_grid);
@@ -352,6 +354,7 @@ bool BrowserView::eventFilter(QObject* watched, QEvent* event)
         return true;
     }
     case QEvent::Resize:
+        if (watched == m_grid) updateGridSize();
         if (watched == view->viewport()) scheduleVisibleUpdate();
         break;
     default: break;
@@ -430,10 +433,21 @@ void BrowserView::updateGridSize()
     QStyleOptionViewItem option;
     option.initFrom(m_grid);
     const QSize card = m_cards->sizeHint(option, QModelIndex());
-    m_grid->setGridSize(card + QSize(kGridGap, kGridGap));
-    // The view keeps the size of its first card; a new size lays every card out again.
-    Q_EMIT m_cards->sizeHintChanged(QModelIndex());
-    m_grid->doItemsLayout();
+    // The cards share out the width: as many columns as fit, the rest spread between them.
+    // The scroll bar's width is always set aside, so its coming and going never changes the
+    // number of columns (which could make it come and go again).
+    const int scrollBar = m_grid->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, m_grid);
+    const int width = m_grid->width() - 2 * m_grid->frameWidth() - scrollBar;
+    const int minimum = card.width() + kGridGap;
+    const int columns = std::max(1, width / minimum);
+    const QSize cell(std::max(minimum, width / columns), card.height() + kGridGap);
+    if (cell != m_grid->gridSize()) m_grid->setGridSize(cell);
+    if (card != m_cardHint) {
+        m_cardHint = card;
+        // The view keeps the size of its first card; a new size lays every card out again.
+        Q_EMIT m_cards->sizeHintChanged(QModelIndex());
+        m_grid->doItemsLayout();
+    }
 }
 
 void BrowserView::scheduleVisibleUpdate() { m_visibleTimer.start(); }

@@ -123,6 +123,7 @@ private:
     QLabel* m_emptyTitle;
     QLabel* m_emptyDetail;
     QTimer m_visibleTimer;
+    QSize m_cardHint;
 
     ViewMode m_mode = ViewMode::grid;
     SortKey m_sortKey = SortKey::dateAdded;

@@ -99,13 +99,22 @@ TEST_F(BrowserModelTest, NewListsChangeOnlyWhatDiffers)
     EXPECT_EQ(changes.total(), 1);
     changes.clear();
 
-    // A stretch replaced: one removal and one insertion of that stretch.
+    // A stretch replaced: the new stretch goes in, then the old one out, and in between the
+    // model shows both (views read it when told of the insertion).
+    QStringList between;
+    const auto connection = QObject::connect(&model, &BrowserModel::rowsInserted, [&] {
+        for (int row = 0; row < model.rowCount(); ++row) between << model.item(row).name.left(1);
+    });
     model.setItems(itemsNamed("abcXYZij"));
+    QObject::disconnect(connection);
     ASSERT_EQ(changes.removed.count(), 1);
     ASSERT_EQ(changes.inserted.count(), 1);
-    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(3, 7));
     EXPECT_EQ(rowsOf(changes.inserted), std::make_pair(3, 5));
+    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(6, 10));
+    EXPECT_EQ(between.join(QString()), QStringLiteral("abcXYZdefghij"));
     EXPECT_EQ(changes.reset.count(), 0);
+    EXPECT_EQ(model.rowCount(), 8);
+    EXPECT_EQ(model.item(7).name, QStringLiteral("j.txt"));
     changes.clear();
 
     // Narrowing to the start and to the end.

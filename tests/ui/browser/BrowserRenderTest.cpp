@@ -66,6 +66,7 @@ TEST(BrowserRender, DISABLED_BothThemesAndPalettes)
             view.grab().save(name + QStringLiteral("-list.png"));
             view.setEmptyState(BrowserView::EmptyState{QStringLiteral("edit-find"),
                 QStringLiteral("No files match"), QStringLiteral("Try fewer words, or ask about another folder.")});
+            QTest::qWait(20);
             view.grab().save(name + QStringLiteral("-empty.png"));
         }
     }

@@ -163,6 +163,11 @@ TEST_F(BrowserViewTest, SelectionSurvivesNewLists)
     EXPECT_EQ(namesOf(view.selectedItems()), (QStringList{"e", "b"})) << "in list order";
     view.setItems(itemsNamed("pq"));
     EXPECT_TRUE(view.selectedItems().isEmpty());
+
+    view.selectAll();
+    EXPECT_EQ(namesOf(view.selectedItems()), (QStringList{"p", "q"}));
+    view.selectPaths({});
+    EXPECT_TRUE(view.selectedItems().isEmpty());
 }
 
 TEST_F(BrowserViewTest, EmptyStateTakesTheFilesPlace)
