@@ -164,7 +164,16 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     showPage();
 }
 
-BrowserView::~BrowserView() = default;
+BrowserView::~BrowserView()
+{
+    // The views go before the model and the delegate they use, and unwatched: half-destroyed,
+    // they are no longer views.
+    for (QAbstractItemView* view : {static_cast<QAbstractItemView*>(m_grid), static_cast<QAbstractItemView*>(m_list)}) {
+        view->viewport()->removeEventFilter(this);
+        view->removeEventFilter(this);
+    }
+    delete m_stack;
+}
 
 void BrowserView::setItems(const QList<FileItem>& items)
 {

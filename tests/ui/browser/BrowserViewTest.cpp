@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListView>
@@ -127,6 +128,25 @@ TEST_F(BrowserViewTest, KeysActivateAndLeaveTheResultsInBothModes)
         QTest::keyClick(shown, Qt::Key_A, Qt::ControlModifier);
         EXPECT_EQ(view.selectedItems().size(), 26);
     }
+}
+
+TEST_F(BrowserViewTest, DoubleClickOpensAndTheMenuKeyPointsAtTheCurrentFile)
+{
+    QSignalSpy activated(&view, &BrowserView::activated);
+    QSignalSpy menu(&view, &BrowserView::contextMenuRequested);
+    QListView* grid = view.gridView();
+    const QRect third = grid->visualRect(view.model().index(2, 0));
+    // As the platform delivers it: a click, then the second press as a double click.
+    QTest::mouseClick(grid->viewport(), Qt::LeftButton, {}, third.center());
+    QTest::mouseDClick(grid->viewport(), Qt::LeftButton, {}, third.center());
+    ASSERT_EQ(activated.count(), 1);
+    EXPECT_EQ(activated.at(0).at(0).value<FileItem>().name, QStringLiteral("c.txt"));
+
+    QContextMenuEvent fromKeyboard(QContextMenuEvent::Keyboard, QPoint(0, 0), grid->mapToGlobal(QPoint(0, 0)));
+    QApplication::sendEvent(grid, &fromKeyboard);
+    ASSERT_EQ(menu.count(), 1);
+    const QPoint at = grid->viewport()->mapFromGlobal(menu.at(0).at(0).toPoint());
+    EXPECT_TRUE(third.contains(at)) << "the menu opens at the current card";
 }
 
 TEST_F(BrowserViewTest, LeavesSpaceAndDeleteToTheWindowsActions)
