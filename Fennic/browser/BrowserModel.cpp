@@ -45,6 +45,14 @@ BrowserModel::BrowserModel(ThumbnailLoader& thumbnails, QObject* parent)
 
 BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
 {
+    if (wouldReset(items)) {
+        beginResetModel();
+        m_items = items;
+        m_rowsStale = true;
+        endResetModel();
+        return Change::reset;
+    }
+
     const QList<FileItem>& old = m_items;
     const qsizetype oldCount = old.size();
     const qsizetype newCount = items.size();
@@ -54,14 +62,6 @@ BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
     qsizetype suffix = 0;
     while (suffix < common - prefix && samePath(old.at(oldCount - 1 - suffix), items.at(newCount - 1 - suffix)))
         ++suffix;
-
-    if (oldCount > 0 && newCount > 0 && prefix == 0 && suffix == 0) {
-        beginResetModel();
-        m_items = items;
-        m_rowsStale = true;
-        endResetModel();
-        return Change::reset;
-    }
 
     // Rows kept on either side whose details changed, as runs in the new list's rows.
     std::vector<std::pair<qsizetype, qsizetype>> changed;
@@ -107,6 +107,12 @@ BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
     for (const auto& [first, last] : changed)
         Q_EMIT dataChanged(index(int(first), 0), index(int(last), kColumnCount - 1));
     return removed > 0 || inserted > 0 ? Change::ranges : Change::none;
+}
+
+bool BrowserModel::wouldReset(const QList<FileItem>& items) const
+{
+    return !m_items.isEmpty() && !items.isEmpty() && !samePath(m_items.first(), items.first())
+        && !samePath(m_items.last(), items.last());
 }
 
 int BrowserModel::rowOf(const QString& path) const

@@ -51,6 +51,8 @@ public:
     explicit BrowserModel(ThumbnailLoader& thumbnails, QObject* parent = nullptr);
 
     Change setItems(const QList<FileItem>& items);
+    // Whether setItems(items) would reset: nothing in common at either end. Constant time.
+    bool wouldReset(const QList<FileItem>& items) const;
     const QList<FileItem>& items() const { return m_items; }
     const FileItem& item(int row) const;
     // The row of the file at `path`; -1 when it isn't listed.

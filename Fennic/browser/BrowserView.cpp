@@ -177,19 +177,22 @@ BrowserView::~BrowserView()
 
 void BrowserView::setItems(const QList<FileItem>& items)
 {
-    // A reset forgets the selection; the paths are kept to restore it. Range changes keep it
-    // by themselves.
+    // A reset forgets the selection, so its paths are kept to restore it; range changes keep
+    // it by themselves (and cost nothing here while the person types).
+    if (!m_model->wouldReset(items)) {
+        m_model->setItems(items);
+        scheduleVisibleUpdate();
+        return;
+    }
     const QList<int> rows = selectedRows();
     QStringList selected;
     selected.reserve(rows.size());
     for (const int row : rows) selected.append(m_model->item(row).path);
     const QModelIndex current = m_selection->currentIndex();
     const QString currentPath = current.isValid() ? m_model->item(current.row()).path : QString();
-
-    if (m_model->setItems(items) == BrowserModel::Change::reset) {
-        // The reset dropped the selection without a word; say so when none of it came back.
-        if (!restoreSelection(selected, currentPath) && !selected.isEmpty()) Q_EMIT selectionChanged();
-    }
+    m_model->setItems(items);
+    // The reset dropped the selection without a word; say so when none of it came back.
+    if (!restoreSelection(selected, currentPath) && !selected.isEmpty()) Q_EMIT selectionChanged();
     scheduleVisibleUpdate();
 }
 

@@ -226,3 +226,36 @@ TEST_F(BrowserModelTest, PaintedCardsGetTheirThumbnails)
     EXPECT_EQ(loader.queued(), 0) << "the text file never asked";
     EXPECT_FALSE(view.grab().isNull()) << "and the card paints with it";
 }
+
+TEST_F(BrowserModelTest, OnlyCardsOnScreenAskForPictures)
+{
+    QList<FileItem> pictures;
+    for (int i = 0; i < 40; ++i) {
+        FileItem item =
+            test::itemAt(test::writePicture(tree, QStringLiteral("Pictures/p%1.png").arg(i), QSize(64, 48)));
+        item.modified = Date::fromUnix(1'700'000'000);
+        pictures.append(item);
+    }
+    BrowserView view(loader);
+    view.setCardSize(100);
+    view.resize(420, 300);
+    view.setItems(pictures);
+    view.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
+    QSignalSpy ready(&loader, &ThumbnailLoader::ready);
+    QTest::qWait(200);
+    const int onScreen = int(ready.count());
+    EXPECT_GT(onScreen, 0);
+    EXPECT_LT(onScreen, 20) << "cards off screen wait until they are scrolled to";
+    const auto answered = [&](const QString& path) {
+        for (const auto& arguments : std::as_const(ready))
+            if (arguments.at(0).toString() == path) return true;
+        return false;
+    };
+    EXPECT_FALSE(answered(pictures.last().path));
+
+    view.gridView()->scrollToBottom();
+    for (int i = 0; i < 100 && !answered(pictures.last().path); ++i) QTest::qWait(20);
+    EXPECT_TRUE(answered(pictures.last().path)) << "the last card, once on screen, gets its picture";
+    EXPECT_EQ(view.model().index(39, 0).data(Qt::DecorationRole).typeId(), QMetaType::QImage);
+}
