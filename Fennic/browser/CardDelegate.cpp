@@ -1,0 +1,241 @@
+#include "CardDelegate.h"
+
+#include "BrowserModel.h"
+#include "NameHighlight.h"
+#include "model/Fmt.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPixmapCache>
+#include <QTextLayout>
+#include <algorithm>
+#include <cmath>
+
+namespace fennic {
+
+namespace {
+
+constexpr int kMargin = 3;   // around the card, for its shadow and focus ring
+constexpr int kPadding = 8;  // inside the card, around the picture and the text
+constexpr int kTextGap = 6;  // between the picture and the name
+constexpr int kLineGap = 2;  // between the name and the detail
+
+// The picture of a thumbnail scaled to `size` device pixels, kept in the pixmap cache so
+// scrolling back over a card doesn't scale it again.
+QPixmap scaledPicture(const QImage& image, QSize size)
+{
+    const QString key =
+        QStringLiteral("fennic-card:%1:%2x%3").arg(image.cacheKey()).arg(size.width()).arg(size.height());
+    QPixmap pixmap;
+    if (QPixmapCache::find(key, &pixmap)) return pixmap;
+    pixmap = QPixmap::fromImage(image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+    QPixmapCache::insert(key, pixmap);
+    return pixmap;
+}
+
+// Draws one line of a name centred on `centreX` with its baseline found from `top`, the
+// marked ranges behind a rounded tint.
+void drawLine(QPainter* painter, const QString& text, const QFont& font, const QList<NameHighlight::Range>& marks,
+              qreal centreX, qreal top, const QColor& textColour, const QColor& mark)
+{
+    QTextLayout layout(text, font);
+    layout.beginLayout();
+    QTextLine line = layout.createLine();
+    if (!line.isValid()) {
+        layout.endLayout();
+        return;
+    }
+    line.setLineWidth(1e6);
+    layout.endLayout();
+    const qreal left = centreX - line.naturalTextWidth() / 2;
+    for (const auto& range : marks) {
+        const qreal x1 = line.cursorToX(int(range.start));
+        const qreal x2 = line.cursorToX(int(range.start + range.length));
+        const QRectF box(left + std::min(x1, x2) - 1.5, top, std::abs(x2 - x1) + 3, line.height());
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(mark);
+        painter->drawRoundedRect(box, 3, 3);
+    }
+    painter->setPen(textColour);
+    layout.draw(painter, QPointF(left, top));
+}
+
+}  // namespace
+
+CardDelegate::CardDelegate(QObject* parent)
+    : QStyledItemDelegate(parent),
+      m_style(Theme::playful, QApplication::palette()),
+      m_cardSize(AppSettings::kDefaultCardSize)
+{ }
+
+void CardDelegate::setThemeStyle(const ThemeStyle& style) { m_style = style; }
+
+void CardDelegate::setCardSize(double size)
+{
+    m_cardSize = std::clamp(size, AppSettings::kMinCardSize, AppSettings::kMaxCardSize);
+}
+
+void CardDelegate::setHighlight(const QStringList& words) { m_words = words; }
+
+void CardDelegate::setDetail(SortKey key) { m_detail = key; }
+
+QFont CardDelegate::detailFont(const QFont& base) const
+{
+    QFont font = base;
+    if (font.pointSizeF() > 0)
+        font.setPointSizeF(font.pointSizeF() * 0.9);
+    else
+        font.setPixelSize(std::max(8, int(font.pixelSize() * 0.9)));
+    return font;
+}
+
+QSize CardDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const
+{
+    const int side = int(std::lround(m_cardSize));
+    const int nameHeight = 2 * QFontMetrics(option.font).lineSpacing();
+    const int detailHeight = QFontMetrics(detailFont(option.font)).lineSpacing();
+    return {side + 2 * (kPadding + kMargin),
+            2 * kMargin + kPadding + side + kTextGap + nameHeight + kLineGap + detailHeight + kPadding};
+}
+
+QStringList CardDelegate::nameLines(const QString& name, const QFont& font, int width)
+{
+    if (name.isEmpty() || width <= 0) return {name};
+    QTextLayout layout(name, font);
+    QTextOption wrap;
+    wrap.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    layout.setTextOption(wrap);
+    layout.beginLayout();
+    QTextLine first = layout.createLine();
+    first.setLineWidth(width);
+    QTextLine second = layout.createLine();
+    if (second.isValid()) second.setLineWidth(width);
+    const QTextLine third = layout.createLine();
+    layout.endLayout();
+
+    const QString firstText = name.mid(first.textStart(), first.textLength());
+    if (!second.isValid()) return {firstText};
+    if (!third.isValid()) return {firstText, name.mid(second.textStart(), second.textLength())};
+    const QString rest = name.mid(second.textStart());
+    return {firstText, QFontMetrics(font).elidedText(rest, Qt::ElideMiddle, width)};
+}
+
+void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+{
+    const QVariant itemValue = index.data(BrowserModel::ItemRole);
+    if (!itemValue.canConvert<FileItem>()) return;
+    const FileItem item = itemValue.value<FileItem>();
+    const QPalette& palette = option.palette;
+    const bool selected = option.state.testFlag(QStyle::State_Selected);
+    const bool focused = option.state.testFlag(QStyle::State_HasFocus);
+    const bool hovered = option.state.testFlag(QStyle::State_MouseOver);
+    const bool playful = m_style.theme() == Theme::playful;
+    const qreal radius = m_style.cardRadius();
+    const QColor accent = m_style.accent();
+
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+
+    const QRectF card = QRectF(option.rect).adjusted(kMargin, kMargin, -kMargin, -kMargin);
+    // The card itself.
+    if (playful) {
+        // A soft shadow: a few widening, fading rounded rectangles under the card.
+        QColor shadow = palette.color(QPalette::Shadow);
+        const double strength = m_style.isDark() ? 0.35 : 0.10;
+        for (int i = 3; i >= 1; --i) {
+            shadow.setAlphaF(float(strength / i));
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(shadow);
+            painter->drawRoundedRect(card.adjusted(-i * 0.5, 0, i * 0.5, i * 0.8), radius + i * 0.5, radius + i * 0.5);
+        }
+    }
+    painter->setPen(playful ? QPen(Qt::NoPen) : QPen(m_style.cardOutline(), 1));
+    painter->setBrush(m_style.cardBackground());
+    painter->drawRoundedRect(card.adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    if (selected || hovered) {
+        const double tint = selected ? (m_style.isDark() ? 0.30 : 0.18) : 0.07;
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(ThemeStyle::withOpacity(accent, tint));
+        painter->drawRoundedRect(card, radius, radius);
+    }
+    if (selected || focused) {
+        // The selection's outline; the focused card's ring is stronger, so the keyboard's place
+        // shows among many selected cards.
+        const qreal width = focused ? 2.0 : 1.0;
+        painter->setPen(QPen(ThemeStyle::withOpacity(accent, focused ? 1.0 : 0.7), width));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(card.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
+    }
+
+    // The picture.
+    const qreal side = std::round(m_cardSize);
+    const QRectF picture(card.center().x() - side / 2, card.top() + kPadding - 1, side, side);
+    const qreal pictureRadius = std::max(2.0, radius - kPadding / 2.0);
+    const QVariant decoration = index.data(Qt::DecorationRole);
+    const QImage image = decoration.typeId() == QMetaType::QImage ? decoration.value<QImage>() : QImage();
+    if (!image.isNull()) {
+        QSizeF fitted = QSizeF(image.size()).scaled(picture.size(), Qt::KeepAspectRatio);
+        const QRectF target(picture.center().x() - fitted.width() / 2, picture.center().y() - fitted.height() / 2,
+                            fitted.width(), fitted.height());
+        const qreal dpr = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+        QPixmap pixmap = scaledPicture(image, (target.size() * dpr).toSize().expandedTo(QSize(1, 1)));
+        pixmap.setDevicePixelRatio(dpr);
+        QPainterPath clip;
+        clip.addRoundedRect(target, pictureRadius, pictureRadius);
+        painter->save();
+        painter->setClipPath(clip, Qt::IntersectClip);
+        painter->drawPixmap(target, pixmap, QRectF(pixmap.rect()));
+        painter->restore();
+    } else {
+        const QColor kind = m_style.kindColour(item.kind);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(ThemeStyle::withOpacity(kind, m_style.isDark() ? 0.22 : (playful ? 0.14 : 0.10)));
+        painter->drawRoundedRect(picture, pictureRadius, pictureRadius);
+        const QIcon icon = decoration.typeId() == QMetaType::QIcon ? decoration.value<QIcon>() : QIcon();
+        const int iconEdge = int(side * 0.48);
+        const QRect iconRect(int(picture.center().x()) - iconEdge / 2, int(picture.center().y()) - iconEdge / 2,
+                             iconEdge, iconEdge);
+        icon.paint(painter, iconRect, Qt::AlignCenter, QIcon::Normal);
+    }
+
+    // The name, its marked words, and the detail.
+    const int textWidth = int(card.width()) - 2 * kPadding;
+    const QFontMetricsF nameMetrics(option.font);
+    qreal top = picture.bottom() + kTextGap;
+    const QStringList lines = nameLines(item.displayName(), option.font, textWidth);
+    const QList<NameHighlight::Range> marks = NameHighlight::ranges(lines.join(QString()), m_words);
+    const QColor markColour = ThemeStyle::withOpacity(accent, m_style.isDark() ? 0.45 : 0.28);
+    qsizetype offset = 0;
+    for (const QString& line : lines) {
+        QList<NameHighlight::Range> lineMarks;
+        for (const auto& range : marks) {
+            const qsizetype start = std::max(range.start, offset);
+            const qsizetype end = std::min(range.start + range.length, offset + line.size());
+            if (start < end) lineMarks.append({start - offset, end - start});
+        }
+        drawLine(painter, line, option.font, lineMarks, card.center().x(), top, palette.color(QPalette::Text),
+                 markColour);
+        top += nameMetrics.lineSpacing();
+        offset += line.size();
+    }
+    if (lines.size() < 2) top += nameMetrics.lineSpacing();
+
+    QString detail;
+    switch (m_detail) {
+    case SortKey::dateAdded: detail = Fmt::date(item.added); break;
+    case SortKey::dateModified: detail = Fmt::date(item.modified); break;
+    default: detail = Fmt::size(item.size); break;
+    }
+    const QFont small = detailFont(option.font);
+    const QFontMetrics smallMetrics(small);
+    painter->setFont(small);
+    painter->setPen(m_style.secondaryText());
+    const QRectF detailRect(card.left() + kPadding, top + kLineGap, textWidth, smallMetrics.lineSpacing());
+    painter->drawText(detailRect, Qt::AlignHCenter | Qt::AlignTop,
+                      smallMetrics.elidedText(detail, Qt::ElideRight, textWidth));
+    painter->restore();
+}
+
+}  // namespace fennic

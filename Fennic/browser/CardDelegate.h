@@ -1,0 +1,52 @@
+#pragma once
+
+#include "search/SortKey.h"
+#include "theme/ThemeStyle.h"
+
+#include <QStringList>
+#include <QStyledItemDelegate>
+
+namespace fennic {
+
+// Paints one file of the grid as a card: its thumbnail (or its type's icon on a backdrop
+// tinted by its kind while there is none), its name on up to two lines with the words of the
+// request marked, and one detail below. The picture is a square of the card size; the text
+// adds a fixed height below it. Every card has the same size, so the grid lays out 250,000 of
+// them without measuring each.
+//
+// The look follows the ThemeStyle: playful cards are rounded, warm and softly shadowed,
+// minimal cards are flat with a hairline outline. Colours come from the view's palette and the
+// style's tints only.
+class CardDelegate : public QStyledItemDelegate {
+    Q_OBJECT
+
+public:
+    explicit CardDelegate(QObject* parent = nullptr);
+
+    void setThemeStyle(const ThemeStyle& style);
+    const ThemeStyle& themeStyle() const { return m_style; }
+    // The edge of the picture square, in device-independent pixels.
+    void setCardSize(double size);
+    double cardSize() const { return m_cardSize; }
+    // Words to mark in names (compared folded).
+    void setHighlight(const QStringList& words);
+    // The detail under the name: the date the list is sorted by, or the size otherwise.
+    void setDetail(SortKey key);
+
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+    // The name as a card shows it in `width` pixels: one or two lines; when two are not
+    // enough, the second loses its middle to an ellipsis so the end (the extension) stays.
+    static QStringList nameLines(const QString& name, const QFont& font, int width);
+
+private:
+    QFont detailFont(const QFont& base) const;
+
+    ThemeStyle m_style;
+    double m_cardSize;
+    QStringList m_words;
+    SortKey m_detail = SortKey::name;
+};
+
+}  // namespace fennic
