@@ -1,6 +1,7 @@
 #include "BrowserView.h"
 
 #include "CardDelegate.h"
+#include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QContextMenuEvent>
@@ -536,7 +537,7 @@ QList<int> BrowserView::selectedRows() const
 void BrowserView::updateEmptyLook()
 {
     if (!m_empty) return;
-    const QIcon icon = QIcon::fromTheme(m_empty->iconName, QIcon::fromTheme(QStringLiteral("edit-find")));
+    const QIcon icon = Icons::themed(m_empty->iconName, palette(), {QStringLiteral("edit-find")});
     m_emptyIcon->setPixmap(icon.pixmap(QSize(kEmptyIconEdge, kEmptyIconEdge), devicePixelRatioF()));
     m_emptyIcon->setVisible(!icon.isNull());
 }

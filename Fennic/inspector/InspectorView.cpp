@@ -9,6 +9,7 @@
 #include "model/Fmt.h"
 #include "model/Fold.h"
 #include "quicklook/PreviewReader.h"
+#include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QDir>
@@ -389,8 +390,8 @@ void InspectorView::buildOne(const FileItem& item)
     actions->addWidget(collect);
     actions->addStretch(1);
     if (item.kind == FileKind::image) {
-        auto* more =
-            new QPushButton(QIcon::fromTheme(QStringLiteral("edit-find")), QStringLiteral("More like this"), m_content);
+        auto* more = new QPushButton(Icons::themed(QStringLiteral("edit-find"), palette()),
+                                                   QStringLiteral("More like this"), m_content);
         more->setAccessibleName(QStringLiteral("More like this"));
         const QString path = item.path;
         connect(more, &QPushButton::clicked, this, [this, path] { Q_EMIT moreLikeThis(path); });
