@@ -14,6 +14,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
+#include <QStandardPaths>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -22,6 +23,18 @@ using fennic::test::itemAt;
 using fennic::test::TempTree;
 
 namespace {
+
+// Offscreen, Qt looks for icon themes in its own resources only; the installed themes are in
+// the data folders' "icons".
+void findInstalledIconThemes()
+{
+    QStringList paths = QIcon::themeSearchPaths();
+    for (const QString& dir : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
+                                                        QStringLiteral("icons"), QStandardPaths::LocateDirectory))
+        if (!paths.contains(dir)) paths << dir;
+    QIcon::setThemeSearchPaths(paths);
+    DesktopLook::ensureIconTheme();
+}
 
 // Receives what would have gone to the desktop's default application.
 class UrlRecorder : public QObject {
@@ -83,7 +96,7 @@ TEST(DesktopClipboard, CopyPutsFilesAtOnceAndOnePicturesPixelsWhenLoaded)
 
 TEST(DesktopApplications, InstalledApplicationIsFoundAndLaunched)
 {
-    DesktopLook::ensureIconTheme();
+    findInstalledIconThemes();
     const QString applications = qEnvironmentVariable("XDG_DATA_HOME") + "/applications";
     ASSERT_TRUE(QDir().mkpath(applications));
     TempTree tree;
