@@ -142,13 +142,13 @@ void SidebarDelegate::paintEntry(QPainter* painter, const QStyleOptionViewItem& 
     }
     // A pin for pinned folders, drawn so that it takes the text's colours.
     if (index.data(SidebarModel::PinnedRole).toBool()) {
-        const QPointF head(right - 4.0, inner.center().y() - 2.0);
-        painter->setPen(QPen(secondary, 1.4, Qt::SolidLine, Qt::RoundCap));
-        painter->drawLine(head, head + QPointF(-3.0, 6.0));
+        const QPointF head(right - 5.0, inner.center().y() - 2.5);
+        painter->setPen(QPen(secondary, 1.6, Qt::SolidLine, Qt::RoundCap));
+        painter->drawLine(head, head + QPointF(-3.5, 7.0));
         painter->setPen(Qt::NoPen);
         painter->setBrush(secondary);
-        painter->drawEllipse(head, 3.0, 3.0);
-        right -= 14;
+        painter->drawEllipse(head, 3.5, 3.5);
+        right -= 16;
     }
 
     const int left = icon.right() + 1 + kIconGap;
@@ -156,6 +156,14 @@ void SidebarDelegate::paintEntry(QPainter* painter, const QStyleOptionViewItem& 
     painter->setPen(text);
     const QString title = option.fontMetrics.elidedText(index.data().toString(), Qt::ElideRight, titleRect.width());
     painter->drawText(titleRect, Qt::AlignLeft | Qt::AlignVCenter, title);
+}
+
+QWidget* SidebarDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                                       const QModelIndex& index) const
+{
+    QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+    if (editor) editor->setAccessibleName(QStringLiteral("New name for %1").arg(index.data().toString()));
+    return editor;
 }
 
 void SidebarDelegate::updateEditorGeometry(QWidget* editor, const QStyleOptionViewItem& option,

@@ -2,6 +2,7 @@
 // an application installed in the private XDG data folder and a URL handler standing in for
 // the desktop's opener.
 #include "desktop/DesktopActions.h"
+#include "UrlRecorder.h"
 #include "support/TempTree.h"
 #include "support/TestItems.h"
 #include "theme/DesktopLook.h"
@@ -9,7 +10,6 @@
 #include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
@@ -21,6 +21,7 @@
 using namespace fennic;
 using fennic::test::itemAt;
 using fennic::test::TempTree;
+using fennic::test::UrlRecorder;
 
 namespace {
 
@@ -35,19 +36,6 @@ void findInstalledIconThemes()
     QIcon::setThemeSearchPaths(paths);
     DesktopLook::ensureIconTheme();
 }
-
-// Receives what would have gone to the desktop's default application.
-class UrlRecorder : public QObject {
-    Q_OBJECT
-
-public:
-    UrlRecorder() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
-    ~UrlRecorder() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
-    QList<QUrl> urls;
-
-public Q_SLOTS:
-    void open(const QUrl& url) { urls << url; }
-};
 
 }  // namespace
 
@@ -159,5 +147,3 @@ TEST(DesktopOpening, OpenAndTheFileManagerFallback)
               (QList<QUrl>{QUrl::fromLocalFile(tree.path("docs")), QUrl::fromLocalFile(tree.path("pics"))}))
         << "each folder once";
 }
-
-#include "DesktopActionsTest.moc"

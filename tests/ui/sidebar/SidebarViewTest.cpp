@@ -5,6 +5,8 @@
 #include "sidebar/SidebarModel.h"
 #include "theme/DesktopLook.h"
 
+#include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QImage>
 #include <QLineEdit>
@@ -165,6 +167,7 @@ TEST_F(SidebarTest, CollectionRenamedAndDeletedThroughItsMenu)
     auto* editor = view->viewport()->findChild<QLineEdit*>();
     ASSERT_TRUE(editor) << "rename edits the title in place";
     EXPECT_EQ(editor->text(), "Trip");
+    EXPECT_FALSE(editor->accessibleName().isEmpty());
     editor->selectAll();
     QTest::keyClicks(editor, "Holiday");
     QTest::keyClick(editor, Qt::Key_Return);
@@ -174,6 +177,14 @@ TEST_F(SidebarTest, CollectionRenamedAndDeletedThroughItsMenu)
     trip = row(SidebarItem::collection(id));
     EXPECT_EQ(trip.data().toString(), "Holiday");
     EXPECT_TRUE(view->selectionModel()->isSelected(trip)) << "the renamed entry stays selected";
+
+    // The Menu key opens the same actions for the current entry.
+    QContextMenuEvent key(QContextMenuEvent::Keyboard, QPoint(), view->mapToGlobal(QPoint()));
+    QApplication::sendEvent(view.get(), &key);
+    auto* popup = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+    ASSERT_TRUE(popup);
+    EXPECT_TRUE(action(popup, "rename"));
+    popup->close();
 
     menu.reset(view->createContextMenu(trip));
     ASSERT_TRUE(action(menu.get(), "delete"));
