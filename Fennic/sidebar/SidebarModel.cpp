@@ -23,7 +23,8 @@ const QString kUriList = QStringLiteral("text/uri-list");
 
 }  // namespace
 
-SidebarModel::SidebarModel(AppModel& app, QObject* parent) : QAbstractItemModel(parent), m_app(app)
+SidebarModel::SidebarModel(AppModel& app, QObject* parent)
+    : QAbstractItemModel(parent), m_app(app), m_defaultRoots(Library::defaultRoots())
 {
     m_rebuildTimer.setSingleShot(true);
     m_rebuildTimer.setInterval(0);
@@ -56,7 +57,7 @@ void SidebarModel::rebuild()
     }
     SidebarSections::Sources sources;
     sources.stats = library.stats();
-    sources.defaultRoots = Library::defaultRoots();
+    sources.defaultRoots = m_defaultRoots;
     sources.extraRoots = library.extraRoots();
     sources.pinned = library.pinnedFolders();
     sources.shelf = m_app.organiser().shelf();

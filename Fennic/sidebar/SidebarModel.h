@@ -5,6 +5,7 @@
 #include <QAbstractItemModel>
 #include <QHash>
 #include <QIcon>
+#include <QStringList>
 #include <QTimer>
 
 namespace fennic {
@@ -80,6 +81,9 @@ private:
 
     AppModel& m_app;
     QList<SidebarSection> m_sections;
+    // Worked out once: without a fixture they come from the user-dirs file, which is not
+    // worth reading at every rebuild.
+    const QStringList m_defaultRoots;
     QHash<QString, qint64> m_downloadSources;
     bool m_downloadSourcesDirty = true;
     QTimer m_rebuildTimer;
