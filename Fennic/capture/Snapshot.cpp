@@ -6,6 +6,7 @@
 #include "app/LibraryModel.h"
 #include "app/Organiser.h"
 #include "app/SearchSession.h"
+#include "app/Toast.h"
 #include "ask/AskBar.h"
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
