@@ -14,7 +14,6 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QMimeData>
-#include <QStandardPaths>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -22,22 +21,6 @@ using namespace fennic;
 using fennic::test::itemAt;
 using fennic::test::TempTree;
 using fennic::test::UrlRecorder;
-
-namespace {
-
-// Offscreen, Qt looks for icon themes in its own resources only; the installed themes are in
-// the data folders' "icons".
-void findInstalledIconThemes()
-{
-    QStringList paths = QIcon::themeSearchPaths();
-    for (const QString& dir : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
-                                                        QStringLiteral("icons"), QStandardPaths::LocateDirectory))
-        if (!paths.contains(dir)) paths << dir;
-    QIcon::setThemeSearchPaths(paths);
-    DesktopLook::ensureIconTheme();
-}
-
-}  // namespace
 
 TEST(DesktopClipboard, MimeDataCarriesUrlsPathsAndTheGnomeList)
 {
@@ -84,7 +67,7 @@ TEST(DesktopClipboard, CopyPutsFilesAtOnceAndOnePicturesPixelsWhenLoaded)
 
 TEST(DesktopApplications, InstalledApplicationIsFoundAndLaunched)
 {
-    findInstalledIconThemes();
+    DesktopLook::ensureIconTheme();
     const QString applications = qEnvironmentVariable("XDG_DATA_HOME") + "/applications";
     ASSERT_TRUE(QDir().mkpath(applications));
     TempTree tree;

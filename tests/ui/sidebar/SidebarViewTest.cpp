@@ -13,7 +13,6 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QScrollBar>
-#include <QStandardPaths>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -22,23 +21,11 @@ using fennic::test::AppFixture;
 
 namespace {
 
-// Offscreen, Qt looks for icon themes in its own resources only; the installed themes are in
-// the data folders' "icons".
-void findInstalledIconThemes()
-{
-    QStringList paths = QIcon::themeSearchPaths();
-    for (const QString& dir : QStandardPaths::locateAll(QStandardPaths::GenericDataLocation,
-                                                        QStringLiteral("icons"), QStandardPaths::LocateDirectory))
-        if (!paths.contains(dir)) paths << dir;
-    QIcon::setThemeSearchPaths(paths);
-    DesktopLook::ensureIconTheme();
-}
-
 class SidebarTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        findInstalledIconThemes();
+        DesktopLook::ensureIconTheme();
         QImage picture(16, 16, QImage::Format_RGB32);
         picture.fill(Qt::darkCyan);
         for (const char* name : {"beach.png", "forest.png", "city.png"})
