@@ -23,7 +23,6 @@
 #include "window/WindowActions.h"
 
 #include <QAbstractItemView>
-#include <QDirIterator>
 #include <QHeaderView>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -153,7 +152,7 @@ TEST(MainWindow, DeleteTrashesTheSelectionWithANoticeAndUndoPutsItBack)
     EXPECT_TRUE(QFileInfo::exists(trashed)) << "in the freedesktop Trash of the test's data folder";
     EXPECT_EQ(w.browser()->model().rowCount(), 3);
     ASSERT_TRUE(w.toastOverlay()->isVisible());
-    EXPECT_TRUE(w.toastOverlay()->text().startsWith("Moved “beta notes.txt” to the Trash"))
+    EXPECT_EQ(w.toastOverlay()->text(), "Moved 1 item to the Trash")
         << w.toastOverlay()->text().toStdString();
     ASSERT_TRUE(w.toastOverlay()->actionButton()->isVisible());
     EXPECT_EQ(w.toastOverlay()->actionButton()->text(), "Undo");
@@ -162,11 +161,13 @@ TEST(MainWindow, DeleteTrashesTheSelectionWithANoticeAndUndoPutsItBack)
     QTest::keyClick(&w, Qt::Key_Z, Qt::ControlModifier);
     EXPECT_TRUE(QFileInfo::exists(victim));
     EXPECT_FALSE(QFileInfo::exists(trashed));
-    EXPECT_EQ(w.browser()->model().rowCount(), 4);
+    // The list follows once the library's derived values are recomputed in the background.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return w.browser()->model().rowCount() == 4; }, 5000));
     EXPECT_FALSE(w.actions().action(WindowActions::Id::undo)->isEnabled()) << "nothing left to undo";
 
     // The notice's own button does the same for the next Trash.
     w.browser()->selectPaths({victim});
+    ASSERT_EQ(w.browser()->selectedItems().size(), 1);
     w.actions().action(WindowActions::Id::moveToTrash)->trigger();
     ASSERT_FALSE(QFileInfo::exists(victim));
     QTest::mouseClick(w.toastOverlay()->actionButton(), Qt::LeftButton);
