@@ -1,5 +1,6 @@
 #include "BrowserModel.h"
 
+#include "library/Library.h"
 #include "model/Fmt.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "thumbnails/ThumbnailMaker.h"
@@ -38,7 +39,7 @@ ThumbnailLoader::Request requestFor(const FileItem& item)
 }  // namespace
 
 BrowserModel::BrowserModel(ThumbnailLoader& thumbnails, QObject* parent)
-    : QAbstractTableModel(parent), m_thumbnails(thumbnails), m_home(QDir::homePath())
+    : QAbstractTableModel(parent), m_thumbnails(thumbnails), m_home(Library::home())
 {
     connect(&m_thumbnails, &ThumbnailLoader::ready, this, [this](const QString& path) { thumbnailReady(path); });
 }

@@ -5,6 +5,7 @@
 #include "app/AppModel.h"
 #include "app/ImageIndexer.h"
 #include "app/Organiser.h"
+#include "library/Library.h"
 #include "model/DownloadSource.h"
 #include "model/Fmt.h"
 #include "model/Fold.h"
@@ -105,7 +106,7 @@ bool isPicture(const FileItem& item)
 
 QString homeShortened(const QString& folder)
 {
-    const QString home = QDir::homePath();
+    const QString home = Library::home();
     if (folder == home) return QStringLiteral("~");
     if (folder.startsWith(home + QLatin1Char('/'))) return QStringLiteral("~") + folder.mid(home.size());
     return folder;

@@ -73,9 +73,15 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_splitter->setStretchFactor(1, 1);
     m_splitter->setStretchFactor(2, 0);
     m_splitter->setSizes({220, 760, 300});
-    setCentralWidget(m_splitter);
+    // The notice floats over the panes: a child of their container, outside its layout (a
+    // splitter would take any child as one more pane).
+    auto* central = new QWidget(this);
+    auto* panes = new QVBoxLayout(central);
+    panes->setContentsMargins(0, 0, 0, 0);
+    panes->addWidget(m_splitter);
+    setCentralWidget(central);
 
-    m_toast = new ToastOverlay(m_app.toast(), m_splitter);
+    m_toast = new ToastOverlay(m_app.toast(), central);
 
     m_status = new StatusLine(m_app, this);
     statusBar()->addPermanentWidget(m_status, 1);
@@ -254,8 +260,7 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     const QPalette p = QApplication::palette();
     m_sortButton->setIcon(Icons::themed(m_app.settings().sortAscending() ? QStringLiteral("view-sort-ascending")
                                                                          : QStringLiteral("view-sort-descending"), p));
-    for (QAction* a : findChildren<QAction*>())
-        if (!a->data().toString().isEmpty()) a->setIcon(Icons::themed(a->data().toString(), p));
+    m_actions->setPalette(p);
     m_actions->refresh();
     update();
 }

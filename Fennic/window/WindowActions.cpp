@@ -204,7 +204,7 @@ WindowActions::WindowActions(AppModel& app, Window window, QObject* parent)
     for (QAction* a : std::as_const(m_actions))
         if (a->shortcutContext() != Qt::WidgetWithChildrenShortcut) m_window.widget->addAction(a);
     for (QAction* a : std::as_const(m_sortKeys)) m_window.widget->addAction(a);
-    for (QAction* a : std::as_const(m_actions)) a->setIcon(Icons::themed(a->data().toString(), palette));
+    setPalette(palette);
 
     for (auto signal : {&AppSettings::viewModeChanged, &AppSettings::sortKeyChanged, &AppSettings::sortAscendingChanged,
                         &AppSettings::themeChanged, &AppSettings::cardSizeChanged})
@@ -232,6 +232,12 @@ QAction* WindowActions::make(Id id, const QString& text, const QKeySequence& key
     connect(a, &QAction::triggered, this, [run = std::move(run)] { run(); });
     m_actions.insert(id, a);
     return a;
+}
+
+void WindowActions::setPalette(const QPalette& palette)
+{
+    for (QAction* a : std::as_const(m_actions))
+        if (!a->data().toString().isEmpty()) a->setIcon(Icons::themed(a->data().toString(), palette));
 }
 
 void WindowActions::refresh()

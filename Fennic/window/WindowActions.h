@@ -83,6 +83,8 @@ public:
     QMenu* contextMenu(QWidget* parent);
     // Enables what applies to the current selection and state.
     void refresh();
+    // Draws the actions' icons for a new palette.
+    void setPalette(const QPalette& palette);
 
     // The actions, for tests.
     void openSelection();
