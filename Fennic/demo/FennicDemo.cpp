@@ -255,7 +255,8 @@ Library build(const QString& root, Date now)
               "https://github.com/example/themes");
     writeBytes(file("Downloads/photo-editor_2.4_amd64.deb", 200), standIn("!<arch>\ndebian-binary", 3'400'000, 31));
     whereFrom(at("Downloads/photo-editor_2.4_amd64.deb"), "https://downloads.example.org/photo-editor_2.4_amd64.deb");
-    writeBytes(file("Downloads/statement-2025.pdf", 90), standIn("%PDF-1.4\n", 90000, 41));
+    pdf(file("Downloads/statement-2025.pdf", 90), "Annual statement 2025",
+        {"Opening balance  2,310.00", "Closing balance  3,045.20"});
     whereFrom(at("Downloads/statement-2025.pdf"), "https://bank.example.com/statements/2025.pdf");
     QFile::copy(at("Pictures/Beach at Playa Blanca.jpg"), file("Downloads/IMG_2231.jpg", 405));  // an exact copy
 
