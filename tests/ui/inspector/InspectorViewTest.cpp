@@ -219,30 +219,3 @@ TEST_F(Inspector, SeveralFilesShowTheirCountAndShareTheActions)
     EXPECT_EQ(app->organiser().shelf().pathsTagged("work"), (QSet<QString>{a.path, b.path, c.path}));
 }
 
-// Renders the pane in both palettes and both themes to /tmp for a person to look at.
-TEST_F(Inspector, DISABLED_RenderForALook)
-{
-    const FileItem item = picture("Pictures/receipt.png", QSize(600, 800));
-    indexRecord(item, {{"CORNER SHOP", 0.2f, 0.85f, 0.6f, 0.08f, 0.9f}, {"Total 12.50", 0.1f, 0.5f, 0.5f, 0.06f, 0.9f}},
-                600, 800);
-    app->organiser().addTag("receipts", {item});
-    app->organiser().newCollection("Taxes 2026", {item});
-    FileItem shown = item;
-    shown.whereFrom = {"https://mail.example.com/attachment?id=1234567890", "https://mail.example.com/"};
-    shown.camera = "Pixel 8";
-    view->setHighlight({"total"});
-    for (const bool dark : {false, true})
-        for (const Theme theme : {Theme::playful, Theme::minimal}) {
-            view->setThemeStyle(ThemeStyle(theme, dark ? DesktopLook::darkPalette() : DesktopLook::lightPalette()));
-            view->setItems({shown});
-            QTRY_VERIFY(view->previewShown());
-            QApplication::processEvents();
-            const QString name = QStringLiteral("/tmp/inspector-%1-%2.png") .arg(
-                dark ? "dark" : "light", theme == Theme::playful ? "playful" : "minimal");
-            view->grab().save(name);
-        }
-    view->setItems({item, test::itemAt(f.tree.write("Documents/a.txt", "a"))});
-    view->grab().save("/tmp/inspector-many.png");
-    view->setItems({});
-    view->grab().save("/tmp/inspector-empty.png");
-}

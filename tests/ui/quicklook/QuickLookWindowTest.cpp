@@ -150,29 +150,3 @@ TEST_F(QuickLook, AVideoShowsAFrame)
     EXPECT_FALSE(window->shownImage().isNull());
 }
 
-// Renders the window in both palettes and both themes to /tmp for a person to look at.
-TEST_F(QuickLook, DISABLED_RenderForALook)
-{
-    QImage image(900, 600, QImage::Format_RGB32);
-    image.fill(QColor(60, 120, 200));
-    const QString picture = tree.path("sky.png");
-    image.save(picture, "PNG");
-    const QString text = tree.write("notes.md", "# Notes\n\nBuy milk\nCall Ana\n");
-    const QString pdf = tree.path("doc.pdf");
-    {
-        QPdfWriter writer(pdf);
-        QPainter p(&writer);
-        p.drawText(QPoint(200, 200), "Hello");
-        writer.newPage();
-    }
-    const QString other = tree.writeSized("backup.bin", 5000);
-    int n = 0;
-    for (const bool dark : {false, true})
-        for (const Theme theme : {Theme::playful, Theme::minimal}) {
-            window->setThemeStyle(ThemeStyle(theme, dark ? DesktopLook::darkPalette() : DesktopLook::lightPalette()));
-            for (const QString& path : {picture, text, pdf, other, tree.path("gone.txt")}) {
-                look(sized(path));
-                window->grab().save(QStringLiteral("/tmp/quicklook-%1.png").arg(n++));
-            }
-        }
-}

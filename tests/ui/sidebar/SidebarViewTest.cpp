@@ -305,27 +305,3 @@ TEST_F(SidebarTest, RebuildsKeepSelectionAndScrollPosition)
     EXPECT_EQ(app->search().sidebar(), SidebarItem::tag("a"));
 }
 
-// Renders the sidebar in both palettes and both themes into FENNIC_RENDER_DIR, for a look.
-// Run with --gtest_also_run_disabled_tests.
-TEST_F(SidebarTest, DISABLED_RenderForALook)
-{
-    const QString dir = qEnvironmentVariable("FENNIC_RENDER_DIR", QDir::tempPath());
-    app->organiser().newCollection("Trip to Lisbon", {item("beach.png"), item("city.png")});
-    app->organiser().addTag("receipts", {item("notes.txt"), item("letter.txt")});
-    app->organiser().toggleFavourite({item("forest.png")});
-    app->search().setSavedSearches({SavedSearch::make("Photos this week", "photos this week")});
-    app->library().pin(f.tree.path("Documents"));
-    settle();
-    app->search().setSidebar(SidebarItem::ofKind(FileKind::image));
-    view->resize(240, 860);
-    for (const bool dark : {false, true})
-        for (const Theme theme : {Theme::playful, Theme::minimal}) {
-            view->setPalette(dark ? DesktopLook::darkPalette() : DesktopLook::lightPalette());
-            view->setThemeStyle(ThemeStyle(theme, view->palette()));
-            view->setFocus();
-            settle();
-            const QString name = QStringLiteral("%1/sidebar-%2-%3.png") .arg(
-                dir, Themes::rawValue(theme), dark ? QStringLiteral("dark") : QStringLiteral("light"));
-            ASSERT_TRUE(view->grab().save(name));
-        }
-}
