@@ -346,15 +346,22 @@ void WindowActions::fillOpenWith(QMenu* menu)
     const QList<FileItem> chosen = m_window.selection();
     if (chosen.size() != 1) return;
     const QString path = chosen.first().path;
-    const auto apps = DesktopActions::applicationsFor(path);
-    if (apps.isEmpty()) {
-        menu->addAction(QStringLiteral("No applications for this type"))->setEnabled(false);
-        return;
-    }
-    for (const auto& app : apps) {
-        QAction* a = menu->addAction(app.icon, app.name);
-        connect(a, &QAction::triggered, this, [id = app.id, path] { DesktopActions::openWith(id, {path}); });
-    }
+    // The first look at the desktop's applications reads their files: done on the pool, the
+    // menu fills in when the answer comes.
+    QAction* waiting = menu->addAction(QStringLiteral("Looking for applications…"));
+    waiting->setEnabled(false);
+    DesktopActions::findApplicationsFor(path, menu, [menu, path](const QList<DesktopActions::Application>& apps) {
+        menu->clear();
+        if (apps.isEmpty()) {
+            menu->addAction(QStringLiteral("No applications for this type"))->setEnabled(false);
+            return;
+        }
+        for (const auto& app : apps) {
+            QAction* a = menu->addAction(app.icon, app.name);
+            QObject::connect(a, &QAction::triggered, menu,
+                             [id = app.id, path] { DesktopActions::openWith(id, {path}); });
+        }
+    });
 }
 
 void WindowActions::openSelection()
