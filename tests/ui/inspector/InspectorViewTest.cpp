@@ -218,4 +218,3 @@ TEST_F(Inspector, SeveralFilesShowTheirCountAndShareTheActions)
     QTest::keyClick(field, Qt::Key_Return);
     EXPECT_EQ(app->organiser().shelf().pathsTagged("work"), (QSet<QString>{a.path, b.path, c.path}));
 }
-

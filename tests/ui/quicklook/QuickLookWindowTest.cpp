@@ -149,4 +149,3 @@ TEST_F(QuickLook, AVideoShowsAFrame)
     EXPECT_EQ(window->content(), QuickLookWindow::Content::video);
     EXPECT_FALSE(window->shownImage().isNull());
 }
-

@@ -304,4 +304,3 @@ TEST_F(SidebarTest, RebuildsKeepSelectionAndScrollPosition)
     EXPECT_EQ(view->verticalScrollBar()->value(), before);
     EXPECT_EQ(app->search().sidebar(), SidebarItem::tag("a"));
 }
-

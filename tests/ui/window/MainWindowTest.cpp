@@ -1,6 +1,7 @@
 // The main window as a person uses it, offscreen: typing a request, moving into the results,
 // trashing with the keyboard and undoing, sorting from the list's header, the sidebar, and
 // the capture run over the demonstration library.
+#include "window/MainWindow.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/LibraryModel.h"
@@ -18,7 +19,6 @@
 #include "thumbnails/ThumbnailLoader.h"
 #include "toast/ToastOverlay.h"
 #include "window/EmptyStates.h"
-#include "window/MainWindow.h"
 #include "window/StatusLine.h"
 #include "window/WindowActions.h"
 
@@ -152,8 +152,7 @@ TEST(MainWindow, DeleteTrashesTheSelectionWithANoticeAndUndoPutsItBack)
     EXPECT_TRUE(QFileInfo::exists(trashed)) << "in the freedesktop Trash of the test's data folder";
     EXPECT_EQ(w.browser()->model().rowCount(), 3);
     ASSERT_TRUE(w.toastOverlay()->isVisible());
-    EXPECT_EQ(w.toastOverlay()->text(), "Moved 1 item to the Trash")
-        << w.toastOverlay()->text().toStdString();
+    EXPECT_EQ(w.toastOverlay()->text(), "Moved 1 item to the Trash") << w.toastOverlay()->text().toStdString();
     ASSERT_TRUE(w.toastOverlay()->actionButton()->isVisible());
     EXPECT_EQ(w.toastOverlay()->actionButton()->text(), "Undo");
 
@@ -228,7 +227,8 @@ TEST(Capture, WritesEveryViewInBothThemes)
 
     QStringList expected;
     for (const QString& view : Snapshot::views())
-        for (const QString theme : {"playful", "minimal"}) expected << QString("%1/%2-%3.png").arg(out.root(), view, theme);
+        for (const QString theme : {"playful", "minimal"})
+            expected << QString("%1/%2-%3.png").arg(out.root(), view, theme);
     for (const QString theme : {"playful", "minimal"})
         expected << QString("%1/browse-grid-%2-dark.png").arg(out.root(), theme);
     for (const QString& file : expected) {
