@@ -126,6 +126,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             search.setSidebar(SidebarItem::home());
             search.setQuery(QString());
             settings.setViewMode(ViewMode::grid);
+            settle(200);  // the list follows the request in a later turn of the event loop
             window.browser()->selectPaths({});
             save(QStringLiteral("browse-grid"), theme, dark, shot());
         }
@@ -137,6 +138,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
 
         // A picture whose words were read.
         search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
+        settle(200);
         if (const FileItem* receipt = findItem(items, QStringLiteral("Receipt cafe.png")))
             window.browser()->selectPaths({receipt->path});
         window.setInspectorShown(true);
@@ -150,6 +152,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         window.browser()->selectPaths({});
         save(QStringLiteral("ask-chips"), theme, false, shot());
         search.setQuery(QString());
+        settle(200);
 
         // Right after a Trash, with Undo on offer; then put back.
         if (const FileItem* notes = findItem(items, QStringLiteral("Notes.txt"))) {

@@ -122,11 +122,16 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     });
     connect(m_browser, &BrowserView::moveOutOfTop, this, [this] { m_ask->field()->setFocus(Qt::OtherFocusReason); });
 
-    // What is shown.
+    // What is shown. Changes are gathered into one refresh per turn of the event loop, so a
+    // keystroke paints its chips first; while keys come quickly the list waits for a pause,
+    // so that filtering a large library never holds up the next key.
+    m_resultsTimer.setSingleShot(true);
+    connect(&m_resultsTimer, &QTimer::timeout, this, &MainWindow::showResults);
+    connect(&search, &SearchSession::queryChanged, this, [this] { m_lastKey.start(); });
     for (auto signal : {&SearchSession::shownItemsChanged, &SearchSession::searchSettledChanged})
-        connect(&search, signal, this, &MainWindow::showResults);
+        connect(&search, signal, this, &MainWindow::scheduleResults);
     for (auto signal : {&LibraryModel::isScanningChanged, &LibraryModel::itemsChanged})
-        connect(&m_app.library(), signal, this, &MainWindow::showResults);
+        connect(&m_app.library(), signal, this, &MainWindow::scheduleResults);
 
     // The browser.
     connect(m_browser, &BrowserView::selectionChanged, this, [this] {
@@ -263,6 +268,15 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_actions->setPalette(p);
     m_actions->refresh();
     update();
+}
+
+void MainWindow::scheduleResults()
+{
+    const bool typing = m_lastKey.isValid() && m_lastKey.elapsed() < kTypingPauseMs;
+    if (typing)
+        m_resultsTimer.start(kTypingPauseMs);
+    else if (!m_resultsTimer.isActive())
+        m_resultsTimer.start(0);
 }
 
 void MainWindow::showResults()

@@ -2,7 +2,9 @@
 
 #include "theme/ThemeStyle.h"
 
+#include <QElapsedTimer>
 #include <QMainWindow>
+#include <QTimer>
 #include <memory>
 #include <optional>
 
@@ -60,6 +62,7 @@ protected:
 
 private:
     QWidget* buildToolbar();
+    void scheduleResults();
     void showResults();
     void updateScanProgress();
     void restoreGeometry();
@@ -83,6 +86,10 @@ private:
     QSlider* m_zoom = nullptr;
     QProgressBar* m_scanProgress = nullptr;
     std::unique_ptr<WindowActions> m_actions;
+    // Keys closer together than this count as typing.
+    static constexpr int kTypingPauseMs = 120;
+    QTimer m_resultsTimer;
+    QElapsedTimer m_lastKey;
 };
 
 }  // namespace fennic

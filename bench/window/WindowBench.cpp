@@ -129,9 +129,12 @@ int main(int argc, char** argv)
         std::printf("writing a synthetic home of %d files to %s ...\n", files, qPrintable(root));
         if (!bench::write(root, plan, files, seed)) return 1;
     }
-    const QList<FileItem> items =
-        bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
-    LibraryCache::save(LibraryCache::defaultPath(), items);
+    {
+        // The benchmark's own copy of the items goes before anything is measured.
+        const QList<FileItem> items =
+            bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
+        LibraryCache::save(LibraryCache::defaultPath(), items);
+    }
     QFile::remove(SupportFiles::current().imageIndex());
     QDir(root + "/.cache/thumbnails").removeRecursively();
     const double baseMb = residentMb();
@@ -170,25 +173,22 @@ int main(int argc, char** argv)
     std::printf("chips redrawn per keystroke: median %.2f ms, worst %.2f ms (%zu keys)\n", bench::median(keystrokes),
                 *std::max_element(keystrokes.begin(), keystrokes.end()), keystrokes.size());
 
-    // 3. A settled request repainting the browser: from the settle to the painted grid.
+    // 3. A request: from setting it (as the Ask field does) to the repainted browser, once the
+    //    typing pause has passed; the keys before it were typed.
     for (const char* request : {"report", "photos from last year", "screenshots", "invoice pdfs"}) {
         std::vector<double> repaints;
         for (int run = 0; run < 5; ++run) {
             model.search().setQuery(QString());
-            pump(50);
-            model.search().setQuery(QString::fromUtf8(request));
-            while (!model.search().searchSettled()) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
-            // The settle is handled in the same turn of the event loop: the list, the model and
-            // the scheduled paint. Time until that paint is done.
+            pump(900);
             const int before = gridPaints.paints;
             const bench::Stopwatch clock;
-            window.browser()->setItems(model.search().shownItems());
-            while (gridPaints.paints == before && clock.ms() < 2000)
+            model.search().setQuery(QString::fromUtf8(request));
+            while (gridPaints.paints == before && clock.ms() < 3000)
                 QApplication::processEvents(QEventLoop::AllEvents, 1);
             repaints.push_back(clock.ms());
         }
-        std::printf("settled \"%s\" repainted in median %.1f ms (%lld shown)\n", request, bench::median(repaints),
-                    qlonglong(model.search().shownItems().size()));
+        std::printf("request \"%s\" painted in median %.1f ms, including the %d ms typing pause (%lld shown)\n",
+                    request, bench::median(repaints), 120, qlonglong(model.search().shownItems().size()));
     }
     model.search().setQuery(QString());
     pump(800);
