@@ -27,7 +27,7 @@ QIcon tinted(const QIcon& symbolic, const QColor& colour)
 QIcon lookUp(const QString& name, const QPalette& palette)
 {
     if (QIcon::hasThemeIcon(name) && !name.endsWith(QStringLiteral("-symbolic"))) {
-        const QIcon icon = QIcon::fromTheme(name);
+        QIcon icon = QIcon::fromTheme(name);
         // A theme may answer a plain name with its symbolic file; tint it all the same.
         if (!icon.name().endsWith(QStringLiteral("-symbolic"))) return icon;
     }
