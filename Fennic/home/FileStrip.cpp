@@ -3,7 +3,6 @@
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QApplication>
-#include <QHBoxLayout>
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QPainterPath>
@@ -13,14 +12,9 @@
 namespace fennic {
 
 FileStrip::FileStrip(ThumbnailLoader& thumbnails, QWidget* parent)
-    : QWidget(parent),
-      m_thumbnails(thumbnails),
-      m_row(new QHBoxLayout(this)),
-      m_theme(Theme::playful, QApplication::palette())
+    : QWidget(parent), m_thumbnails(thumbnails), m_theme(Theme::playful, QApplication::palette())
 {
-    m_row->setContentsMargins(0, 0, 0, 0);
-    m_row->setSpacing(8);
-    m_row->addStretch(1);
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(&m_thumbnails, &ThumbnailLoader::ready, this, &FileStrip::showThumbnail);
 }
 
@@ -28,7 +22,6 @@ void FileStrip::setFiles(const QList<FileItem>& files)
 {
     m_files = files;
     for (QToolButton* card : std::as_const(m_cards)) {
-        m_row->removeWidget(card);
         card->hide();
         card->deleteLater();
     }
@@ -43,7 +36,6 @@ void FileStrip::setFiles(const QList<FileItem>& files)
         card->setAutoRaise(true);
         card->setFocusPolicy(Qt::StrongFocus);
         card->setIconSize(QSize(kThumbSize, kThumbSize));
-        card->setFixedWidth(kThumbSize + 16);
         card->setText(fm.elidedText(item.name, Qt::ElideMiddle, kThumbSize + 8));
         card->setToolTip(item.name);
         card->setAccessibleName(item.name);
@@ -51,10 +43,38 @@ void FileStrip::setFiles(const QList<FileItem>& files)
         const auto cached = m_thumbnails.thumbnail({item.path, item.ext, qint64(std::floor(item.modified.toUnix()))});
         card->setIcon(cached ? QIcon(rounded(*cached)) : typeIcon(item));
         connect(card, &QToolButton::clicked, this, [this, item] { Q_EMIT activated(item); });
-        m_row->insertWidget(int(i), card);
         m_cards.append(card);
         m_byPath.insert(item.path, card);
     }
+    placeCards();
+    updateGeometry();
+}
+
+void FileStrip::placeCards()
+{
+    int x = 0;
+    for (QToolButton* card : std::as_const(m_cards)) {
+        const QSize size(kCardWidth, card->sizeHint().height());
+        const bool fits = x + size.width() <= width();
+        card->setGeometry(QRect(QPoint(x, 0), size));
+        card->setVisible(fits);
+        x += size.width() + kGap;
+    }
+}
+
+QSize FileStrip::sizeHint() const
+{
+    const int height = m_cards.isEmpty() ? 0 : m_cards.first()->sizeHint().height();
+    const auto n = int(m_cards.size());
+    return {n > 0 ? n * kCardWidth + (n - 1) * kGap : 0, height};
+}
+
+QSize FileStrip::minimumSizeHint() const { return {kCardWidth, sizeHint().height()}; }
+
+void FileStrip::resizeEvent(QResizeEvent* event)
+{
+    QWidget::resizeEvent(event);
+    placeCards();
 }
 
 void FileStrip::setThemeStyle(const ThemeStyle& theme)

@@ -413,6 +413,7 @@ void HomePage::refreshCleanup()
             QStringLiteral("Clean-up"), QStringLiteral("Nothing to reclaim"), QStringLiteral("Your folders look tidy"));
     m_cleanup->setProperty("reclaimable", reclaimable);
     m_cleanup->setTint(m_theme.accent());
+    m_cleanup->setThemeStyle(m_theme);
 }
 
 void HomePage::refreshEmptyState()

@@ -154,6 +154,7 @@ QWidget* WelcomePage::buildIntro()
         row->addWidget(body(text, page), 1);
         column->addLayout(row);
     }
+    column->addStretch(1);
     return page;
 }
 
@@ -187,6 +188,7 @@ QWidget* WelcomePage::buildFolders()
     row->addWidget(m_removeFolder);
     row->addStretch(1);
     column->addLayout(row);
+    column->addStretch(1);
     return page;
 }
 
@@ -225,6 +227,7 @@ QWidget* WelcomePage::buildImages()
         if (m_app.images().recognitionLanguages().contains(code) != on) m_app.images().setOCRLanguage(code, on);
     });
     column->addWidget(m_languages);
+    column->addStretch(1);
     return page;
 }
 
@@ -244,13 +247,15 @@ QWidget* WelcomePage::buildShortcut()
     font.setPointSizeF(font.pointSizeF() * 1.4);
     m_keys->setFont(font);
     m_keys->setAlignment(Qt::AlignCenter);
-    m_keys->setMargin(12);
+    m_keys->setContentsMargins(14, 6, 14, 6);
+    m_keys->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     m_keys->setAutoFillBackground(true);
     column->addWidget(m_keys, 0, Qt::AlignLeft);
     auto* note = body(QStringLiteral("You can change it in Settings."), page);
     m_secondary << note;
     column->addWidget(note);
     connect(&m_app.settings(), &AppSettings::quickShortcutChanged, this, &WelcomePage::applyLook);
+    column->addStretch(1);
     return page;
 }
 
@@ -270,6 +275,7 @@ QWidget* WelcomePage::buildScanning()
     m_progress = new QLabel(page);
     m_secondary << m_progress;
     column->addWidget(m_progress);
+    column->addStretch(1);
     return page;
 }
 
