@@ -226,3 +226,36 @@ TEST(HomePage, AnEmptyLibrarySaysItIsReadingThenOffersToAddAFolder)
     EXPECT_NE(page.emptyStateTitle(), "Fennic is reading your folders…");
     EXPECT_TRUE(page.kindTiles().isEmpty());
 }
+
+TEST(HomePage, DownloadSourcesAndLargeFilesComeFromTheWholeLibrary)
+{
+    HomeFixture f;
+    HomePage& page = f.open();
+    QList<FileItem> items = f.model->library().items();
+    const auto add = [&](const QString& name, qint64 size, std::optional<QString> source) {
+        FileItem item = items.first();
+        item.path = f.tree.path("Downloads/" + name);
+        item.name = name;
+        item.size = size;
+        item.sourceKey = std::move(source);
+        items << item;
+    };
+    add("invoice.pdf", 10, "gmail");
+    add("statement.pdf", 10, "gmail");
+    add("paper.pdf", 10, "site:example.org");
+    add("disk.iso", LibraryStats::largeFileSize + 1, std::nullopt);
+    f.model->library().replaceItems(items);
+    ASSERT_TRUE(f.model->waitForIdle());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return page.isDigestCurrent() && page.sourceTiles().size() == 2; }, 5000));
+
+    HomeTile* gmail = page.sourceTiles().at(0);
+    EXPECT_EQ(gmail->title(), "Gmail") << "the source with most files first";
+    EXPECT_EQ(gmail->detail(), "2 files");
+    EXPECT_EQ(page.sourceTiles().at(1)->title(), "example.org");
+    QTest::mouseClick(gmail, Qt::LeftButton);
+    EXPECT_EQ(f.model->search().sidebar(), SidebarItem::downloadedFrom("gmail"));
+
+    ASSERT_EQ(page.largeFileStrip()->files().size(), 1);
+    EXPECT_EQ(page.largeFileStrip()->files().first().name, "disk.iso");
+    EXPECT_TRUE(page.largeFileStrip()->isVisibleTo(&page));
+}
