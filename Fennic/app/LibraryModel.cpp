@@ -398,6 +398,9 @@ void LibraryModel::saveCache()
 
 void LibraryModel::rescanAfterFolderChange()
 {
+    // While the welcome screen is up the folders are still being chosen: the first scan
+    // comes when it is finished, over the folders chosen by then.
+    if (m_showWelcome) return;
     if (m_isScanning)
         m_rescanQueued = true;
     else

@@ -90,6 +90,7 @@ public:
     void saveCache();
 
     // Adds a folder (symbolic links resolved) and rescans, or queues a rescan while scanning.
+    // While the welcome screen shows, neither scans: finishing it does.
     void addFolder(const QString& folder);
     // Removes a folder, given as stored or as the user names it, and rescans the same way.
     void removeFolder(const QString& folder);
