@@ -12,6 +12,8 @@
 #include "ask/AskBar.h"
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
+#include "desktop/DesktopActions.h"
+#include "home/HomePage.h"
 #include "inspector/InspectorView.h"
 #include "library/Library.h"
 #include "quicklook/QuickLookWindow.h"
@@ -21,6 +23,7 @@
 #include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "toast/ToastOverlay.h"
+#include "welcome/WelcomePage.h"
 
 #include <QActionGroup>
 #include <QApplication>
@@ -31,6 +34,7 @@
 #include <QProgressBar>
 #include <QSlider>
 #include <QSplitter>
+#include <QStackedWidget>
 #include <QStatusBar>
 #include <QToolBar>
 #include <QToolButton>
@@ -58,6 +62,11 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
         return SearchParser::analyze(text, env.now(), env.calendar(), Library::home());
     });
     m_browser = new BrowserView(m_thumbnails, this);
+    m_home = new HomePage(m_app, m_thumbnails, this);
+    m_welcome = new WelcomePage(m_app, m_thumbnails, this);
+    // The content beside the sidebar: the browser, or the page the sidebar chose.
+    m_content = new QStackedWidget(this);
+    for (QWidget* page : std::initializer_list<QWidget*>{m_browser, m_home, m_welcome}) m_content->addWidget(page);
     m_sidebar = new SidebarView(m_app, this);
     m_inspector = new InspectorView(m_app, this);
     m_inspector->setThumbnailLoader(&m_thumbnails);
@@ -67,7 +76,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_splitter = new QSplitter(Qt::Horizontal, this);
     m_splitter->setChildrenCollapsible(false);
     m_splitter->addWidget(m_sidebar);
-    m_splitter->addWidget(m_browser);
+    m_splitter->addWidget(m_content);
     m_splitter->addWidget(m_inspector);
     m_splitter->setStretchFactor(0, 0);
     m_splitter->setStretchFactor(1, 1);
@@ -90,16 +99,16 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     // The actions, their menus and their keys.
     WindowActions::Window window;
     window.widget = this;
-    window.selection = [this] { return m_browser->selectedItems(); };
+    window.selection = [this] { return shownBrowser()->selectedItems(); };
     window.focusAsk = [this] {
         m_ask->field()->setFocus(Qt::ShortcutFocusReason);
         m_ask->field()->selectAll();
     };
-    window.selectAll = [this] { m_browser->selectAll(); };
+    window.selectAll = [this] { shownBrowser()->selectAll(); };
     window.quickLook = [this](const FileItem& item) { showQuickLook(item); };
     window.toggleInspector = [this] { setInspectorShown(!inspectorShown()); };
     window.inspectorShown = [this] { return inspectorShown(); };
-    window.browserWidgets = {m_browser};
+    window.browserWidgets = {m_browser, m_home->results()};
     m_actions = std::make_unique<WindowActions>(m_app, window);
     m_actions->fillMenuBar(menuBar());
 
@@ -116,11 +125,13 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     connect(field, &AskField::textEdited, &search, &SearchSession::setQuery);
     connect(&search, &SearchSession::queryChanged, this, [this, &search] { m_ask->field()->setText(search.query()); });
     connect(field, &AskField::escapePressed, this, [&search] { search.setQuery(QString()); });
-    connect(field, &AskField::submitted, this, [this] { m_browser->selectFirst(); });
+    connect(field, &AskField::submitted, this, [this] { shownBrowser()->selectFirst(); });
     connect(field, &AskField::moved, this, [this](int direction) {
-        if (direction > 0) m_browser->selectFirst();
+        if (direction > 0) shownBrowser()->selectFirst();
     });
     connect(m_browser, &BrowserView::moveOutOfTop, this, [this] { m_ask->field()->setFocus(Qt::OtherFocusReason); });
+    connect(m_home->results(), &BrowserView::moveOutOfTop, this,
+            [this] { m_home->heroBar()->field()->setFocus(Qt::OtherFocusReason); });
 
     // What is shown. Changes are gathered into one refresh per turn of the event loop, so a
     // keystroke paints its chips first; while keys come quickly the list waits for a pause,
@@ -134,13 +145,21 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
         connect(&m_app.library(), signal, this, &MainWindow::scheduleResults);
 
     // The browser.
-    connect(m_browser, &BrowserView::selectionChanged, this, [this] {
-        m_inspector->setItems(m_browser->selectedItems());
-        m_actions->refresh();
-    });
-    connect(m_browser, &BrowserView::activated, this, [this](const FileItem&) { m_actions->openSelection(); });
-    connect(m_browser, &BrowserView::contextMenuRequested, this,
-            [this](const QPoint& at) { m_actions->contextMenu(this)->popup(at); });
+    for (BrowserView* view : {m_browser, m_home->results()}) {
+        connect(view, &BrowserView::selectionChanged, this, [this, view] {
+            if (view != shownBrowser()) return;
+            m_inspector->setItems(view->selectedItems());
+            m_actions->refresh();
+        });
+        connect(view, &BrowserView::activated, this, [this](const FileItem&) { m_actions->openSelection(); });
+        connect(view, &BrowserView::contextMenuRequested, this,
+                [this](const QPoint& at) { m_actions->contextMenu(this)->popup(at); });
+    }
+    connect(m_home, &HomePage::fileActivated, this, [](const FileItem& item) { DesktopActions::open({item.path}); });
+    // The page follows the sidebar, and the welcome screen comes first on a first run.
+    connect(&search, &SearchSession::sidebarChanged, this, &MainWindow::showPage);
+    connect(&search, &SearchSession::homeResultsChanged, this, &MainWindow::showPage);
+    connect(&m_app.library(), &LibraryModel::showWelcomeChanged, this, &MainWindow::showPage);
     connect(m_browser, &BrowserView::zoomRequested, this, [&settings](double step) { settings.zoom(step); });
     connect(m_browser, &BrowserView::sortRequested, this, [&settings](SortKey key, bool ascending) {
         settings.setSortKey(key);
@@ -184,6 +203,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_listButton->setChecked(settings.viewMode() == ViewMode::list);
     setInspectorShown(true);
     applyLook();
+    showPage();
     showResults();
     updateScanProgress();
     restoreGeometry();
@@ -258,6 +278,8 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_style = ThemeStyle(m_app.settings().theme(), QApplication::palette());
     m_ask->field()->setThemeStyle(m_style);
     m_browser->setThemeStyle(m_style);
+    m_home->setThemeStyle(m_style);
+    m_welcome->setThemeStyle(m_style);
     m_sidebar->setThemeStyle(m_style);
     m_inspector->setThemeStyle(m_style);
     m_quickLook->setThemeStyle(m_style);
@@ -268,6 +290,26 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_actions->setPalette(p);
     m_actions->refresh();
     update();
+}
+
+QWidget* MainWindow::currentPage() const { return m_content->currentWidget(); }
+
+BrowserView* MainWindow::shownBrowser() const
+{
+    return m_content->currentWidget() == m_home ? m_home->results() : m_browser;
+}
+
+void MainWindow::showPage()
+{
+    QWidget* page = m_browser;
+    if (m_app.library().showWelcome())
+        page = m_welcome;
+    else if (m_app.search().sidebar().kind == SidebarItem::Kind::home)
+        page = m_home;
+    if (m_content->currentWidget() == page) return;
+    m_content->setCurrentWidget(page);
+    m_inspector->setItems(shownBrowser()->selectedItems());
+    m_actions->refresh();
 }
 
 void MainWindow::scheduleResults()

@@ -12,12 +12,15 @@ class QSlider;
 class QSplitter;
 class QToolButton;
 class QProgressBar;
+class QStackedWidget;
 
 namespace fennic {
 
 class AppModel;
 class AskBar;
 class BrowserView;
+class HomePage;
+class WelcomePage;
 class InspectorView;
 class QuickLookWindow;
 class SidebarView;
@@ -44,6 +47,12 @@ public:
 
     AskBar* askBar() const { return m_ask; }
     BrowserView* browser() const { return m_browser; }
+    HomePage* homePage() const { return m_home; }
+    WelcomePage* welcomePage() const { return m_welcome; }
+    // The browser on screen: the window's own, or the Home page's results.
+    BrowserView* shownBrowser() const;
+    // The page on screen: the browser or one of the pages.
+    QWidget* currentPage() const;
     SidebarView* sidebar() const { return m_sidebar; }
     InspectorView* inspector() const { return m_inspector; }
     ToastOverlay* toastOverlay() const { return m_toast; }
@@ -62,6 +71,7 @@ protected:
 
 private:
     QWidget* buildToolbar();
+    void showPage();
     void scheduleResults();
     void showResults();
     void updateScanProgress();
@@ -73,6 +83,9 @@ private:
     bool m_followDesktopPalette = true;
     AskBar* m_ask = nullptr;
     BrowserView* m_browser = nullptr;
+    HomePage* m_home = nullptr;
+    WelcomePage* m_welcome = nullptr;
+    QStackedWidget* m_content = nullptr;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
     ToastOverlay* m_toast = nullptr;
