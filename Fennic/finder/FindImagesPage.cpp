@@ -546,6 +546,18 @@ void FindImagesPage::updateLook()
                            .arg(radius)
                            .arg(rgba(palette.color(QPalette::ButtonText)), rgba(m_style.accent()), first, last);
     if (QWidget* segments = findChild<QWidget*>(QStringLiteral("FinderModes"))) segments->setStyleSheet(sheet);
+    // The examples as soft pills in the accent's tint, inviting a click.
+    const QString pill =
+        QStringLiteral("QPushButton { border: 1px solid %1; border-radius: %4px; padding: 6px 14px; "
+                                        "background: %2; color: %5; }"
+                                        "QPushButton:hover { background: %3; }"
+                                        "QPushButton:focus { border: 2px solid %6; }")
+                           .arg(rgba(ThemeStyle::withOpacity(m_style.accent(), 0.45)),
+                                rgba(ThemeStyle::withOpacity(m_style.accent(), m_style.isDark() ? 0.22 : 0.10)),
+                                rgba(ThemeStyle::withOpacity(m_style.accent(), m_style.isDark() ? 0.32 : 0.18)))
+                           .arg(m_style.theme() == Theme::playful ? 12 : 6)
+                           .arg(rgba(palette.color(QPalette::Text)), rgba(m_style.accent()));
+    m_examplesRow->setStyleSheet(pill);
     QPalette secondary = m_count->palette();
     secondary.setColor(QPalette::WindowText, m_style.secondaryText());
     m_count->setPalette(secondary);
