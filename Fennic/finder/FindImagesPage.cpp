@@ -327,10 +327,19 @@ void FindImagesPage::focusField() { m_ask->field()->setFocus(Qt::OtherFocusReaso
 
 void FindImagesPage::requestSearch() { m_requestTimer.start(); }
 
+void FindImagesPage::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_searchOnShow) startSearch();
+}
+
 void FindImagesPage::startSearch()
 {
     m_requestTimer.stop();
     m_followTimer.stop();
+    // A hidden page doesn't follow the reading of pictures or the library; it catches up when shown.
+    m_searchOnShow = !isVisible();
+    if (m_searchOnShow) return;
     const int generation = ++m_generation;
     const SearchSession& search = m_app.search();
     ImageFinder::Request request;

@@ -82,6 +82,9 @@ Q_SIGNALS:
     // The pictures shown changed (a search came back).
     void resultsChanged();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
     QWidget* buildHeader();
     QWidget* buildEmptyPage();
@@ -129,6 +132,7 @@ private:
     QTimer m_followTimer;   // follows the reading of pictures, at most once a second
     QTimer m_loadingTimer;  // shows the loading state only when a search takes a while
     bool m_loadingShown = false;
+    bool m_searchOnShow = false;                              // a change came while hidden: search when shown again
     std::shared_ptr<const ImageFinder::Pictures> m_pictures;  // none: gather again
     int m_picturesVersion = 0;                                // counts changes of the library and the records
     int m_generation = 0;                                     // of the newest request

@@ -16,7 +16,6 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QLabel>
 #include <QListView>
 #include <QPushButton>
@@ -27,19 +26,6 @@
 using namespace fennic;
 
 namespace {
-
-// Receives what would have gone to the desktop's default application.
-class OpenedUrls : public QObject {
-    Q_OBJECT
-
-public:
-    OpenedUrls() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
-    ~OpenedUrls() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
-    QList<QUrl> urls;
-
-public Q_SLOTS:
-    void open(const QUrl& url) { urls << url; }
-};
 
 class FindImages : public ::testing::Test {
 protected:
@@ -263,9 +249,21 @@ TEST_F(FindImages, TheFieldAndTheModesFollowTheSession)
     EXPECT_EQ(page->askBar()->field()->text(), "a white island in a blue ocean");
 }
 
+TEST_F(FindImages, AHiddenPageCatchesUpWhenShown)
+{
+    page->hide();
+    app->search().setFindMode(FindMode::describe);
+    app->search().setFindQuery("beach");
+    QTest::qWait(100);
+    EXPECT_TRUE(shownNames().isEmpty()) << "nothing is searched for a page no one sees";
+    page->show();
+    settle();
+    EXPECT_EQ(shownNames(), (QStringList{"beach.png", "shore.png"}));
+}
+
 TEST_F(FindImages, ReturnOpensTheChosenPicture)
 {
-    OpenedUrls opened;
+    test::OpenedUrls opened;
     type("receipt");
     ASSERT_FALSE(shownNames().isEmpty());
     QTest::keyClick(page->askBar()->field(), Qt::Key_Down);
@@ -307,5 +305,3 @@ TEST(FindImagesReading, ThePageSaysHowFarReadingGotAndPausesIt)
     EXPECT_EQ(page.pauseButton()->text(), "Pause");
     app.images().setImageIndexPaused(true);
 }
-
-#include "FindImagesPageTest.moc"

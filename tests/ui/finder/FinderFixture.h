@@ -10,6 +10,7 @@
 #include "support/TestItems.h"
 #include "thumbnails/ThumbnailLoader.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
 #include <memory>
@@ -28,6 +29,19 @@ inline TextLine lineAt(const QString& text, float x, float y, float w, float h)
 {
     return TextLine{text, x, y, w, h, 0.9f};
 }
+
+// Receives what would have gone to the desktop's default application.
+class OpenedUrls : public QObject {
+    Q_OBJECT
+
+public:
+    OpenedUrls() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
+    ~OpenedUrls() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
+    QList<QUrl> urls;
+
+public Q_SLOTS:
+    void open(const QUrl& url) { urls << url; }
+};
 
 // A library of real drawn pictures in a temporary home, with their records already in the
 // image index (as a finished reading leaves them), a library cache naming them, and a
@@ -55,7 +69,7 @@ public:
     QString addPicture(const QString& name, const QImage& image, QHash<QString, float> labels,
                        QList<TextLine> lines = {}, std::optional<QByteArray> print = std::nullopt)
     {
-        const QString path = save(image, tree.path("Pictures/" + name));
+        QString path = save(image, tree.path("Pictures/" + name));
         const QFileInfo info(path);
         FileItem item = itemAt(path);
         item.size = info.size();
@@ -70,7 +84,7 @@ public:
     // Draws the picture into Pictures/ without a record: it waits to be read.
     QString addUnreadPicture(const QString& name, const QImage& image)
     {
-        const QString path = save(image, tree.path("Pictures/" + name));
+        QString path = save(image, tree.path("Pictures/" + name));
         FileItem item = itemAt(path);
         item.size = QFileInfo(path).size();
         item.created = item.modified = item.added = Date::fromQDateTime(QFileInfo(path).lastModified());
