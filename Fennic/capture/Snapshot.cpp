@@ -61,9 +61,15 @@ const FileItem* findItem(const QList<FileItem>& items, const QString& name)
 QStringList views()
 {
     return {
-        QStringLiteral("browse-grid"), QStringLiteral("browse-list"), QStringLiteral("inspector"),
-                                                                                     QStringLiteral("ask-chips"),   QStringLiteral("toast"),       QStringLiteral("quick-look")};
+        QStringLiteral("browse-grid"), QStringLiteral("browse-list"),
+                                                      QStringLiteral("inspector"),   QStringLiteral("ask-chips"),
+                                                                                                    QStringLiteral("toast"),       QStringLiteral("quick-look"),
+                                                                                                                                                  QStringLiteral("home"),        QStringLiteral("home-results"),
+                                                                                                                                                                                                QStringLiteral("find-images"), QStringLiteral("find-images-similar"),
+                                                                                                                                                                                                                                              QStringLiteral("welcome")};
 }
+
+QStringList darkViews() { return {QStringLiteral("browse-grid"), QStringLiteral("home")}; }
 
 void prepareEnvironment(const QString& scratch)
 {
@@ -123,7 +129,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         settings.setTheme(theme);
         for (const bool dark : {false, true}) {
             window.applyLook(dark ? DesktopLook::darkPalette() : desktop);
-            search.setSidebar(SidebarItem::home());
+            search.setSidebar(SidebarItem::ofKind(FileKind::image));
             search.setQuery(QString());
             settings.setViewMode(ViewMode::grid);
             settle(200);  // the list follows the request in a later turn of the event loop
@@ -132,12 +138,14 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         }
         window.applyLook(desktop);
 
+        search.setSidebar(SidebarItem::ofKind(FileKind::document));
         settings.setViewMode(ViewMode::list);
+        settle(200);
         save(QStringLiteral("browse-list"), theme, false, shot());
         settings.setViewMode(ViewMode::grid);
 
         // A picture whose words were read.
-        search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
+        search.setSidebar(SidebarItem::ofKind(FileKind::image));
         settle(200);
         if (const FileItem* receipt = findItem(items, QStringLiteral("Receipt cafe.png")))
             window.browser()->selectPaths({receipt->path});
@@ -152,6 +160,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         window.browser()->selectPaths({});
         save(QStringLiteral("ask-chips"), theme, false, shot());
         search.setQuery(QString());
+        search.setSidebar(SidebarItem::ofKind(FileKind::document));
         settle(200);
 
         // Right after a Trash, with Undo on offer; then put back.
@@ -178,6 +187,39 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             save(QStringLiteral("quick-look"), theme, false, composed);
             look->close();
         }
+
+        // The pages.
+        for (const bool dark : {false, true}) {
+            window.applyLook(dark ? DesktopLook::darkPalette() : desktop);
+            search.setQuery(QString());
+            search.setSidebar(SidebarItem::home());
+            settle(300);
+            save(QStringLiteral("home"), theme, dark, shot());
+        }
+        window.applyLook(desktop);
+        search.setQuery(QStringLiteral("screenshots and pdfs"));
+        settle(300);
+        save(QStringLiteral("home-results"), theme, false, shot());
+        search.setQuery(QString());
+
+        search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
+        search.setFindMode(FindMode::everything);
+        search.setFindQuery(QStringLiteral("a white island in a blue ocean"));
+        settle(800);
+        save(QStringLiteral("find-images"), theme, false, shot());
+        if (const FileItem* beach = findItem(items, QStringLiteral("Beach at Playa Blanca.jpg"))) {
+            search.setSimilarTo(beach->path);
+            settle(800);
+            save(QStringLiteral("find-images-similar"), theme, false, shot());
+            search.setSimilarTo(std::nullopt);
+        }
+        search.setFindQuery(QString());
+
+        window.showWelcomePreview(true);
+        settle(300);
+        save(QStringLiteral("welcome"), theme, false, shot());
+        window.showWelcomePreview(false);
+        search.setSidebar(SidebarItem::home());
     }
     window.close();
     return failures == 0 ? 0 : 1;

@@ -13,8 +13,9 @@ namespace fennic {
 // Fennic's own files, its Trash and its thumbnails there too.
 namespace Snapshot {
 
-// The views, in the order they are rendered.
+// The views, in the order they are rendered, and those also rendered on the dark palette.
 QStringList views();
+QStringList darkViews();
 
 // Points the process's data and cache folders into `scratch`; call before anything reads them.
 void prepareEnvironment(const QString& scratch);

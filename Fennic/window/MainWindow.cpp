@@ -13,6 +13,7 @@
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
 #include "desktop/DesktopActions.h"
+#include "finder/FindImagesPage.h"
 #include "home/HomePage.h"
 #include "inspector/InspectorView.h"
 #include "library/Library.h"
@@ -64,9 +65,11 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_browser = new BrowserView(m_thumbnails, this);
     m_home = new HomePage(m_app, m_thumbnails, this);
     m_welcome = new WelcomePage(m_app, m_thumbnails, this);
+    m_finder = new FindImagesPage(m_app, m_thumbnails, this);
     // The content beside the sidebar: the browser, or the page the sidebar chose.
     m_content = new QStackedWidget(this);
-    for (QWidget* page : std::initializer_list<QWidget*>{m_browser, m_home, m_welcome}) m_content->addWidget(page);
+    for (QWidget* page : std::initializer_list<QWidget*>{m_browser, m_home, m_welcome, m_finder})
+        m_content->addWidget(page);
     m_sidebar = new SidebarView(m_app, this);
     m_inspector = new InspectorView(m_app, this);
     m_inspector->setThumbnailLoader(&m_thumbnails);
@@ -280,6 +283,7 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_browser->setThemeStyle(m_style);
     m_home->setThemeStyle(m_style);
     m_welcome->setThemeStyle(m_style);
+    m_finder->setThemeStyle(m_style);
     m_sidebar->setThemeStyle(m_style);
     m_inspector->setThemeStyle(m_style);
     m_quickLook->setThemeStyle(m_style);
@@ -292,6 +296,12 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     update();
 }
 
+void MainWindow::showWelcomePreview(bool shown)
+{
+    m_welcomePreview = shown;
+    showPage();
+}
+
 QWidget* MainWindow::currentPage() const { return m_content->currentWidget(); }
 
 BrowserView* MainWindow::shownBrowser() const
@@ -302,10 +312,12 @@ BrowserView* MainWindow::shownBrowser() const
 void MainWindow::showPage()
 {
     QWidget* page = m_browser;
-    if (m_app.library().showWelcome())
+    if (m_app.library().showWelcome() || m_welcomePreview)
         page = m_welcome;
     else if (m_app.search().sidebar().kind == SidebarItem::Kind::home)
         page = m_home;
+    else if (m_app.search().sidebar().kind == SidebarItem::Kind::findImages)
+        page = m_finder;
     if (m_content->currentWidget() == page) return;
     m_content->setCurrentWidget(page);
     m_inspector->setItems(shownBrowser()->selectedItems());

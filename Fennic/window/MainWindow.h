@@ -19,6 +19,7 @@ namespace fennic {
 class AppModel;
 class AskBar;
 class BrowserView;
+class FindImagesPage;
 class HomePage;
 class WelcomePage;
 class InspectorView;
@@ -49,6 +50,7 @@ public:
     BrowserView* browser() const { return m_browser; }
     HomePage* homePage() const { return m_home; }
     WelcomePage* welcomePage() const { return m_welcome; }
+    FindImagesPage* findImagesPage() const { return m_finder; }
     // The browser on screen: the window's own, or the Home page's results.
     BrowserView* shownBrowser() const;
     // The page on screen: the browser or one of the pages.
@@ -60,6 +62,8 @@ public:
     StatusLine* statusLine() const { return m_status; }
     WindowActions& actions() const { return *m_actions; }
 
+    // Shows the welcome screen whatever the library's state (for captures of it).
+    void showWelcomePreview(bool shown);
     void setInspectorShown(bool shown);
     bool inspectorShown() const;
     // Shows the file in the in-app preview.
@@ -85,7 +89,9 @@ private:
     BrowserView* m_browser = nullptr;
     HomePage* m_home = nullptr;
     WelcomePage* m_welcome = nullptr;
+    FindImagesPage* m_finder = nullptr;
     QStackedWidget* m_content = nullptr;
+    bool m_welcomePreview = false;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
     ToastOverlay* m_toast = nullptr;

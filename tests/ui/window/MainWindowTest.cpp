@@ -13,6 +13,7 @@
 #include "browser/BrowserModel.h"
 #include "browser/BrowserView.h"
 #include "capture/Snapshot.h"
+#include "home/HomePage.h"
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
 #include "support/TempTree.h"
@@ -85,7 +86,7 @@ public:
     QStringList shownNames() const
     {
         QStringList names;
-        for (const FileItem& item : window->browser()->model().items()) names.append(item.name);
+        for (const FileItem& item : window->shownBrowser()->model().items()) names.append(item.name);
         return names;
     }
 
@@ -103,25 +104,29 @@ TEST(MainWindow, TypingARequestSettlesIntoTheResultsAndDownMovesIntoThem)
     WindowFixture f;
     MainWindow& w = f.open();
     EXPECT_EQ(w.windowTitle(), "Fennic");
-    EXPECT_EQ(w.browser()->model().rowCount(), 4);
+    EXPECT_EQ(w.currentPage(), static_cast<QWidget*>(w.homePage())) << "the window opens on Home";
 
+    // A request typed in the toolbar on Home shows its results in place of Home's overview.
     f.typeRequest("txt");
     EXPECT_EQ(f.model->search().query(), "txt") << "the field drives the model's request";
+    ASSERT_EQ(w.shownBrowser(), w.homePage()->results());
     QStringList names = f.shownNames();
     names.sort();
     EXPECT_EQ(names, (QStringList{"alpha report.txt", "beta notes.txt"}));
 
     // Down from the Ask field: the first result selected, focus in the results.
     QTest::keyClick(w.askBar()->field(), Qt::Key_Down);
-    ASSERT_EQ(w.browser()->selectedItems().size(), 1);
-    EXPECT_EQ(w.browser()->selectedItems().first().name, f.shownNames().first());
+    ASSERT_EQ(w.shownBrowser()->selectedItems().size(), 1);
+    EXPECT_EQ(w.shownBrowser()->selectedItems().first().name, f.shownNames().first());
     EXPECT_FALSE(w.askBar()->field()->hasFocus());
 
     // Esc in the field clears the request and shows everything again.
     w.askBar()->field()->setFocus();
     QTest::keyClick(w.askBar()->field(), Qt::Key_Escape);
     EXPECT_TRUE(f.model->search().query().isEmpty());
-    EXPECT_TRUE(QTest::qWaitFor([&] { return w.browser()->model().rowCount() == 4; }, 2000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !w.homePage()->isShowingResults(); }, 2000)) << "back to the overview";
+    f.model->search().setSidebar(SidebarItem::page(SidebarItem::Kind::recents));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return f.shownNames().size() == 4; }, 2000));
 }
 
 TEST(MainWindow, NoResultsShowsOnlyOnceTheRequestSettles)
@@ -141,6 +146,8 @@ TEST(MainWindow, DeleteTrashesTheSelectionWithANoticeAndUndoPutsItBack)
 {
     WindowFixture f;
     MainWindow& w = f.open();
+    f.model->search().setSidebar(SidebarItem::page(SidebarItem::Kind::recents));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return w.browser()->model().rowCount() == 4; }, 2000));
     const QString victim = f.tree.path("Documents/beta notes.txt");
     w.browser()->selectPaths({victim});
     w.browser()->focusResults();
@@ -179,7 +186,9 @@ TEST(MainWindow, ListHeaderSortsThroughTheSettingsAndTheSidebarChangesTheList)
 {
     WindowFixture f;
     MainWindow& w = f.open();
+    f.model->search().setSidebar(SidebarItem::page(SidebarItem::Kind::recents));
     f.model->settings().setViewMode(ViewMode::list);
+    QTest::qWait(50);
     auto* list = w.browser()->findChild<QTreeView*>();
     ASSERT_TRUE(list);
     ASSERT_TRUE(list->isVisible());
@@ -231,8 +240,9 @@ TEST(Capture, WritesEveryViewInBothThemes)
     for (const QString& view : Snapshot::views())
         for (const QString theme : {"playful", "minimal"})
             expected << QString("%1/%2-%3.png").arg(out.root(), view, theme);
-    for (const QString theme : {"playful", "minimal"})
-        expected << QString("%1/browse-grid-%2-dark.png").arg(out.root(), theme);
+    for (const QString& view : Snapshot::darkViews())
+        for (const QString theme : {"playful", "minimal"})
+            expected << QString("%1/%2-%3-dark.png").arg(out.root(), view, theme);
     for (const QString& file : expected) {
         EXPECT_TRUE(printed.contains(file + "\n")) << file.toStdString();
         const QImage image(file);
