@@ -39,6 +39,24 @@ QPixmap squared(const QImage& image, int edge, qreal ratio, double radius)
     return out;
 }
 
+// The type's icon on a soft rounded tile, for files without a picture of their own.
+QPixmap iconTile(const QIcon& icon, int edge, qreal ratio, double radius, const QColor& tint)
+{
+    const int px = qRound(edge * ratio);
+    QPixmap out(px, px);
+    out.fill(Qt::transparent);
+    out.setDevicePixelRatio(ratio);
+    QPainter p(&out);
+    p.setRenderHint(QPainter::Antialiasing);
+    QPainterPath tile;
+    tile.addRoundedRect(QRectF(0, 0, edge, edge), radius, radius);
+    p.fillPath(tile, tint);
+    const int inset = edge / 5;
+    icon.paint(&p, QRect(inset, inset, edge - 2 * inset, edge - 2 * inset));
+    p.end();
+    return out;
+}
+
 }  // namespace
 
 CleanupCard::CleanupCard(CleanupKind kind, ThumbnailLoader& thumbnails, QWidget* parent)
@@ -82,6 +100,7 @@ CleanupCard::CleanupCard(CleanupKind kind, ThumbnailLoader& thumbnails, QWidget*
     words->setSpacing(2);
     words->addWidget(m_title);
     words->addWidget(m_detail);
+    words->addStretch(1);
     top->addLayout(words, 1);
 
     auto* previews = new QHBoxLayout;
@@ -179,7 +198,8 @@ void CleanupCard::showPreviews()
         if (picture.userType() == QMetaType::QImage)
             label->setPixmap(squared(picture.value<QImage>(), kPreviewSize, ratio, m_style.cardRadius() / 2));
         else
-            label->setPixmap(picture.value<QIcon>().pixmap(kPreviewSize - 16, kPreviewSize - 16));
+            label->setPixmap(iconTile(picture.value<QIcon>(), kPreviewSize, ratio, m_style.cardRadius() / 2,
+                                      ThemeStyle::withOpacity(m_style.palette().color(QPalette::WindowText), 0.06)));
         label->setAccessibleName(item.name);
         label->setToolTip(item.name);
         label->show();

@@ -27,7 +27,6 @@ namespace fennic {
 namespace {
 
 constexpr int kMessageIconSize = 64;
-constexpr int kRowIconSize = 32;
 
 QLabel* plainLabel(const QString& text, QWidget* parent)
 {
@@ -211,7 +210,7 @@ QWidget* CleanupPage::makeReview()
     m_list->setUniformRowHeights(true);
     m_list->setAllColumnsShowFocus(true);
     m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    m_list->setIconSize(QSize(kRowIconSize, kRowIconSize));
+    m_list->setIconSize(QSize(CleanupReviewModel::kPictureSize, CleanupReviewModel::kPictureSize));
     m_list->setTextElideMode(Qt::ElideMiddle);
     m_list->header()->setStretchLastSection(false);
     m_list->header()->setSectionResizeMode(int(CleanupReviewModel::Column::name), QHeaderView::Stretch);

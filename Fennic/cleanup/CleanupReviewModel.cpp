@@ -4,10 +4,12 @@
 #include "model/Fmt.h"
 #include "thumbnails/ThumbnailLoader.h"
 
+#include <QGuiApplication>
+
 namespace fennic {
 
 CleanupReviewModel::CleanupReviewModel(ThumbnailLoader& thumbnails, QObject* parent)
-    : QAbstractTableModel(parent), m_thumbnails(thumbnails)
+    : QAbstractTableModel(parent), m_thumbnails(thumbnails), m_squares(400)
 {
     connect(&m_thumbnails, &ThumbnailLoader::ready, this, [this](const QString& path) { thumbnailReady(path); });
 }
@@ -123,7 +125,15 @@ QVariant CleanupReviewModel::data(const QModelIndex& index, int role) const
                                                 isChecked(item.path) ? QStringLiteral("to the Trash")
                                                                      : QStringLiteral("kept"));
     case Qt::ToolTipRole: return item.path;
-    case Qt::DecorationRole: return column == Column::name ? FileRows::picture(m_thumbnails, item) : QVariant();
+    case Qt::DecorationRole: {
+        if (column != Column::name) return {};
+        if (const QPixmap* cut = m_squares.object(item.path)) return *cut;
+        QVariant picture = FileRows::picture(m_thumbnails, item);
+        if (picture.userType() != QMetaType::QImage) return picture;
+        const QPixmap cut = FileRows::square(picture.value<QImage>(), kPictureSize, qApp->devicePixelRatio());
+        m_squares.insert(item.path, new QPixmap(cut));
+        return cut;
+    }
     case Qt::CheckStateRole:
         if (column != Column::name) return {};
         return isChecked(item.path) ? Qt::Checked : Qt::Unchecked;
@@ -179,6 +189,7 @@ QString CleanupReviewModel::text(const FileItem& item, Column column) const
 
 void CleanupReviewModel::thumbnailReady(const QString& path)
 {
+    m_squares.remove(path);
     const int row = m_rows.value(path, -1);
     if (row < 0) return;
     const QModelIndex cell = index(row, int(Column::name));

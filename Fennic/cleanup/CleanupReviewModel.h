@@ -3,8 +3,10 @@
 #include "model/FileItem.h"
 
 #include <QAbstractTableModel>
+#include <QCache>
 #include <QHash>
 #include <QList>
+#include <QPixmap>
 #include <QSet>
 
 namespace fennic {
@@ -31,6 +33,9 @@ public:
     static constexpr int kColumnCount = 4;
 
     explicit CleanupReviewModel(ThumbnailLoader& thumbnails, QObject* parent = nullptr);
+
+    // The edge of the rows' pictures.
+    static constexpr int kPictureSize = 32;
 
     void setFiles(const QList<FileItem>& files);
     const QList<FileItem>& files() const { return m_files; }
@@ -61,7 +66,8 @@ private:
 
     ThumbnailLoader& m_thumbnails;
     QList<FileItem> m_files;
-    QHash<QString, int> m_rows;  // path → row
+    QHash<QString, int> m_rows;                  // path → row
+    mutable QCache<QString, QPixmap> m_squares;  // thumbnails cut to the rows' squares, by path
     // Unticked paths of the current list only: a file that leaves and comes back is ticked.
     QSet<QString> m_unchecked;
     qint64 m_checkedSize = 0;

@@ -23,6 +23,15 @@ QVariant picture(ThumbnailLoader& thumbnails, const FileItem& item)
     return typeIcon(item);
 }
 
+QPixmap square(const QImage& image, int edge, qreal ratio)
+{
+    const int px = qRound(edge * ratio);
+    const QImage scaled = image.scaled(px, px, Qt::KeepAspectRatioByExpanding, Qt::SmoothTransformation);
+    QPixmap out = QPixmap::fromImage(scaled.copy((scaled.width() - px) / 2, (scaled.height() - px) / 2, px, px));
+    out.setDevicePixelRatio(ratio);
+    return out;
+}
+
 QIcon typeIcon(const FileItem& item)
 {
     // Icons by extension, made once: a long list repaints the same few types.
@@ -37,7 +46,7 @@ QIcon typeIcon(const FileItem& item)
 
 QString folderText(const FileItem& item)
 {
-    const QString folder = item.folderPath();
+    QString folder = item.folderPath();
     const QString home = Library::home();
     if (!home.isEmpty() && home != u"/") {
         if (folder == home) return QStringLiteral("~");

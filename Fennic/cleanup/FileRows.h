@@ -4,6 +4,7 @@
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QIcon>
+#include <QPixmap>
 #include <QString>
 #include <QVariant>
 
@@ -19,6 +20,9 @@ ThumbnailLoader::Request thumbnailRequest(const FileItem& item);
 // The file's thumbnail when the loader has it in memory (asking for it queues it), otherwise
 // its type's icon. Only rows being painted ask, so only those are thumbnailed.
 QVariant picture(ThumbnailLoader& thumbnails, const FileItem& item);
+
+// The picture cut to a square (its middle) of `edge` pixels, for rows whose icons are squares.
+QPixmap square(const QImage& image, int edge, qreal ratio);
 
 // The icon of the file's type, by its name alone.
 QIcon typeIcon(const FileItem& item);
