@@ -13,6 +13,7 @@
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QItemSelectionModel>
 #include <QLabel>
 #include <QProgressBar>
 #include <QPushButton>
@@ -311,7 +312,9 @@ void CleanupPage::showReview(std::optional<CleanupKind> kind)
     refresh();
     if (kind && changed) {
         m_list->scrollToTop();
-        if (m_model->rowCount() > 0) m_list->setCurrentIndex(m_model->index(0, 0));
+        // The first file takes the keyboard without looking chosen.
+        if (m_model->rowCount() > 0)
+            m_list->selectionModel()->setCurrentIndex(m_model->index(0, 0), QItemSelectionModel::NoUpdate);
     }
 }
 

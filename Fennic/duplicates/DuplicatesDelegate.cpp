@@ -2,6 +2,7 @@
 
 #include "DuplicatesModel.h"
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QIcon>
 #include <QImage>
@@ -192,9 +193,8 @@ void DuplicatesDelegate::paintMember(QPainter* painter, const QStyleOptionViewIt
         button.palette = pal;
         button.fontMetrics = metrics;
         button.state = QStyle::State_Enabled | QStyle::State_Raised;
-        if ((option.state & QStyle::State_MouseOver) && option.widget) {
-            const QPoint cursor = option.widget->mapFromGlobal(QCursor::pos());
-            if (keep.contains(cursor)) button.state |= QStyle::State_MouseOver;
+        if (const auto* view = qobject_cast<const QAbstractItemView*>(option.widget)) {
+            if (keep.contains(view->viewport()->mapFromGlobal(QCursor::pos()))) button.state |= QStyle::State_MouseOver;
         }
         const QWidget* widget = option.widget;
         QStyle* style = widget ? widget->style() : QApplication::style();

@@ -10,9 +10,9 @@
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QHBoxLayout>
-#include <QKeyEvent>
 #include <QLabel>
 #include <QListView>
+#include <QMouseEvent>
 #include <QProgressBar>
 #include <QPushButton>
 #include <QScrollBar>
@@ -175,7 +175,7 @@ QWidget* DuplicatesPage::makeResults()
     m_view->setAccessibleName(QStringLiteral("Duplicate groups"));
     m_view->setAccessibleDescription(
         QStringLiteral("Press Return on a copy to keep it instead of the one marked Keep."));
-    m_view->viewport()->setAttribute(Qt::WA_Hover);
+    m_view->viewport()->installEventFilter(this);
     connect(m_view, &QListView::activated, this, &DuplicatesPage::rowActivated);
     connect(m_view->verticalScrollBar(), &QScrollBar::valueChanged, this, &DuplicatesPage::scheduleVisibleUpdate);
     connect(m_model, &QAbstractItemModel::modelReset, this, &DuplicatesPage::scheduleVisibleUpdate);
@@ -223,6 +223,22 @@ QWidget* DuplicatesPage::makeEmpty()
     column->addWidget(m_emptyAgain, 0, Qt::AlignHCenter);
     column->addStretch(2);
     return page;
+}
+
+bool DuplicatesPage::eventFilter(QObject* watched, QEvent* event)
+{
+    // The buttons are painted, so the row under the pointer is repainted as it moves.
+    if (watched == m_view->viewport() && (event->type() == QEvent::MouseMove || event->type() == QEvent::Leave)) {
+        int row = -1;
+        if (event->type() == QEvent::MouseMove)
+            row = m_view->indexAt(static_cast<QMouseEvent*>(event)->position().toPoint()).row();
+        if (row != m_hoveredRow) {
+            if (m_hoveredRow >= 0) m_view->update(m_model->index(m_hoveredRow));
+            m_hoveredRow = row;
+        }
+        if (row >= 0) m_view->update(m_model->index(row));
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void DuplicatesPage::setThemeStyle(const ThemeStyle& style)

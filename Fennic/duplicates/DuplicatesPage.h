@@ -62,6 +62,9 @@ public:
     QPushButton* cleanButton() const { return m_clean; }
     QProgressBar* progressBar() const { return m_progress; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     QWidget* makeStart();
     QWidget* makeSearching();
@@ -81,6 +84,7 @@ private:
     DuplicatesModel* m_model;
     DuplicatesDelegate* m_delegate;
     QTimer m_visibleTimer;
+    int m_hoveredRow = -1;  // the row under the pointer, whose button lights up
 
     QLabel* m_title = nullptr;
     QLabel* m_explanation = nullptr;
