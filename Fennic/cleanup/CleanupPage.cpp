@@ -83,7 +83,7 @@ CleanupPage::CleanupPage(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pa
     LibraryModel& library = m_app.library();
     connect(&library, &LibraryModel::suggestionsChanged, this, later);
     connect(&library, &LibraryModel::derivedChanged, this, later);
-    connect(&library, &LibraryModel::isScanningChanged, this, later);
+    connect(&library, &LibraryModel::isScanningChanged, this, &CleanupPage::refresh);
     connect(&library, &LibraryModel::itemsRemoved, this, &CleanupPage::filesRemoved);
     connect(&library, &LibraryModel::filesLeft, this, &CleanupPage::filesRemoved);
     connect(m_model, &CleanupReviewModel::checkedChanged, this, &CleanupPage::updateTotals);

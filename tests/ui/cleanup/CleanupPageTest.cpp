@@ -10,6 +10,8 @@
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 
+#include <QApplication>
+#include <QDateTime>
 #include <QLabel>
 #include <QPushButton>
 #include <QSignalSpy>
@@ -154,9 +156,95 @@ TEST_F(CleanupPageTest, ReviewTrashesTheTickedFilesAndUndoPutsThemBack)
     EXPECT_TRUE(QFileInfo::exists(big.path));
     EXPECT_TRUE(QFileInfo::exists(small.path));
     ASSERT_TRUE(f.model->waitForIdle());
-    QTRY_COMPARE(model.rowCount(), 3);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return model.rowCount() == 3; }, 5000));
     EXPECT_TRUE(model.isChecked(big.path)) << "files that come back come back ticked";
     EXPECT_FALSE(model.isChecked(middle.path));
+}
+
+}  // namespace
+
+namespace {
+
+TEST_F(CleanupPageTest, ReadingTheLibraryThenFollowingIt)
+{
+    f.tree.writeSized("Downloads/a.deb", 4000, 1);
+    f.tree.writeSized("Downloads/b.deb", 2000, 2);
+    f.now = Date::fromQDateTime(QDateTime::currentDateTimeUtc());  // the files arrive now
+    AppModel& m = f.make();
+    page = std::make_unique<CleanupPage>(m, thumbnails);
+    page->show();
+    QApplication::setActiveWindow(page.get());
+    ASSERT_TRUE(QTest::qWaitForWindowActive(page.get()));
+    m.library().scan();
+    EXPECT_EQ(page->state(), CleanupPage::State::loading) << "the first scan is under way";
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_EQ(page->state(), CleanupPage::State::empty) << "installers that arrived today are not old";
+
+    // A week and a day later the same installers are old.
+    f.now = f.now + 8 * kDay;
+    m.library().refreshDerived();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return page->state() == CleanupPage::State::overview; }, 5000));
+    ASSERT_TRUE(page->card(CleanupKind::installers));
+    EXPECT_EQ(page->card(CleanupKind::installers)->summary(), "2 files · 6 kB");
+
+    // A file trashed elsewhere (the browser) leaves the open review at once and the card later.
+    page->review(CleanupKind::installers);
+    ASSERT_EQ(page->reviewModel().rowCount(), 2);
+    m.organiser().moveToTrash({page->reviewModel().files().first()});
+    EXPECT_EQ(page->reviewModel().rowCount(), 1);
+    ASSERT_TRUE(m.waitForIdle());
+    QTest::keyClick(page->reviewView(), Qt::Key_Left, Qt::AltModifier);
+    EXPECT_EQ(page->state(), CleanupPage::State::overview) << "Alt+Left goes back";
+    EXPECT_TRUE(
+        QTest::qWaitFor([&] { return page->card(CleanupKind::installers)->summary() == "1 file · 2 kB"; }, 5000))
+        << "the card follows once the suggestions are derived again";
+
+    page->setSidebarItem(SidebarItem::page(SidebarItem::Kind::duplicates));
+    EXPECT_EQ(page->state(), CleanupPage::State::overview) << "other sidebar entries are not this page's";
+}
+
+// The review's ticks, through the model the list shows.
+TEST(CleanupReviewModel, TicksBelongToFilesAndSurviveNewLists)
+{
+    ThumbnailLoader thumbnails;
+    CleanupReviewModel model(thumbnails);
+    const auto item = [](const char* name, qint64 size) {
+        FileItem f;
+        f.path = QStringLiteral("/nowhere/") + QString::fromLatin1(name);
+        f.name = QString::fromLatin1(name);
+        f.size = size;
+        return f;
+    };
+    const FileItem a = item("a", 10), b = item("b", 20), c = item("c", 30), d = item("d", 40);
+    model.setFiles({a, b, c});
+    EXPECT_EQ(model.checkedSize(), 60);
+    EXPECT_TRUE(model.setData(model.index(1, 0), Qt::Unchecked, Qt::CheckStateRole));
+    EXPECT_EQ(model.checkedSize(), 40);
+    EXPECT_EQ(model.index(1, 0).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
+    EXPECT_TRUE(model.flags(model.index(0, 0)).testFlag(Qt::ItemIsUserCheckable));
+
+    // Losing a file removes just its row; what was unticked stays unticked.
+    QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+    QSignalSpy removed(&model, &QAbstractItemModel::rowsRemoved);
+    model.setFiles({b, c});
+    EXPECT_EQ(resets.count(), 0);
+    EXPECT_EQ(removed.count(), 1);
+    EXPECT_FALSE(model.isChecked(b.path));
+    EXPECT_EQ(model.checkedFiles(), QList<FileItem>{c});
+
+    // New files come in ticked; a file that left and came back is ticked again.
+    model.setFiles({a, b, c, d});
+    EXPECT_EQ(model.checkedCount(), 3);
+    model.setFiles({a, c, d});
+    model.setFiles({a, b, c, d});
+    EXPECT_TRUE(model.isChecked(b.path));
+
+    model.setAllChecked(false);
+    EXPECT_EQ(model.checkedSize(), 0);
+    EXPECT_TRUE(model.checkedFiles().isEmpty());
+    model.setAllChecked(true);
+    EXPECT_EQ(model.checkedSize(), 100);
 }
 
 }  // namespace

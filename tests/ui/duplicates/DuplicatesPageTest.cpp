@@ -171,3 +171,29 @@ TEST_F(DuplicatesPageTest, FiveThousandGroupsOpenAtOnce)
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(DuplicatesPageTest, KeepingAnotherCopyUpdatesRowsInPlace)
+{
+    f.tree.writeSized("Documents/a.bin", 5000, 7);
+    const QString copy = f.tree.writeSized("Downloads/a copy.bin", 5000, 7);
+    DuplicatesPage& p = open();
+    find();
+    DuplicatesModel& model = p.model();
+    const int row = model.rowOf(copy);
+    ASSERT_GE(row, 0);
+    EXPECT_TRUE(model.index(row).data(Qt::AccessibleTextRole).toString().contains("keep this copy instead"));
+    p.view()->setCurrentIndex(model.index(row));
+
+    QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
+    p.keepInstead(copy);
+    EXPECT_EQ(resets.count(), 0) << "the list keeps its place and its current row";
+    EXPECT_EQ(p.view()->currentIndex().row(), row);
+    EXPECT_TRUE(model.index(row).data(DuplicatesModel::KeptRole).toBool());
+    EXPECT_TRUE(model.index(row).data(Qt::AccessibleTextRole).toString().endsWith(", Keep"));
+    EXPECT_EQ(model.groupAt(row)->toTrash().first().path, f.tree.path("Documents/a.bin"));
+    ASSERT_TRUE(f.model->waitForIdle());
+}
+
+}  // namespace
