@@ -7,6 +7,8 @@
 #include "library/Library.h"
 #include "organise/DuplicateFinder.h"
 
+#include <algorithm>
+
 namespace fennic {
 
 DuplicateScan::DuplicateScan(BackgroundTasks& tasks, LibraryModel& library, const ImageIndexer& images, QObject* parent)
@@ -44,6 +46,25 @@ void DuplicateScan::pruneGroups(const QSet<QString>& removed)
         m_lookalikeGroups = DuplicateGroup::prune(m_lookalikeGroups, removed);
         Q_EMIT lookalikeGroupsChanged();
     }
+}
+
+void DuplicateScan::setKeep(const QUuid& group, const QString& path)
+{
+    const auto repoint = [&](QList<DuplicateGroup>& groups) {
+        for (DuplicateGroup& g : groups) {
+            if (g.id != group) continue;
+            const bool member =
+                std::any_of(g.files.cbegin(), g.files.cend(), [&path](const FileItem& f) { return f.path == path; });
+            if (!member || g.keep == path) return false;
+            g.keep = path;
+            return true;
+        }
+        return false;
+    };
+    if (repoint(m_duplicateGroups))
+        Q_EMIT duplicateGroupsChanged();
+    else if (repoint(m_lookalikeGroups))
+        Q_EMIT lookalikeGroupsChanged();
 }
 
 void DuplicateScan::findDuplicates()

@@ -5,6 +5,7 @@
 #include <QList>
 #include <QObject>
 #include <QSet>
+#include <QUuid>
 #include <optional>
 
 namespace fennic {
@@ -34,6 +35,9 @@ public:
     // 0 … 1 while a search runs, none otherwise.
     std::optional<double> duplicateProgress() const { return m_duplicateProgress; }
     bool duplicatesScanned() const { return m_duplicatesScanned; }
+    // Makes `path` the member of the group `group` (exact or look-alike) that stays; ignored
+    // when there is no such group or the path is not one of its members.
+    void setKeep(const QUuid& group, const QString& path);
 
 Q_SIGNALS:
     void duplicateGroupsChanged();

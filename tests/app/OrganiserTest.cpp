@@ -232,3 +232,32 @@ TEST(DuplicateScan, FindsCopiesAndPrunesAfterTrashAndScans)
     EXPECT_TRUE(m.duplicates().duplicateGroups().isEmpty()) << "a group left with one member is dropped";
     ASSERT_TRUE(m.waitForIdle());
 }
+
+TEST(DuplicateScan, KeepThisCopyInsteadChangesWhatGoesToTheTrash)
+{
+    AppFixture f;
+    const QString original = f.tree.writeSized("Documents/a.bin", 5000, 7);
+    const QString copy = f.tree.writeSized("Downloads/a copy.bin", 5000, 7);
+    AppModel& m = f.make();
+    m.library().scan();
+    ASSERT_TRUE(m.waitForIdle());
+    m.duplicates().findDuplicates();
+    ASSERT_TRUE(m.waitForIdle());
+    ASSERT_EQ(m.duplicates().duplicateGroups().size(), 1);
+    const QUuid id = m.duplicates().duplicateGroups().first().id;
+    ASSERT_EQ(m.duplicates().duplicateGroups().first().keep, original);
+
+    QSignalSpy changed(&m.duplicates(), &DuplicateScan::duplicateGroupsChanged);
+    m.duplicates().setKeep(id, copy);
+    EXPECT_EQ(changed.count(), 1);
+    const DuplicateGroup group = m.duplicates().duplicateGroups().first();
+    EXPECT_EQ(group.keep, copy);
+    ASSERT_EQ(group.toTrash().size(), 1);
+    EXPECT_EQ(group.toTrash().first().path, original);
+
+    m.duplicates().setKeep(id, copy);
+    m.duplicates().setKeep(id, f.tree.path("Documents/elsewhere.bin"));
+    m.duplicates().setKeep(QUuid::createUuid(), original);
+    EXPECT_EQ(changed.count(), 1) << "the same keeper, a stranger or an unknown group change nothing";
+    EXPECT_EQ(m.duplicates().duplicateGroups().first().keep, copy);
+}
