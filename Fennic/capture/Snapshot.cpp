@@ -2,6 +2,7 @@
 
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
+#include "app/DuplicateScan.h"
 #include "app/ImageIndexer.h"
 #include "app/LibraryModel.h"
 #include "app/Organiser.h"
@@ -214,6 +215,21 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             search.setSimilarTo(std::nullopt);
         }
         search.setFindQuery(QString());
+
+        search.setSidebar(SidebarItem::page(SidebarItem::Kind::cleanup));
+        settle(400);
+        save(QStringLiteral("cleanup"), theme, false, shot());
+        search.setSidebar(SidebarItem::cleanupCard(CleanupKind::installers));
+        settle(400);
+        save(QStringLiteral("cleanup-review"), theme, false, shot());
+
+        search.setSidebar(SidebarItem::page(SidebarItem::Kind::duplicates));
+        if (!app.duplicates().duplicatesScanned()) {
+            app.duplicates().findDuplicates();
+            app.waitForIdle(60000);
+        }
+        settle(400);
+        save(QStringLiteral("duplicates"), theme, false, shot());
 
         window.showWelcomePreview(true);
         settle(300);

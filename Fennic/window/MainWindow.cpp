@@ -12,7 +12,9 @@
 #include "ask/AskBar.h"
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
+#include "cleanup/CleanupPage.h"
 #include "desktop/DesktopActions.h"
+#include "duplicates/DuplicatesPage.h"
 #include "finder/FindImagesPage.h"
 #include "home/HomePage.h"
 #include "inspector/InspectorView.h"
@@ -66,9 +68,12 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_home = new HomePage(m_app, m_thumbnails, this);
     m_welcome = new WelcomePage(m_app, m_thumbnails, this);
     m_finder = new FindImagesPage(m_app, m_thumbnails, this);
+    m_cleanup = new CleanupPage(m_app, m_thumbnails, this);
+    m_duplicates = new DuplicatesPage(m_app, m_thumbnails, this);
     // The content beside the sidebar: the browser, or the page the sidebar chose.
     m_content = new QStackedWidget(this);
-    for (QWidget* page : std::initializer_list<QWidget*>{m_browser, m_home, m_welcome, m_finder})
+    for (QWidget* page :
+         std::initializer_list<QWidget*>{m_browser, m_home, m_welcome, m_finder, m_cleanup, m_duplicates})
         m_content->addWidget(page);
     m_sidebar = new SidebarView(m_app, this);
     m_inspector = new InspectorView(m_app, this);
@@ -158,6 +163,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
         connect(view, &BrowserView::contextMenuRequested, this,
                 [this](const QPoint& at) { m_actions->contextMenu(this)->popup(at); });
     }
+    connect(m_cleanup, &CleanupPage::sidebarItemRequested, &search, &SearchSession::setSidebar);
     connect(m_home, &HomePage::fileActivated, this, [](const FileItem& item) { DesktopActions::open({item.path}); });
     // The page follows the sidebar, and the welcome screen comes first on a first run.
     connect(&search, &SearchSession::sidebarChanged, this, &MainWindow::showPage);
@@ -284,6 +290,8 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_home->setThemeStyle(m_style);
     m_welcome->setThemeStyle(m_style);
     m_finder->setThemeStyle(m_style);
+    m_cleanup->setThemeStyle(m_style);
+    m_duplicates->setThemeStyle(m_style);
     m_sidebar->setThemeStyle(m_style);
     m_inspector->setThemeStyle(m_style);
     m_quickLook->setThemeStyle(m_style);
@@ -318,6 +326,13 @@ void MainWindow::showPage()
         page = m_home;
     else if (m_app.search().sidebar().kind == SidebarItem::Kind::findImages)
         page = m_finder;
+    else if (m_app.search().sidebar().kind == SidebarItem::Kind::duplicates)
+        page = m_duplicates;
+    else if (m_app.search().sidebar().kind == SidebarItem::Kind::cleanup
+             || m_app.search().sidebar().kind == SidebarItem::Kind::cleanupCard) {
+        m_cleanup->setSidebarItem(m_app.search().sidebar());
+        page = m_cleanup;
+    }
     if (m_content->currentWidget() == page) return;
     m_content->setCurrentWidget(page);
     m_inspector->setItems(shownBrowser()->selectedItems());

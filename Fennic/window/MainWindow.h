@@ -19,6 +19,8 @@ namespace fennic {
 class AppModel;
 class AskBar;
 class BrowserView;
+class CleanupPage;
+class DuplicatesPage;
 class FindImagesPage;
 class HomePage;
 class WelcomePage;
@@ -51,6 +53,8 @@ public:
     HomePage* homePage() const { return m_home; }
     WelcomePage* welcomePage() const { return m_welcome; }
     FindImagesPage* findImagesPage() const { return m_finder; }
+    CleanupPage* cleanupPage() const { return m_cleanup; }
+    DuplicatesPage* duplicatesPage() const { return m_duplicates; }
     // The browser on screen: the window's own, or the Home page's results.
     BrowserView* shownBrowser() const;
     // The page on screen: the browser or one of the pages.
@@ -90,6 +94,8 @@ private:
     HomePage* m_home = nullptr;
     WelcomePage* m_welcome = nullptr;
     FindImagesPage* m_finder = nullptr;
+    CleanupPage* m_cleanup = nullptr;
+    DuplicatesPage* m_duplicates = nullptr;
     QStackedWidget* m_content = nullptr;
     bool m_welcomePreview = false;
     SidebarView* m_sidebar = nullptr;
