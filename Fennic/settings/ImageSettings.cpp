@@ -245,6 +245,8 @@ void ImageSettings::refreshProgress()
         line = QStringLiteral("Paused — Fennic picks up where it left off.");
     else if (reading)
         line = QStringLiteral("Reading pictures… %1 of %2").arg(locale.toString(done), locale.toString(total));
+    else if (images.imageRecords().isEmpty())
+        line = QStringLiteral("No pictures read yet.");
     else
         line = Fmt::count(images.imageRecords().size(), QStringLiteral("picture")) + QStringLiteral(" read.");
     m_progressLine->setText(line);
