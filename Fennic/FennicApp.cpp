@@ -10,8 +10,11 @@
 #include "selftest/SelfTest.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
+#include "tray/TrayItem.h"
 #include "window/MainWindow.h"
+#include "window/WindowActions.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QGuiApplication>
@@ -114,12 +117,25 @@ int runWindow(int argc, char** argv, bool demo)
     if (demo) window.setWindowTitle(QStringLiteral("Fennic — Demonstration"));
     window.show();
 
-    QObject::connect(&instance, &fennic::SingleInstance::messageReceived, &window, [&window](const QByteArray&) {
+    const auto raise = [&window] {
         window.setWindowState((window.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
         window.show();
         window.raise();
         window.activateWindow();
-    });
+    };
+    QObject::connect(&instance, &fennic::SingleInstance::messageReceived, &window, raise);
+
+    // Where the desktop has a tray, Fennic lives on in it when the window closes.
+    std::unique_ptr<fennic::TrayItem> tray;
+    if (fennic::TrayItem::available()) {
+        tray = std::make_unique<fennic::TrayItem>(model);
+        QObject::connect(tray.get(), &fennic::TrayItem::openRequested, &window, raise);
+        QObject::connect(tray.get(), &fennic::TrayItem::quickSearchRequested, &window, [&window, raise] {
+            raise();
+            window.actions().action(fennic::WindowActions::Id::ask)->trigger();
+        });
+    }
+    QApplication::setQuitOnLastWindowClosed(!tray);
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model, [&model](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive) model.applicationBecameActive();
     });

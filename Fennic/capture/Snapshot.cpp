@@ -14,6 +14,7 @@
 #include "demo/FennicDemo.h"
 #include "library/Prefs.h"
 #include "quicklook/QuickLookWindow.h"
+#include "settings/SettingsWindow.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "window/MainWindow.h"
@@ -55,6 +56,15 @@ const FileItem* findItem(const QList<FileItem>& items, const QString& name)
     for (const FileItem& item : items)
         if (item.name == name) return &item;
     return nullptr;
+}
+
+// A window drawn centred over the main window, which is dimmed behind it.
+QImage over(QImage main, const QImage& dialog)
+{
+    QPainter p(&main);
+    p.fillRect(main.rect(), QColor(0, 0, 0, 90));
+    p.drawImage(QPoint((main.width() - dialog.width()) / 2, (main.height() - dialog.height()) / 2), dialog);
+    return main;
 }
 
 }  // namespace
@@ -176,16 +186,8 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         if (const FileItem* island = findItem(items, QStringLiteral("Island from the ferry.jpg"))) {
             window.showQuickLook(*island);
             settle(600);
-            QImage composed = shot();
             QWidget* look = window.quickLook();
-            const QImage preview = look->grab().toImage();
-            QPainter p(&composed);
-            p.fillRect(composed.rect(), QColor(0, 0, 0, 90));
-            const QPoint at = window.mapFromGlobal(look->mapToGlobal(QPoint(0, 0)));
-            const QPoint centred((composed.width() - preview.width()) / 2, (composed.height() - preview.height()) / 2);
-            p.drawImage(QRect(look->isWindow() ? centred : at, preview.size()), preview);
-            p.end();
-            save(QStringLiteral("quick-look"), theme, false, composed);
+            save(QStringLiteral("quick-look"), theme, false, over(shot(), look->grab().toImage()));
             look->close();
         }
 
@@ -230,6 +232,23 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
         }
         settle(400);
         save(QStringLiteral("duplicates"), theme, false, shot());
+
+        // The settings window, over the main window.
+        SettingsWindow* settingsWindow = window.settingsWindow();
+        settingsWindow->setPalette(desktop);
+        settingsWindow->resize(820, 600);
+        const std::pair<const char*, SettingsWindow::Tab> tabs[] = {
+            {"settings-library", SettingsWindow::Tab::library},
+            {"settings-images", SettingsWindow::Tab::images},
+            {"settings-rules", SettingsWindow::Tab::rules},
+            {"settings-quick-search", SettingsWindow::Tab::quickSearch}};
+        for (const auto& [view, tab] : tabs) {
+            settingsWindow->showTab(tab);
+            settingsWindow->show();
+            settle(400);
+            save(QString::fromLatin1(view), theme, false, over(shot(), settingsWindow->grab().toImage()));
+        }
+        settingsWindow->hide();
 
         window.showWelcomePreview(true);
         settle(300);

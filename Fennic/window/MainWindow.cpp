@@ -21,6 +21,7 @@
 #include "library/Library.h"
 #include "quicklook/QuickLookWindow.h"
 #include "search/SearchParser.h"
+#include "settings/SettingsWindow.h"
 #include "sidebar/SidebarView.h"
 #include "theme/DesktopLook.h"
 #include "theme/Icons.h"
@@ -117,6 +118,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     window.toggleInspector = [this] { setInspectorShown(!inspectorShown()); };
     window.inspectorShown = [this] { return inspectorShown(); };
     window.browserWidgets = {m_browser, m_home->results()};
+    window.showSettings = [this] { showSettings(); };
     m_actions = std::make_unique<WindowActions>(m_app, window);
     m_actions->fillMenuBar(menuBar());
 
@@ -302,6 +304,20 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_actions->setPalette(p);
     m_actions->refresh();
     update();
+}
+
+SettingsWindow* MainWindow::settingsWindow()
+{
+    if (!m_settingsWindow) m_settingsWindow = new SettingsWindow(m_app, this);
+    return m_settingsWindow;
+}
+
+void MainWindow::showSettings()
+{
+    SettingsWindow* settings = settingsWindow();
+    settings->show();
+    settings->raise();
+    settings->activateWindow();
 }
 
 void MainWindow::showWelcomePreview(bool shown)

@@ -26,6 +26,7 @@ class HomePage;
 class WelcomePage;
 class InspectorView;
 class QuickLookWindow;
+class SettingsWindow;
 class SidebarView;
 class StatusLine;
 class ThumbnailLoader;
@@ -66,6 +67,9 @@ public:
     StatusLine* statusLine() const { return m_status; }
     WindowActions& actions() const { return *m_actions; }
 
+    // The settings window (made when first asked for), and showing it (Ctrl+,).
+    SettingsWindow* settingsWindow();
+    void showSettings();
     // Shows the welcome screen whatever the library's state (for captures of it).
     void showWelcomePreview(bool shown);
     void setInspectorShown(bool shown);
@@ -98,6 +102,7 @@ private:
     DuplicatesPage* m_duplicates = nullptr;
     QStackedWidget* m_content = nullptr;
     bool m_welcomePreview = false;
+    SettingsWindow* m_settingsWindow = nullptr;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
     ToastOverlay* m_toast = nullptr;

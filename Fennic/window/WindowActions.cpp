@@ -182,6 +182,12 @@ WindowActions::WindowActions(AppModel& app, Window window, QObject* parent)
                         QKeySequence(QStringLiteral("Alt+5")),
                                      QStringLiteral("edit-clear-all"), go(SidebarItem::Kind::cleanup));
 
+    make(Id::settings,
+         QStringLiteral("&Preferences…"),
+                        QKeySequence(QStringLiteral("Ctrl+,")), QStringLiteral("preferences-system"), [this] {
+                            if (m_window.showSettings) m_window.showSettings();
+                        });
+
     // Help
     make(Id::shortcuts,
          QStringLiteral("&Keyboard Shortcuts"),
@@ -291,6 +297,8 @@ void WindowActions::fillMenuBar(QMenuBar* bar)
     for (Id id : {Id::find, Id::ask}) edit->addAction(action(id));
     edit->addSeparator();
     edit->addAction(action(Id::moveToTrash));
+    edit->addSeparator();
+    edit->addAction(action(Id::settings));
 
     QMenu* view = bar->addMenu(QStringLiteral("&View"));
     view->addAction(action(Id::asGrid));

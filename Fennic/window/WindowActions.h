@@ -57,6 +57,7 @@ public:
         goFindImages,
         goDuplicates,
         goCleanup,
+        settings,
         shortcuts,
         about,
     };
@@ -70,6 +71,7 @@ public:
         std::function<void(const FileItem&)> quickLook;  // Space
         std::function<void()> toggleInspector;
         std::function<bool()> inspectorShown;
+        std::function<void()> showSettings;  // Ctrl+,
         // Widgets where the browser-only keys (Return, Space) apply.
         QList<QWidget*> browserWidgets;
     };
