@@ -207,7 +207,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
 
         search.setSidebar(SidebarItem::page(SidebarItem::Kind::findImages));
         search.setFindMode(FindMode::everything);
-        search.setFindQuery(QStringLiteral("a white island in a blue ocean"));
+        search.setFindQuery(QStringLiteral("croissant"));
         settle(800);
         save(QStringLiteral("find-images"), theme, false, shot());
         if (const FileItem* beach = findItem(items, QStringLiteral("Beach at Playa Blanca.jpg"))) {
