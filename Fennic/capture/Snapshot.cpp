@@ -71,13 +71,27 @@ QImage over(QImage main, const QImage& dialog)
 
 QStringList views()
 {
-    return {
-        QStringLiteral("browse-grid"), QStringLiteral("browse-list"),
-                                                      QStringLiteral("inspector"),   QStringLiteral("ask-chips"),
-                                                                                                    QStringLiteral("toast"),       QStringLiteral("quick-look"),
-                                                                                                                                                  QStringLiteral("home"),        QStringLiteral("home-results"),
-                                                                                                                                                                                                QStringLiteral("find-images"), QStringLiteral("find-images-similar"),
-                                                                                                                                                                                                                                              QStringLiteral("welcome")};
+    static const char* const names[] = {"browse-grid",
+                                        "browse-list",
+                                        "inspector",
+                                        "ask-chips",
+                                        "toast",
+                                        "quick-look",
+                                        "home",
+                                        "home-results",
+                                        "find-images",
+                                        "find-images-similar",
+                                        "cleanup",
+                                        "cleanup-review",
+                                        "duplicates",
+                                        "settings-library",
+                                        "settings-images",
+                                        "settings-rules",
+                                        "settings-quick-search",
+                                        "welcome"};
+    QStringList list;
+    for (const char* name : names) list.append(QString::fromLatin1(name));
+    return list;
 }
 
 QStringList darkViews() { return {QStringLiteral("browse-grid"), QStringLiteral("home")}; }
