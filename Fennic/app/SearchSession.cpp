@@ -75,7 +75,11 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
     });
     connect(&m_library, &LibraryModel::derivedChanged, this, &SearchSession::markSearchDirty);
     connect(&m_library, &LibraryModel::itemsRemoved, this, &SearchSession::dropRemoved);
-    connect(&images, &ImageIndexer::imageRecordsChanged, this, &SearchSession::markSearchDirty);
+    // New image records change what a request finds, and look-alikes; a plain listing stays as
+    // it is, so reading pictures doesn't recompute it batch after batch.
+    connect(&images, &ImageIndexer::imageRecordsChanged, this, [this] {
+        if (!m_parsed.filters.isEmpty() || m_similarTo) markSearchDirty();
+    });
     connect(&m_organiser, &Organiser::shelfChanged, this, &SearchSession::markSearchDirty);
     for (auto changed : {&DuplicateScan::duplicateGroupsChanged, &DuplicateScan::lookalikeGroupsChanged})
         connect(&duplicates, changed, this, [this] {

@@ -16,6 +16,7 @@
 #include "ask/AskBar.h"
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
+#include "home/HomePage.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
@@ -124,12 +125,12 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", QFile::encodeName(root + "/.cache"));
     Prefs::configure();
     DesktopLook::ensureIconTheme();
-    const auto plan = bench::plan(files, seed);
-    if (!bench::isWritten(root, files, seed)) {
-        std::printf("writing a synthetic home of %d files to %s ...\n", files, qPrintable(root));
-        if (!bench::write(root, plan, files, seed)) return 1;
-    }
     {
+        const auto plan = bench::plan(files, seed);
+        if (!bench::isWritten(root, files, seed)) {
+            std::printf("writing a synthetic home of %d files to %s ...\n", files, qPrintable(root));
+            if (!bench::write(root, plan, files, seed)) return 1;
+        }
         // The benchmark's own copy of the items goes before anything is measured.
         const QList<FileItem> items =
             bench::items(Library::home(), plan, Date::fromQDateTime(QDateTime::currentDateTimeUtc()));
@@ -151,11 +152,21 @@ int main(int argc, char** argv)
     auto* grid = window.browser()->findChild<QListView*>();
     if (!grid) return 1;
     PaintCounter gridPaints(grid->viewport());
+    // The window opens on Home: the library's totals, recent files and downloads.
+    PaintCounter homePaints(window.homePage());
     window.show();
-    while (gridPaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
+    while (homePaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
     const double launchMs = launch.ms();
-    std::printf("launch with %lld cached items: model %.0f ms, first painted results at %.0f ms\n",
+    std::printf("launch with %lld cached items: model %.0f ms, Home painted at %.0f ms\n",
                 qlonglong(model.library().items().size()), modelMs, launchMs);
+    // The browser from here on: the largest kind of file.
+    FileKind largest = FileKind::document;
+    for (const FileKind kind : FileKinds::allCases)
+        if (model.library().stats().total(kind).count > model.library().stats().total(largest).count) largest = kind;
+    model.search().setSidebar(SidebarItem::ofKind(largest));
+    while (gridPaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
+    std::printf("the browser over the largest kind (%lld files) painted at %.0f ms\n",
+                qlonglong(model.library().stats().total(largest).count), launch.ms());
 
     // 2. Chips: each keystroke restyles the field and repaints it.
     AskField* field = window.askBar()->field();
