@@ -103,31 +103,7 @@ void FinderDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
 
     const QRectF card = QRectF(option.rect).adjusted(kMargin, kMargin, -kMargin, -kMargin);
-    if (playful) {
-        QColor shadow = palette.color(QPalette::Shadow);
-        const double strength = m_style.isDark() ? 0.35 : 0.10;
-        for (int i = 3; i >= 1; --i) {
-            shadow.setAlphaF(float(strength / i));
-            painter->setPen(Qt::NoPen);
-            painter->setBrush(shadow);
-            painter->drawRoundedRect(card.adjusted(-i * 0.5, 0, i * 0.5, i * 0.8), radius + i * 0.5, radius + i * 0.5);
-        }
-    }
-    painter->setPen(playful ? QPen(Qt::NoPen) : QPen(m_style.cardOutline(), 1));
-    painter->setBrush(m_style.cardBackground());
-    painter->drawRoundedRect(card.adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
-    if (selected || hovered) {
-        const double tint = selected ? (m_style.isDark() ? 0.30 : 0.18) : 0.07;
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(ThemeStyle::withOpacity(accent, tint));
-        painter->drawRoundedRect(card, radius, radius);
-    }
-    if (selected || focused) {
-        const qreal width = focused ? 2.0 : 1.0;
-        painter->setPen(QPen(ThemeStyle::withOpacity(accent, focused ? 1.0 : 0.7), width));
-        painter->setBrush(Qt::NoBrush);
-        painter->drawRoundedRect(card.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
-    }
+    m_style.paintCard(painter, card, palette, selected, focused, hovered);
 
     // The picture, and the lines holding the request's words marked on it.
     const QRectF picture = pictureRect(option.rect);

@@ -2,6 +2,8 @@
 
 #include "DesktopLook.h"
 
+#include <QPainter>
+#include <QPen>
 #include <array>
 
 namespace fennic {
@@ -106,6 +108,40 @@ QColor ThemeStyle::cardOutline() const
 QColor ThemeStyle::secondaryText() const { return m_palette.color(QPalette::PlaceholderText); }
 
 QColor ThemeStyle::errorColour() const { return QColor::fromRgba(m_dark ? 0xffff6b6b : 0xffc62828); }
+
+void ThemeStyle::paintCard(QPainter* painter, const QRectF& card, const QPalette& palette, bool selected, bool focused,
+                           bool hovered) const
+{
+    const bool playful = m_theme == Theme::playful;
+    const qreal radius = cardRadius();
+    const QColor tint = accent();
+    if (playful) {
+        // A soft shadow: a few widening, fading rounded rectangles under the card.
+        QColor shadow = palette.color(QPalette::Shadow);
+        const double strength = m_dark ? 0.35 : 0.10;
+        for (int i = 3; i >= 1; --i) {
+            shadow.setAlphaF(float(strength / i));
+            painter->setPen(Qt::NoPen);
+            painter->setBrush(shadow);
+            painter->drawRoundedRect(card.adjusted(-i * 0.5, 0, i * 0.5, i * 0.8), radius + i * 0.5, radius + i * 0.5);
+        }
+    }
+    painter->setPen(playful ? QPen(Qt::NoPen) : QPen(cardOutline(), 1));
+    painter->setBrush(cardBackground());
+    painter->drawRoundedRect(card.adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    if (selected || hovered) {
+        const double strength = selected ? (m_dark ? 0.30 : 0.18) : 0.07;
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(withOpacity(tint, strength));
+        painter->drawRoundedRect(card, radius, radius);
+    }
+    if (selected || focused) {
+        const qreal width = focused ? 2.0 : 1.0;
+        painter->setPen(QPen(withOpacity(tint, focused ? 1.0 : 0.7), width));
+        painter->setBrush(Qt::NoBrush);
+        painter->drawRoundedRect(card.adjusted(width / 2, width / 2, -width / 2, -width / 2), radius, radius);
+    }
+}
 
 QColor ThemeStyle::withOpacity(QColor colour, double opacity)
 {

@@ -6,6 +6,9 @@
 
 #include <QColor>
 #include <QPalette>
+#include <QRectF>
+
+class QPainter;
 
 namespace fennic {
 
@@ -46,6 +49,13 @@ public:
     QColor secondaryText() const;
     // Error notices.
     QColor errorColour() const;
+
+    // Paints a card's surface in `card`: the playful theme's soft shadow or the minimal theme's
+    // hairline, the hover and selection tints, and the selection's outline, stronger on the
+    // focused card so the keyboard's place shows among many selected ones. The painter should
+    // be antialiased.
+    void paintCard(QPainter* painter, const QRectF& card, const QPalette& palette, bool selected, bool focused,
+                   bool hovered) const;
 
     // `colour` with its alpha set to `opacity`.
     static QColor withOpacity(QColor colour, double opacity);
