@@ -7,6 +7,7 @@
 #include "app/Organiser.h"
 #include "model/Fmt.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QAction>
@@ -28,28 +29,6 @@ namespace fennic {
 namespace {
 
 constexpr int kMessageIconSize = 64;
-
-QLabel* plainLabel(const QString& text, QWidget* parent)
-{
-    auto* label = new QLabel(text, parent);
-    label->setTextFormat(Qt::PlainText);
-    label->setAccessibleName(text);
-    return label;
-}
-
-void setLabelText(QLabel* label, const QString& text)
-{
-    label->setText(text);
-    label->setAccessibleName(text);
-}
-
-void scaleFont(QWidget* widget, double factor, bool bold)
-{
-    QFont font = widget->font();
-    font.setPointSizeF(font.pointSizeF() * factor);
-    font.setBold(bold);
-    widget->setFont(font);
-}
 
 }  // namespace
 

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <QFont>
+#include <QLabel>
+#include <QString>
+#include <QWidget>
+
+namespace fennic {
+
+// Small pieces the pages build their text from. A label is plain text (a file name never
+// turns into markup) and is read by screen readers as what it says.
+inline QLabel* plainLabel(const QString& text, QWidget* parent)
+{
+    auto* label = new QLabel(text, parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setAccessibleName(text);
+    return label;
+}
+
+inline void setLabelText(QLabel* label, const QString& text)
+{
+    label->setText(text);
+    label->setAccessibleName(text);
+}
+
+// The widget's font scaled from the desktop's, for headings.
+inline void scaleFont(QWidget* widget, double factor, bool bold)
+{
+    QFont font = widget->font();
+    font.setPointSizeF(font.pointSizeF() * factor);
+    font.setBold(bold);
+    widget->setFont(font);
+}
+
+}  // namespace fennic
