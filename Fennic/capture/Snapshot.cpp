@@ -214,8 +214,8 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             save(QStringLiteral("home"), theme, dark, shot());
         }
         window.applyLook(desktop);
-        search.setQuery(QStringLiteral("screenshots and pdfs"));
-        settle(300);
+        search.setQuery(QStringLiteral("invoice pdfs"));
+        settle(app.environment().settleDelayMs + 200);
         save(QStringLiteral("home-results"), theme, false, shot());
         search.setQuery(QString());
 

@@ -16,7 +16,7 @@
 #include "sidebar/SidebarSections.h"
 #include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
-#include "window/EmptyStates.h"
+#include "window/SessionResults.h"
 
 #include <QApplication>
 #include <QFileDialog>
@@ -320,24 +320,7 @@ void HomePage::showPage()
 
 void HomePage::showResults()
 {
-    if (!isShowingResults()) return;
-    SearchSession& search = m_app.search();
-    const QList<FileItem> shown = search.shownItems();
-    m_results->setItems(shown);
-    m_results->setHighlight(search.highlightQuery());
-    EmptyStates::Situation situation;
-    situation.shown = shown.size();
-    situation.libraryCount = m_app.library().items().size();
-    situation.scanning = m_app.library().isScanning();
-    situation.hasFilters = !search.parsed().filters.isEmpty();
-    situation.settled = search.searchSettled();
-    situation.request = search.query();
-    situation.sidebar = search.sidebar();
-    const auto message = EmptyStates::forSituation(situation);
-    if (message)
-        m_results->setEmptyState(BrowserView::EmptyState{message->iconName, message->title, message->detail});
-    else
-        m_results->setEmptyState(std::nullopt);
+    if (isShowingResults()) SessionResults::show(*m_results, m_app);
 }
 
 // --- the overview

@@ -1,6 +1,6 @@
 #include "MainWindow.h"
 
-#include "EmptyStates.h"
+#include "SessionResults.h"
 #include "StatusLine.h"
 #include "WindowActions.h"
 #include "app/AppModel.h"
@@ -366,24 +366,7 @@ void MainWindow::scheduleResults()
 
 void MainWindow::showResults()
 {
-    SearchSession& search = m_app.search();
-    const QList<FileItem> shown = search.shownItems();
-    m_browser->setItems(shown);
-    m_browser->setHighlight(search.highlightQuery());
-
-    EmptyStates::Situation situation;
-    situation.shown = shown.size();
-    situation.libraryCount = m_app.library().items().size();
-    situation.scanning = m_app.library().isScanning();
-    situation.hasFilters = !search.parsed().filters.isEmpty();
-    situation.settled = search.searchSettled();
-    situation.request = search.query();
-    situation.sidebar = search.sidebar();
-    const auto message = EmptyStates::forSituation(situation);
-    if (message)
-        m_browser->setEmptyState(BrowserView::EmptyState{message->iconName, message->title, message->detail});
-    else
-        m_browser->setEmptyState(std::nullopt);
+    SessionResults::show(*m_browser, m_app);
     m_actions->refresh();
 }
 
