@@ -90,12 +90,15 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addVersionOption();
     parser.addOption({QStringLiteral("demo"), QStringLiteral("Open a demonstration library instead of your folders.")});
     parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
+    parser.addOption({QStringLiteral("quick-search"),
+                      QStringLiteral("Open the Quick Search panel (of the running Fennic, or start one).")});
     parser.process(app);
+    const bool quickSearch = parser.isSet(QStringLiteral("quick-search"));
 
-    // One Fennic per session: a second start raises the first window.
+    // One Fennic per session: a second start raises the first window, or opens its panel.
     fennic::SingleInstance instance;
     if (!demo) {
-        if (instance.sendToRunning("activate")) return 0;
+        if (instance.sendToRunning(quickSearch ? "quick-search" : "activate")) return 0;
         instance.listen();
     }
 
@@ -123,17 +126,22 @@ int runWindow(int argc, char** argv, bool demo)
         window.raise();
         window.activateWindow();
     };
-    QObject::connect(&instance, &fennic::SingleInstance::messageReceived, &window, raise);
+    QObject::connect(&instance, &fennic::SingleInstance::messageReceived, &window,
+                     [&window, raise](const QByteArray& message) {
+                         if (message == "quick-search")
+                             window.showQuickSearch();
+                         else
+                             raise();
+                     });
+    if (quickSearch) QTimer::singleShot(0, &window, [&window] { window.showQuickSearch(); });
 
     // Where the desktop has a tray, Fennic lives on in it when the window closes.
     std::unique_ptr<fennic::TrayItem> tray;
     if (fennic::TrayItem::available()) {
         tray = std::make_unique<fennic::TrayItem>(model);
         QObject::connect(tray.get(), &fennic::TrayItem::openRequested, &window, raise);
-        QObject::connect(tray.get(), &fennic::TrayItem::quickSearchRequested, &window, [&window, raise] {
-            raise();
-            window.actions().action(fennic::WindowActions::Id::ask)->trigger();
-        });
+        QObject::connect(tray.get(), &fennic::TrayItem::quickSearchRequested, &window,
+                         [&window] { window.showQuickSearch(); });
     }
     QApplication::setQuitOnLastWindowClosed(!tray);
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model, [&model](Qt::ApplicationState state) {

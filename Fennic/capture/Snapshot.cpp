@@ -14,6 +14,7 @@
 #include "demo/FennicDemo.h"
 #include "library/Prefs.h"
 #include "quicklook/QuickLookWindow.h"
+#include "quickpanel/QuickPanel.h"
 #include "settings/SettingsWindow.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -67,6 +68,19 @@ QImage over(QImage main, const QImage& dialog)
     return main;
 }
 
+// A panel summoned over the main window: centred, a sixth of the way down, with what it opened
+// (a preview) below it.
+QImage overTop(QImage main, const QImage& panel, const QImage& below = QImage())
+{
+    QPainter p(&main);
+    p.fillRect(main.rect(), QColor(0, 0, 0, 90));
+    const int top = main.height() / 6;
+    p.drawImage(QPoint((main.width() - panel.width()) / 2, top), panel);
+    if (!below.isNull())
+        p.drawImage(QPoint((main.width() - below.width()) / 2, top + panel.height() + 12), below);
+    return main;
+}
+
 }  // namespace
 
 QStringList views()
@@ -88,13 +102,18 @@ QStringList views()
                                         "settings-images",
                                         "settings-rules",
                                         "settings-quick-search",
+                                        "quick-search",
+                                        "quick-search-preview",
                                         "welcome"};
     QStringList list;
     for (const char* name : names) list.append(QString::fromLatin1(name));
     return list;
 }
 
-QStringList darkViews() { return {QStringLiteral("browse-grid"), QStringLiteral("home")}; }
+QStringList darkViews()
+{
+    return {QStringLiteral("browse-grid"), QStringLiteral("home"), QStringLiteral("quick-search")};
+}
 
 void prepareEnvironment(const QString& scratch)
 {
@@ -263,6 +282,32 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             save(QString::fromLatin1(view), theme, false, over(shot(), settingsWindow->grab().toImage()));
         }
         settingsWindow->hide();
+
+        // The Quick Search panel over the window, with a request typed, and then its preview.
+        QuickPanel* panel = window.quickPanel();
+        for (const bool dark : {false, true}) {
+            window.applyLook(dark ? DesktopLook::darkPalette() : desktop);
+            panel->present();
+            panel->askBar()->field()->setText(QString());
+            panel->askBar()->field()->setText(QStringLiteral("invoice"));
+            panel->model().setQuery(QStringLiteral("invoice"));
+            settle(300);
+            waitForThumbnails(thumbnails);
+            settle(100);
+            save(QStringLiteral("quick-search"), theme, dark, overTop(shot(), panel->grab().toImage()));
+        }
+        window.applyLook(desktop);
+        panel->model().move(1);
+        panel->model().setPreviewing(true);
+        if (QuickLookWindow* preview = panel->preview()) {
+            preview->resize(720, 300);
+            settle(600);
+            save(QStringLiteral("quick-search-preview"), theme, false,
+                 overTop(shot(), panel->grab().toImage(), preview->grab().toImage()));
+        }
+        panel->dismiss();
+        panel->model().setQuery(QString());
+        panel->askBar()->field()->setText(QString());
 
         window.showWelcomePreview(true);
         settle(300);

@@ -233,6 +233,13 @@ void QuickLookWindow::applyStyle()
     m_picture->setLook(style.cardRadius(), style.accent());
 }
 
+void QuickLookWindow::setPassive(bool passive)
+{
+    m_passive = passive;
+    setAttribute(Qt::WA_ShowWithoutActivating, passive);
+    setWindowFlag(Qt::WindowDoesNotAcceptFocus, passive);
+}
+
 void QuickLookWindow::showItem(const FileItem& item)
 {
     m_item = item;
@@ -256,8 +263,10 @@ void QuickLookWindow::showItem(const FileItem& item)
         show();
     }
     raise();
-    activateWindow();
-    setFocus();
+    if (!m_passive) {
+        activateWindow();
+        setFocus();
+    }
 
     const quint64 generation = m_generation;
     const QString path = item.path;

@@ -45,6 +45,9 @@ public:
     void showItem(const FileItem& item);
     const FileItem& item() const { return m_item; }
     void setThemeStyle(const ThemeStyle& style);
+    // A passive window is shown beside one that keeps the keyboard (the Quick Search panel,
+    // whose keys move through the files it shows): it is never activated and takes no focus.
+    void setPassive(bool passive);
 
     Content content() const { return m_content; }
     // The picture, page or video frame shown (null for text, details and problems).
@@ -88,7 +91,8 @@ private:
     QString m_caption;  // kind and size, or the page, beside the name
     int m_page = 0;
     int m_pageCount = 0;
-    quint64 m_generation = 0;  // results of an earlier file or page are dropped
+    quint64 m_generation = 0;
+    bool m_passive = false;  // results of an earlier file or page are dropped
 
     QLabel* m_name = nullptr;
     QLabel* m_info = nullptr;

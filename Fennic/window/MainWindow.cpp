@@ -20,6 +20,7 @@
 #include "inspector/InspectorView.h"
 #include "library/Library.h"
 #include "quicklook/QuickLookWindow.h"
+#include "quickpanel/QuickPanel.h"
 #include "search/SearchParser.h"
 #include "settings/SettingsWindow.h"
 #include "sidebar/SidebarView.h"
@@ -119,6 +120,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     window.inspectorShown = [this] { return inspectorShown(); };
     window.browserWidgets = {m_browser, m_home->results()};
     window.showSettings = [this] { showSettings(); };
+    window.showQuickSearch = [this] { showQuickSearch(); };
     m_actions = std::make_unique<WindowActions>(m_app, window);
     m_actions->fillMenuBar(menuBar());
 
@@ -297,6 +299,7 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
     m_sidebar->setThemeStyle(m_style);
     m_inspector->setThemeStyle(m_style);
     m_quickLook->setThemeStyle(m_style);
+    if (m_quickPanel) m_quickPanel->setThemeStyle(m_style);
     m_toast->setThemeStyle(m_style);
     const QPalette p = QApplication::palette();
     m_sortButton->setIcon(Icons::themed(m_app.settings().sortAscending() ? QStringLiteral("view-sort-ascending")
@@ -311,6 +314,17 @@ SettingsWindow* MainWindow::settingsWindow()
     if (!m_settingsWindow) m_settingsWindow = new SettingsWindow(m_app, this);
     return m_settingsWindow;
 }
+
+QuickPanel* MainWindow::quickPanel()
+{
+    if (!m_quickPanel) {
+        m_quickPanel = std::make_unique<QuickPanel>(m_app, m_thumbnails);
+        m_quickPanel->setThemeStyle(m_style);
+    }
+    return m_quickPanel.get();
+}
+
+void MainWindow::showQuickSearch() { quickPanel()->present(); }
 
 void MainWindow::showSettings()
 {

@@ -26,6 +26,7 @@ class HomePage;
 class WelcomePage;
 class InspectorView;
 class QuickLookWindow;
+class QuickPanel;
 class SettingsWindow;
 class SidebarView;
 class StatusLine;
@@ -76,6 +77,10 @@ public:
     bool inspectorShown() const;
     // Shows the file in the in-app preview.
     void showQuickLook(const FileItem& item);
+    // The Quick Search panel (made when first asked for), and showing it over whatever is in
+    // front, without bringing this window forward.
+    QuickPanel* quickPanel();
+    void showQuickSearch();
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -103,6 +108,8 @@ private:
     QStackedWidget* m_content = nullptr;
     bool m_welcomePreview = false;
     SettingsWindow* m_settingsWindow = nullptr;
+    // A window of its own, not a child: it shows over other applications while this one stays behind.
+    std::unique_ptr<QuickPanel> m_quickPanel;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
     ToastOverlay* m_toast = nullptr;

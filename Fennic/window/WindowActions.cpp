@@ -182,6 +182,12 @@ WindowActions::WindowActions(AppModel& app, Window window, QObject* parent)
                         QKeySequence(QStringLiteral("Alt+5")),
                                      QStringLiteral("edit-clear-all"), go(SidebarItem::Kind::cleanup));
 
+    make(Id::quickSearch,
+         QStringLiteral("&Quick Search Panel"),
+                        QKeySequence(QStringLiteral("Ctrl+Shift+Space")), QStringLiteral("system-search"), [this] {
+                            if (m_window.showQuickSearch) m_window.showQuickSearch();
+                        });
+
     make(Id::settings,
          QStringLiteral("&Preferences…"),
                         QKeySequence(QStringLiteral("Ctrl+,")), QStringLiteral("preferences-system"), [this] {
@@ -317,6 +323,8 @@ void WindowActions::fillMenuBar(QMenuBar* bar)
     QMenu* goMenu = bar->addMenu(QStringLiteral("&Go"));
     for (Id id : {Id::goHome, Id::goRecents, Id::goFindImages, Id::goDuplicates, Id::goCleanup})
         goMenu->addAction(action(id));
+    goMenu->addSeparator();
+    goMenu->addAction(action(Id::quickSearch));
 
     QMenu* organise = bar->addMenu(QStringLiteral("&Organise"));
     for (Id id : {Id::favourite, Id::tag, Id::addToCollection, Id::newCollection}) organise->addAction(action(id));

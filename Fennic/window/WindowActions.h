@@ -57,6 +57,7 @@ public:
         goFindImages,
         goDuplicates,
         goCleanup,
+        quickSearch,
         settings,
         shortcuts,
         about,
@@ -71,7 +72,8 @@ public:
         std::function<void(const FileItem&)> quickLook;  // Space
         std::function<void()> toggleInspector;
         std::function<bool()> inspectorShown;
-        std::function<void()> showSettings;  // Ctrl+,
+        std::function<void()> showSettings;     // Ctrl+,
+        std::function<void()> showQuickSearch;  // the panel
         // Widgets where the browser-only keys (Return, Space) apply.
         QList<QWidget*> browserWidgets;
     };

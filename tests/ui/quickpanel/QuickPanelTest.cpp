@@ -1,0 +1,204 @@
+// The Quick Search panel driven by its keys, offscreen: results that follow each keystroke,
+// moving, opening, previewing, the Trash from the keyboard, and closing.
+#include "quickpanel/QuickPanel.h"
+#include "app/AppModel.h"
+#include "app/LibraryModel.h"
+#include "app/Organiser.h"
+#include "ask/AskBar.h"
+#include "ask/AskField.h"
+#include "library/Prefs.h"
+#include "quicklook/QuickLookWindow.h"
+#include "support/TempTree.h"
+#include "theme/DesktopLook.h"
+#include "thumbnails/ThumbnailLoader.h"
+#include "window/MainWindow.h"
+#include "window/WindowActions.h"
+
+#include <QAction>
+#include <QFile>
+#include <QListView>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace fennic;
+using fennic::test::TempTree;
+
+namespace {
+
+class PanelFixture {
+public:
+    PanelFixture()
+    {
+        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
+            tree.mkdir(QString::fromLatin1(folder));
+        // More invoices than the panel shows.
+        for (int i = 1; i <= 15; ++i)
+            tree.write(QStringLiteral("Documents/invoice %1.pdf").arg(i, 2, 10, QLatin1Char('0')),
+                       QByteArray("%PDF-1.4\n") + QByteArray(100 * i, 'i'));
+        tree.write("Documents/holiday notes.txt", QByteArray(300, 'h'));
+        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
+        Prefs::resetForTesting();
+        Prefs::configure();
+        DesktopLook::ensureIconTheme();
+        env.settingsFile = tree.path(".fennic-support/settings.ini");
+        env.playSound = [](const QString&) {};
+        env.flashMs = 60000;
+        model = std::make_unique<AppModel>(env);
+        model->library().finishWelcome();
+        EXPECT_TRUE(model->waitForIdle());
+        panel = std::make_unique<QuickPanel>(*model, thumbnails);
+        panel->model().actions.open = [this](const QString& path) { opened.append(path); };
+        panel->model().actions.reveal = [this](const QString& path) { revealed.append(path); };
+        panel->present();
+        EXPECT_TRUE(QTest::qWaitForWindowActive(panel.get()));
+    }
+    ~PanelFixture()
+    {
+        panel.reset();
+        model.reset();
+        qunsetenv("FENNIC_LIBRARY_ROOT");
+        Prefs::resetForTesting();
+    }
+
+    AskField* field() const { return panel->askBar()->field(); }
+    int shownRows() const { return panel->resultList()->model()->rowCount(); }
+    QString selectedName() const { return panel->resultList()->currentIndex().data(Qt::DisplayRole).toString(); }
+    void key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyClick(field(), Qt::Key(key), mods); }
+
+    TempTree tree;
+    AppEnvironment env;
+    ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
+    std::unique_ptr<AppModel> model;
+    std::unique_ptr<QuickPanel> panel;
+    QStringList opened;
+    QStringList revealed;
+};
+
+}  // namespace
+
+TEST(QuickPanel, ResultsFollowEveryKeystrokeUpToADozen)
+{
+    PanelFixture f;
+    EXPECT_TRUE(f.field()->hasFocus()) << "the field takes the keyboard when the panel opens";
+    EXPECT_FALSE(f.panel->resultList()->isVisibleTo(f.panel.get())) << "no list before a request";
+
+    // No settle delay: each key's results are there as soon as the key is handled.
+    QTest::keyClicks(f.field(), "holi");
+    EXPECT_EQ(f.shownRows(), 1);
+    EXPECT_EQ(f.selectedName(), "holiday notes.txt");
+    for (int i = 0; i < 4; ++i) f.key(Qt::Key_Backspace);
+    QTest::keyClicks(f.field(), "invoice");
+    EXPECT_EQ(f.shownRows(), QuickSearchModel::kMaxResults) << "fifteen invoices, a dozen shown";
+    EXPECT_TRUE(f.panel->resultList()->isVisibleTo(f.panel.get()));
+    EXPECT_EQ(f.field()->tokens().size(), 0) << "a plain word is not a chip";
+
+    QTest::keyClicks(f.field(), " pdfs");
+    EXPECT_EQ(f.field()->tokens().size(), 1) << "the panel's field draws chips like the window's";
+
+    f.field()->setText(QString());
+    QTest::keyClicks(f.field(), "zebra");
+    EXPECT_EQ(f.shownRows(), 0);
+    EXPECT_EQ(f.panel->emptyText(), "No files match “zebra”.");
+    EXPECT_LT(f.panel->height(), 400) << "the panel shrinks to what it shows";
+}
+
+TEST(QuickPanel, ArrowsMoveWithinTheListAndReturnOpensAndCloses)
+{
+    PanelFixture f;
+    QTest::keyClicks(f.field(), "invoice");
+    ASSERT_EQ(f.shownRows(), 12);
+    const QString first = f.selectedName();
+    f.key(Qt::Key_Up);
+    EXPECT_EQ(f.selectedName(), first) << "up on the first row stays there";
+    f.key(Qt::Key_Down);
+    f.key(Qt::Key_Down);
+    const QString third = f.selectedName();
+    EXPECT_NE(third, first);
+    for (int i = 0; i < 20; ++i) f.key(Qt::Key_Down);
+    EXPECT_EQ(f.panel->resultList()->currentIndex().row(), 11) << "down on the last row stays there";
+    EXPECT_TRUE(f.field()->hasFocus()) << "the field keeps the keyboard while moving";
+
+    f.key(Qt::Key_R, Qt::ControlModifier);
+    ASSERT_EQ(f.revealed.size(), 1);
+    EXPECT_TRUE(f.revealed.first().endsWith(f.selectedName()));
+
+    f.key(Qt::Key_Return);
+    ASSERT_EQ(f.opened.size(), 1);
+    EXPECT_TRUE(f.opened.first().endsWith(f.selectedName()));
+    EXPECT_FALSE(f.panel->isVisible()) << "opening a file closes the panel";
+
+    // Shown again, the last request is selected so typing replaces it.
+    f.panel->present();
+    EXPECT_TRUE(f.field()->textCursor().hasSelection());
+    QTest::keyClicks(f.field(), "holiday");
+    EXPECT_EQ(f.field()->text(), "holiday");
+}
+
+TEST(QuickPanel, SpacePreviewsAndEscClosesThePreviewBeforeThePanel)
+{
+    PanelFixture f;
+    QTest::keyClicks(f.field(), "invoice");
+    f.key(Qt::Key_Space);
+    EXPECT_EQ(f.field()->text(), "invoice ") << "before moving into the list, Space is typed";
+    f.key(Qt::Key_Down);
+    f.key(Qt::Key_Space);
+    ASSERT_NE(f.panel->preview(), nullptr);
+    EXPECT_TRUE(f.panel->preview()->isVisible());
+    EXPECT_EQ(f.panel->preview()->item().name, f.selectedName());
+    EXPECT_TRUE(f.panel->isVisible()) << "the preview opens beside the panel, which keeps the keyboard";
+
+    // The preview follows the selection.
+    f.key(Qt::Key_Down);
+    EXPECT_EQ(f.panel->preview()->item().name, f.selectedName());
+
+    f.key(Qt::Key_Escape);
+    EXPECT_FALSE(f.panel->preview()->isVisible());
+    EXPECT_TRUE(f.panel->isVisible()) << "the first Esc closes only the preview";
+    f.key(Qt::Key_Escape);
+    EXPECT_FALSE(f.panel->isVisible());
+}
+
+TEST(QuickPanel, CtrlBackspaceDeletesAWordWhileTypingAndTrashesOnceInTheList)
+{
+    PanelFixture f;
+    QTest::keyClicks(f.field(), "holiday notes");
+    ASSERT_EQ(f.shownRows(), 1);
+    f.key(Qt::Key_Backspace, Qt::ControlModifier);
+    EXPECT_EQ(f.field()->text(), "holiday ") << "Ctrl+Backspace in the request is the text field's";
+    EXPECT_TRUE(QFile::exists(f.tree.path("Documents/holiday notes.txt")));
+
+    f.key(Qt::Key_T, Qt::ControlModifier);
+    EXPECT_EQ(f.panel->flashText(), "No text in this one");
+
+    f.key(Qt::Key_Down);
+    f.key(Qt::Key_Backspace, Qt::ControlModifier);
+    EXPECT_FALSE(QFile::exists(f.tree.path("Documents/holiday notes.txt"))) << "moved to the Trash";
+    EXPECT_EQ(f.panel->flashText(), "Moved to the Trash — Ctrl+Z in Fennic puts it back");
+    EXPECT_EQ(f.shownRows(), 0) << "the list is asked again";
+    EXPECT_TRUE(f.model->organiser().canUndoTrash()) << "Undo in the window puts it back";
+}
+
+TEST(QuickPanel, ClosesWhenAnotherWindowTakesTheFocus)
+{
+    PanelFixture f;
+    QWidget other;
+    other.show();
+    other.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&other));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !f.panel->isVisible(); }, 1000));
+}
+
+TEST(QuickPanel, TheWindowsMenuEntryOpensThePanelWithoutRaisingTheWindow)
+{
+    PanelFixture f;
+    f.panel->dismiss();
+    MainWindow window(*f.model, f.thumbnails);
+    QAction* entry = window.actions().action(WindowActions::Id::quickSearch);
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->shortcut().toString(), "Ctrl+Shift+Space");
+    entry->trigger();
+    QuickPanel* panel = window.quickPanel();
+    EXPECT_TRUE(panel->isVisible());
+    EXPECT_FALSE(window.isVisible());
+    EXPECT_EQ(panel->accessibleName(), "Quick Search");
+}
