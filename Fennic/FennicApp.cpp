@@ -74,6 +74,13 @@ int runCapture(int argc, char** argv, const QString& dir)
 
 int runWindow(int argc, char** argv, bool demo)
 {
+    // One Fennic per session: a second start raises the first window, or opens its panel. Handed
+    // over before any toolkit starts, so that a key bound to `fennic --quick-search` is quick.
+    const bool quickSearch = hasArgument(argc, argv, "--quick-search");
+    if (!demo && !hasArgument(argc, argv, "--help") && !hasArgument(argc, argv, "--version")
+        && fennic::SingleInstance().sendToRunning(quickSearch ? "quick-search" : "activate"))
+        return 0;
+
     // The demonstration lives in a temporary folder with its own Trash and thumbnails.
     std::unique_ptr<QTemporaryDir> scratch;
     if (demo) {
@@ -93,14 +100,9 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addOption({QStringLiteral("quick-search"),
                       QStringLiteral("Open the Quick Search panel (of the running Fennic, or start one).")});
     parser.process(app);
-    const bool quickSearch = parser.isSet(QStringLiteral("quick-search"));
 
-    // One Fennic per session: a second start raises the first window, or opens its panel.
     fennic::SingleInstance instance;
-    if (!demo) {
-        if (instance.sendToRunning(quickSearch ? "quick-search" : "activate")) return 0;
-        instance.listen();
-    }
+    if (!demo) instance.listen();
 
     fennic::DesktopLook::ensureIconTheme();
     fennic::Prefs::configure();

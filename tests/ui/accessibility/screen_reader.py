@@ -1,69 +1,23 @@
 #!/usr/bin/python3
 """Drives Fennic's window as a screen reader does, through the accessibility bus.
 
-Run by run-screen-reader under a private session bus and a real X server (Xvfb): starts
+Run by run-on-desktop under a private session bus and a real X server (Xvfb): starts
 `fennic --demo`, finds the window on the bus, checks that every control has a name, types
 a request with real key presses and reads the result names back.
 """
-import os
 import subprocess
 import sys
-import tempfile
 import time
 
 import pyatspi
 
+from desktop import fail, find_application, named, private_environment, walk
+
 FENNIC = sys.argv[1]
 
 
-def fail(message):
-    print("FAIL: " + message)
-    sys.exit(1)
-
-
-def walk(node, depth=0):
-    if node is None or depth > 40:
-        return
-    yield node
-    for i in range(node.childCount):
-        try:
-            child = node.getChildAtIndex(i)
-        except Exception:
-            continue
-        yield from walk(child, depth + 1)
-
-
-def find_application(name, timeout):
-    deadline = time.time() + timeout
-    while time.time() < deadline:
-        desktop = pyatspi.Registry.getDesktop(0)
-        for i in range(desktop.childCount):
-            app = desktop.getChildAtIndex(i)
-            if app is not None and app.name == name:
-                return app
-        time.sleep(0.5)
-    return None
-
-
-def named(app, name, roles=None):
-    for node in walk(app):
-        if node.name == name and (roles is None or node.getRole() in roles):
-            return node
-    return None
-
-
 def main():
-    scratch = tempfile.mkdtemp(prefix="fennic-a11y-")
-    env = dict(os.environ)
-    env.update({
-        "HOME": scratch,
-        "XDG_CONFIG_HOME": scratch + "/config",
-        "XDG_DATA_HOME": scratch + "/data",
-        "XDG_CACHE_HOME": scratch + "/cache",
-        "QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1",
-        "QT_ACCESSIBILITY": "1",
-    })
-    env.pop("QT_QPA_PLATFORM", None)
+    _, env = private_environment("fennic-a11y-")
     app_process = subprocess.Popen([FENNIC, "--demo"], env=env)
     try:
         app = find_application("Fennic", 90)
