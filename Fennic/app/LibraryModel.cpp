@@ -42,9 +42,9 @@ const QStringList& LibraryModel::extraRoots() const { return m_settings.extraRoo
 
 void LibraryModel::trackDepartures(std::function<DepartureCheck()> tracker) { m_trackers.append(std::move(tracker)); }
 
-const SearchIndex& LibraryModel::searchIndex()
+std::shared_ptr<const SearchIndex> LibraryModel::sharedSearchIndex()
 {
-    if (!m_searchIndex.isFor(m_items)) m_searchIndex = SearchIndex(m_items);
+    if (!m_searchIndex || !m_searchIndex->isFor(m_items)) m_searchIndex = std::make_shared<const SearchIndex>(m_items);
     return m_searchIndex;
 }
 
@@ -275,7 +275,7 @@ LibraryModel::Derived LibraryModel::derive(const QList<FileItem>& items) const
     d.lately = Lately::groups(items, now, m_env.calendar(), Lately::kDefaultDays);
     d.suggestions = CleanupKinds::suggestions(items, now, Library::downloads());
     // Folded names and paths are prepared once per list, not per keystroke.
-    d.searchIndex = SearchIndex(items);
+    d.searchIndex = std::make_shared<const SearchIndex>(items);
     return d;
 }
 

@@ -12,6 +12,7 @@
 #include <QSet>
 #include <QStringList>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace fennic {
@@ -63,9 +64,14 @@ public:
 
     // The search text prepared for the current items: the one derived in the background, or,
     // when that has not caught up with the items yet, one prepared here and now.
-    const SearchIndex& searchIndex();
+    const SearchIndex& searchIndex() { return *sharedSearchIndex(); }
+    // The same, to be kept by work on another thread while the library moves on.
+    std::shared_ptr<const SearchIndex> sharedSearchIndex();
     // The search text derived in the background when it fits the current items, else none.
-    const SearchIndex* preparedSearchIndex() const { return m_searchIndex.isFor(m_items) ? &m_searchIndex : nullptr; }
+    const SearchIndex* preparedSearchIndex() const
+    {
+        return m_searchIndex && m_searchIndex->isFor(m_items) ? m_searchIndex.get() : nullptr;
+    }
 
     // The launch step: a first run without a cache shows the welcome screen and does not
     // scan; otherwise the library is scanned.
@@ -145,7 +151,7 @@ private:
         LibraryStats stats;
         QList<Lately::Group> lately;
         QList<CleanupKinds::Suggestion> suggestions;
-        SearchIndex searchIndex;
+        std::shared_ptr<const SearchIndex> searchIndex;
     };
     // Changes made to the item list while a scan runs.
     struct ScanJournal {
@@ -173,7 +179,7 @@ private:
     LibraryStats m_stats;
     QList<Lately::Group> m_lately;
     QList<CleanupKinds::Suggestion> m_suggestions;
-    SearchIndex m_searchIndex;
+    std::shared_ptr<const SearchIndex> m_searchIndex;
     bool m_isScanning = false;
     ScanJournal m_scanJournal;
     int m_scannedCount = 0;

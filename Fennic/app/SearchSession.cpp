@@ -8,6 +8,7 @@
 #include "LibraryModel.h"
 #include "Organiser.h"
 #include "RawNames.h"
+#include "VisibleList.h"
 #include "Toast.h"
 #include "context/SearchSources.h"
 #include "images/VisualSearch.h"
@@ -15,24 +16,13 @@
 #include "search/SearchIndex.h"
 #include "search/SearchParser.h"
 
+#include <QCoreApplication>
+#include <QPointer>
+#include <QThreadPool>
 #include <algorithm>
 
 namespace fennic {
 namespace {
-
-// The files of several lists, each path once, in order of first appearance.
-QList<FileItem> eachOnce(const QList<QList<FileItem>>& lists)
-{
-    QSet<QString> seen;
-    QList<FileItem> out;
-    for (const QList<FileItem>& list : lists)
-        for (const FileItem& f : list)
-            if (!seen.contains(f.path)) {
-                seen.insert(f.path);
-                out.append(f);
-            }
-    return out;
-}
 
 bool inFolder(const QString& path, const QString& folder) { return path == folder || path.startsWith(folder + u'/'); }
 
@@ -58,6 +48,10 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
       m_duplicates(duplicates),
       m_toast(toast)
 {
+    // Lists are worked out on a thread of their own: the shared pool may be busy reading
+    // pictures for minutes, and a person waiting for results must not queue behind that.
+    m_pool.setMaxThreadCount(1);
+    m_pool.setObjectName(QStringLiteral("fennic-lists"));
     m_settleTimer.setSingleShot(true);
     m_settleTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_settleTimer, &QTimer::timeout, this, [this] {
@@ -97,7 +91,11 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
     });
 }
 
-SearchSession::~SearchSession() = default;
+SearchSession::~SearchSession()
+{
+    cancelPreparation();
+    m_pool.waitForDone();
+}
 
 const QList<SavedSearch>& SearchSession::savedSearches() const { return m_settings.savedSearches(); }
 
@@ -129,6 +127,8 @@ void SearchSession::setQuery(const QString& text)
 void SearchSession::markSearchDirty()
 {
     m_visibleDirty = true;
+    ++m_listGeneration;
+    cancelPreparation();
     Q_EMIT shownItemsChanged();
 }
 
@@ -140,136 +140,75 @@ std::unique_ptr<SearchContext> SearchSession::searchContext() const
         SearchSources::of(m_images.imageRecords(), m_images.ocrText(), m_organiser.shelf()));
 }
 
+VisibleList::Inputs SearchSession::listInputs(const SidebarItem& entry, bool withIndex) const
+{
+    VisibleList::Inputs in;
+    in.items = m_library.items();
+    if (withIndex) in.index = m_library.sharedSearchIndex();
+    in.lately = m_library.lately();
+    in.suggestions = m_library.suggestions();
+    in.duplicates = m_duplicates.duplicateGroups();
+    in.lookalikes = m_duplicates.lookalikeGroups();
+    in.shelf = m_organiser.shelf();
+    in.savedSearches = m_settings.savedSearches();
+    in.records = m_images.imageRecords();
+    in.lookups = SearchSources::of(m_images.imageRecords(), m_images.ocrText(), m_organiser.shelf());
+    in.now = m_env.now();
+    in.calendar = m_env.calendar();
+    in.home = Library::home();
+    in.sidebar = entry;
+    in.filters = m_parsed.filters;
+    in.sortKey = m_settings.sortKey();
+    in.ascending = m_settings.sortAscending();
+    in.similarTo = m_similarTo;
+    return in;
+}
+
 QList<FileItem> SearchSession::baseItems(const SidebarItem& entry) const
 {
-    using K = SidebarItem::Kind;
-    auto where = [this](auto&& keep) {
-        QList<FileItem> out;
-        for (const FileItem& item : m_library.items())
-            if (keep(item)) out.append(item);
-        return out;
-    };
-    switch (entry.kind) {
-    case K::home: return m_library.items();
-    case K::recents: {
-        QList<FileItem> out;
-        for (const Lately::Group& group : m_library.lately()) out.append(group.files);
-        return out;
-    }
-    case K::findImages: return where([](const FileItem& i) { return i.kind == FileKind::image; });
-    case K::duplicates: {
-        // A photo can be both an exact copy and a look-alike: listed once.
-        QList<QList<FileItem>> lists;
-        for (const auto* groups : {&m_duplicates.duplicateGroups(), &m_duplicates.lookalikeGroups()})
-            for (const DuplicateGroup& g : *groups) lists.append(g.files);
-        return eachOnce(lists);
-    }
-    case K::cleanup: {
-        QList<QList<FileItem>> lists;
-        for (const auto& suggestion : m_library.suggestions()) lists.append(suggestion.files);
-        return eachOnce(lists);
-    }
-    case K::cleanupCard:
-        for (const auto& suggestion : m_library.suggestions())
-            if (suggestion.kind == entry.cleanup) return suggestion.files;
-        return {};
-    case K::kind: return where([&](const FileItem& i) { return i.kind == entry.fileKind; });
-    case K::folder:
-    case K::pinnedFolder: {
-        const QString prefix = entry.path.endsWith(u'/') ? entry.path : entry.path + u'/';
-        return where([&](const FileItem& i) { return i.path.startsWith(prefix); });
-    }
-    case K::collection: {
-        const auto collection = m_organiser.shelf().collection(entry.id);
-        if (!collection) return {};
-        const QSet<QString> paths(collection->paths.begin(), collection->paths.end());
-        return where([&](const FileItem& i) { return paths.contains(i.path); });
-    }
-    case K::tag: {
-        const QSet<QString> paths = m_organiser.shelf().pathsTagged(entry.name);
-        return where([&](const FileItem& i) { return paths.contains(i.path); });
-    }
-    case K::savedSearch: {
-        const auto it = std::find_if(m_settings.savedSearches().begin(), m_settings.savedSearches().end(),
-                                     [&](const SavedSearch& s) { return s.id == entry.id; });
-        if (it == m_settings.savedSearches().end()) return {};
-        const ParsedQuery saved = SearchParser::parse(it->query, m_env.now(), m_env.calendar(), Library::home());
-        auto context = searchContext();
-        const SearchIndex* index = m_library.preparedSearchIndex();
-        return index ? index->filtered(saved.filters, *context)
-                     : where([&](const FileItem& i) { return SearchParser::matches(i, saved.filters, *context); });
-    }
-    case K::favourites: return where([this](const FileItem& i) { return m_organiser.shelf().isFavourite(i.path); });
-    case K::largeFiles: return where([](const FileItem& i) { return i.size > LibraryStats::largeFileSize; });
-    case K::screenshots: return where([](const FileItem& i) { return i.isScreenshot; });
-    case K::downloadedFrom:
-        // Without a source: everything downloaded from anywhere.
-        if (entry.name.isEmpty()) return where([](const FileItem& i) { return i.sourceKey.has_value(); });
-        return where([&](const FileItem& i) { return i.sourceKey == entry.name; });
-    }
-    return {};
+    return VisibleList::base(listInputs(entry, false));
 }
 
 const QList<FileItem>& SearchSession::visibleItems()
 {
     if (!m_visibleDirty) return m_visibleItems;
+    // Asked for now: worked out here, and whatever was being prepared is no longer needed.
+    cancelPreparation();
     m_visibleDirty = false;
-    const SearchIndex& index = m_library.searchIndex();
-    const QList<FileItem>& items = m_library.items();
-
-    const QList<SearchFilter>& filters = m_parsed.filters;
-    const SortKey key = m_settings.sortKey();
-    if (m_sidebar.kind == SidebarItem::Kind::findImages && m_similarTo) {
-        // "More like this": the picture itself, then its look-alikes, nearest first.
-        QHash<QString, qsizetype> position;
-        for (qsizetype i = 0; i < items.size(); ++i) position.insert(items.at(i).path, i);
-        m_visibleItems.clear();
-        if (auto it = position.constFind(*m_similarTo); it != position.constEnd()) m_visibleItems.append(items.at(*it));
-        for (const auto& [path, distance] : VisualSearch::similar(*m_similarTo, m_images.imageRecords()))
-            if (auto it = position.constFind(path); it != position.constEnd()) m_visibleItems.append(items.at(*it));
-        return m_visibleItems;
-    }
-    if (filters.isEmpty()) {
-        m_visibleItems = SortKeys::sort(key, baseItems(m_sidebar), m_settings.sortAscending());
-        return m_visibleItems;
-    }
-
-    auto context = searchContext();
-    const SearchFilter::Looks* looks = nullptr;
-    for (const SearchFilter& f : filters)
-        if ((looks = f.as<SearchFilter::Looks>())) break;
-
-    if (m_sidebar.isGeneral() && !looks) {
-        // The whole library through the prepared index, ordered without copying items twice.
-        std::vector<qsizetype> positions = index.filter(filters, *context);
-        SortKeys::sortPositions(key, items, positions, m_settings.sortAscending());
-        m_visibleItems.clear();
-        m_visibleItems.reserve(qsizetype(positions.size()));
-        // at(), not [], which would detach the list from the search index that shares it.
-        for (qsizetype p : positions) m_visibleItems.append(items.at(p));
-        return m_visibleItems;
-    }
-
-    QList<FileItem> kept;
-    if (m_sidebar.isGeneral()) {
-        kept = index.filtered(filters, *context);
-    } else {
-        for (const FileItem& item : baseItems(m_sidebar))
-            if (SearchParser::matches(item, filters, *context)) kept.append(item);
-    }
-    if (!looks) {
-        m_visibleItems = SortKeys::sort(key, kept, m_settings.sortAscending());
-        return m_visibleItems;
-    }
-    // A described picture: best fit first, whatever the sort setting.
-    std::vector<std::pair<float, qsizetype>> scored;
-    scored.reserve(size_t(kept.size()));
-    for (qsizetype i = 0; i < kept.size(); ++i)
-        scored.emplace_back(context->visualScore(looks->description, kept[i].path).value_or(0.0f), i);
-    std::stable_sort(scored.begin(), scored.end(), [](const auto& a, const auto& b) { return a.first > b.first; });
-    m_visibleItems.clear();
-    for (const auto& [score, i] : scored) m_visibleItems.append(kept[i]);
+    m_visibleItems = VisibleList::compute(listInputs(m_sidebar, true));
     return m_visibleItems;
+}
+
+void SearchSession::prepareVisibleItems()
+{
+    if (!m_visibleDirty || m_preparing) return;
+    auto cancel = std::make_shared<std::atomic<bool>>(false);
+    m_preparing = cancel;
+    const quint64 generation = m_listGeneration;
+    QPointer<SearchSession> self(this);
+    m_pool.start([self, cancel, generation, in = listInputs(m_sidebar, true)] {
+        QList<FileItem> list = VisibleList::compute(in, cancel.get());
+        if (cancel->load()) return;
+        // Through the application object: only the GUI thread can tell whether the session
+        // is still there.
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, cancel, generation, list = std::move(list)]() mutable {
+                if (!self || cancel->load() || generation != self->m_listGeneration) return;
+                self->m_preparing.reset();
+                self->m_visibleItems = std::move(list);
+                self->m_visibleDirty = false;
+                Q_EMIT self->shownItemsChanged();
+            },
+            Qt::QueuedConnection);
+    });
+}
+
+void SearchSession::cancelPreparation()
+{
+    if (!m_preparing) return;
+    m_preparing->store(true);
+    m_preparing.reset();
 }
 
 QList<FileItem> SearchSession::matching(const QList<SearchFilter>& filters, qsizetype limit)

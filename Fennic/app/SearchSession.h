@@ -2,6 +2,7 @@
 
 #include "AppEnvironment.h"
 #include "SidebarItem.h"
+#include "VisibleList.h"
 #include "model/FileItem.h"
 #include "search/ParsedQuery.h"
 #include "search/SavedSearch.h"
@@ -11,7 +12,9 @@
 #include <QList>
 #include <QObject>
 #include <QStringList>
+#include <QThreadPool>
 #include <QTimer>
+#include <atomic>
 #include <memory>
 #include <optional>
 
@@ -67,6 +70,12 @@ public:
     // picture fits the description when the request describes one, otherwise by the sort
     // settings. Computed when asked for after a change.
     const QList<FileItem>& visibleItems();
+    // Whether visibleItems() is worked out for the current request and entry. When it is not,
+    // prepareVisibleItems() works it out on the pool and emits shownItemsChanged when it is
+    // (unless something changed meanwhile, which starts over); the window asks this way, so
+    // that a request over a large library never holds up its thread.
+    bool isVisibleReady() const { return !m_visibleDirty; }
+    void prepareVisibleItems();
     // visibleItems held steady while typing: an empty result shows only once the request has
     // settled; until then the last non-empty result stays.
     QList<FileItem> shownItems();
@@ -111,6 +120,8 @@ Q_SIGNALS:
 
 private:
     void markSearchDirty();
+    void cancelPreparation();
+    VisibleList::Inputs listInputs(const SidebarItem& entry, bool withIndex) const;
     void dropRemoved(const QSet<QString>& paths);
 
     const AppEnvironment m_env;
@@ -133,6 +144,9 @@ private:
     std::optional<QString> m_similarTo;
     bool m_visibleDirty = true;
     QList<FileItem> m_visibleItems;
+    quint64 m_listGeneration = 0;
+    std::shared_ptr<std::atomic<bool>> m_preparing;  // set while a list is worked out on the pool
+    QThreadPool m_pool;
 };
 
 }  // namespace fennic

@@ -11,6 +11,12 @@ namespace fennic::SessionResults {
 void show(BrowserView& view, AppModel& app)
 {
     SearchSession& search = app.search();
+    // A list not worked out yet is worked out on the pool; the view keeps what it shows until
+    // it arrives (with another call here).
+    if (!search.isVisibleReady()) {
+        search.prepareVisibleItems();
+        return;
+    }
     const QList<FileItem> shown = search.shownItems();
     view.setItems(shown);
     view.setHighlight(search.highlightQuery());

@@ -3,6 +3,7 @@
 
 #include "library/LibraryCache.h"
 
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -168,4 +169,35 @@ TEST_F(SearchRequests, AnEntryThatGoesAwayGivesWayToHome)
     m->library().removeFolder(f.tree.path("Elsewhere"));
     EXPECT_EQ(m->search().sidebar(), SidebarItem::home());
     ASSERT_TRUE(m->waitForIdle());
+}
+
+TEST_F(SearchRequests, AListPreparedOnThePoolLandsOnlyForTheRequestStillAsked)
+{
+    SearchSession& s = m->search();
+    s.setQuery("pdfs");
+    ASSERT_FALSE(s.isVisibleReady());
+    s.prepareVisibleItems();
+    // Changed while the first list is worked out: that list must never land.
+    s.setQuery("from gmail");
+    s.prepareVisibleItems();
+    QSignalSpy shown(&s, &SearchSession::shownItemsChanged);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return s.isVisibleReady(); }, 5000));
+    EXPECT_GE(shown.count(), 1) << "the window hears that the list is ready";
+    EXPECT_EQ(names(s.visibleItems()), QStringList{"invoice.pdf"});
+    QTest::qWait(50);
+    EXPECT_EQ(names(s.visibleItems()), QStringList{"invoice.pdf"}) << "no stale list arrives later";
+
+    // The same list as worked out on the spot, for a sidebar entry with its own files.
+    s.setSidebar(SidebarItem::folder(f.tree.path("Documents/Work")));
+    s.setQuery("pdf");
+    s.prepareVisibleItems();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return s.isVisibleReady(); }, 5000));
+    EXPECT_EQ(names(s.visibleItems()), (QStringList{"plan 2.pdf", "plan 10.pdf"}));
+
+    // Asked for at once while one is being prepared: worked out here, and the pool's is dropped.
+    s.setQuery("plan 10");
+    s.prepareVisibleItems();
+    EXPECT_EQ(names(s.visibleItems()), QStringList{"plan 10.pdf"});
+    QTest::qWait(50);
+    EXPECT_EQ(names(s.visibleItems()), QStringList{"plan 10.pdf"});
 }
