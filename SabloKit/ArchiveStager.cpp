@@ -83,7 +83,8 @@ std::optional<QString> expand(const QString& zipPath, const QString& folder)
     archive_write_disk_set_options(writer.get(),
                                    ARCHIVE_EXTRACT_TIME | ARCHIVE_EXTRACT_PERM | ARCHIVE_EXTRACT_SECURE_SYMLINKS
                                        | ARCHIVE_EXTRACT_SECURE_NODOTDOT);
-    if (archive_read_open_filename(reader.get(), QFile::encodeName(zipPath).constData(), 64 * 1024) != ARCHIVE_OK)
+    if (archive_read_open_filename(reader.get(), QFile::encodeName(zipPath).constData(), std::size_t{64} * 1024)
+        != ARCHIVE_OK)
         return kUnreadable;
     const QByteArray root = QFile::encodeName(folder) + '/';
     for (;;) {

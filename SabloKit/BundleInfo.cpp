@@ -45,7 +45,7 @@ std::optional<BundleInfo> BundleInfo::read(const QString& folder)
 {
     QFile file(QDir(folder).filePath(QLatin1String(kFileName)));
     // The file is a few hundred bytes; anything large is not ours.
-    constexpr qint64 kLargest = 64 * 1024;
+    constexpr qint64 kLargest = qint64{64} * 1024;
     if (!file.open(QIODevice::ReadOnly) || file.size() > kLargest) return std::nullopt;
     return decode(file.readAll());
 }

@@ -250,7 +250,7 @@ void Updater::stageInBackground(const QByteArray& archive, const UpdateFeed& fee
             if (!invalid.isEmpty()) return {{}, invalid};
             return staged;
         };
-        const StagedUpdate result = work();
+        StagedUpdate result = work();
         // Pool threads may outlive the application's use of OpenSSL; free this thread's state now.
         OPENSSL_thread_stop();
         return result;
