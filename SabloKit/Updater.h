@@ -49,6 +49,7 @@ class Updater : public QObject {
     Q_PROPERTY(QString message READ message NOTIFY phaseChanged)
     Q_PROPERTY(QString offeredVersion READ offeredVersion NOTIFY phaseChanged)
     Q_PROPERTY(QString notes READ notes NOTIFY phaseChanged)
+    Q_PROPERTY(QString releasePage READ releasePage NOTIFY phaseChanged)
     Q_PROPERTY(QString installedVersion READ installedVersion CONSTANT)
     Q_PROPERTY(QDateTime lastChecked READ lastChecked NOTIFY lastCheckedChanged)
     Q_PROPERTY(bool automaticallyDownloads READ automaticallyDownloads WRITE setAutomaticallyDownloads NOTIFY
@@ -87,6 +88,7 @@ public:
     std::optional<UpdateFeed> feed() const { return m_feed; }  // the last version offered
     QString offeredVersion() const { return m_feed ? m_feed->version : QString(); }
     QString notes() const { return m_feed ? m_feed->notes : QString(); }
+    QString releasePage() const { return m_feed ? m_feed->url : QString(); }  // the feed's "url"
     QString installedVersion() const { return m_info.shortVersion; }
     QDateTime lastChecked() const { return m_lastChecked; }  // invalid when never checked
     bool automaticallyDownloads() const;
