@@ -16,7 +16,7 @@ using test::RawEntry;
 
 namespace {
 
-const BundleInfo kInfo{"io.fennic.Fennic", "2.10", "http://127.0.0.1/feed.json", "key"};
+const BundleInfo kInfo{"io.github.fennic.Fennic", "2.10", "http://127.0.0.1/feed.json", "key"};
 const QString kNoApp = QStringLiteral("The update didn’t contain an app.");
 const QString kUnsafe =
     QStringLiteral("The update contained a file that would land outside its folder, so it wasn’t installed.");

@@ -15,8 +15,8 @@ using namespace fennic;
 
 namespace {
 
-const BundleInfo kOld{"io.fennic.Fennic", "2.9", "http://127.0.0.1/feed.json", "key"};
-const BundleInfo kNew{"io.fennic.Fennic", "2.10", "http://127.0.0.1/feed.json", "key"};
+const BundleInfo kOld{"io.github.fennic.Fennic", "2.9", "http://127.0.0.1/feed.json", "key"};
+const BundleInfo kNew{"io.github.fennic.Fennic", "2.10", "http://127.0.0.1/feed.json", "key"};
 
 // The identifier of a process that has ended, so that the script does not wait.
 qint64 endedProcess()

@@ -18,7 +18,7 @@ using test::RawEntry;
 
 namespace {
 
-const QString kIdentifier = QStringLiteral("io.fennic.Fennic");
+const QString kIdentifier = QStringLiteral("io.github.fennic.Fennic");
 const QString kCheckFailed =
     QStringLiteral("Couldn’t check for updates. Check your internet connection and try again.");
 
