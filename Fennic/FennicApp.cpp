@@ -7,6 +7,8 @@
 #include "demo/FennicDemo.h"
 #include "desktop/SingleInstance.h"
 #include "library/Prefs.h"
+#include "model/SupportFiles.h"
+#include "SabloKit/Updater.h"
 #include "selftest/SelfTest.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -121,6 +123,18 @@ int runWindow(int argc, char** argv, bool demo)
     fennic::MainWindow window(model, thumbnails);
     if (demo) window.setWindowTitle(QStringLiteral("Fennic — Demonstration"));
     window.show();
+
+    // A copy installed in the user's own folder keeps itself current; the demonstration leaves
+    // it alone.
+    std::unique_ptr<fennic::Updater> updater;
+    if (!demo) {
+        fennic::UpdaterEnvironment updates;
+        if (fennic::SupportFiles::fixtureRoot())
+            updates.settingsFile = fennic::SupportFiles::current().file(QStringLiteral("settings.ini"));
+        updater = std::make_unique<fennic::Updater>(updates);
+        window.setUpdater(updater.get());
+        updater->start();
+    }
 
     const auto raise = [&window] {
         window.setWindowState((window.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);

@@ -5,6 +5,7 @@
 #include "LibrarySettings.h"
 #include "QuickSearchSettings.h"
 #include "RulesSettings.h"
+#include "UpdateSettings.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "theme/Icons.h"
@@ -20,24 +21,6 @@
 
 namespace fennic {
 
-namespace {
-
-// The section that keeps the place of updates: the package manager keeps Fennic current.
-class UpdatesSettings : public SettingsSection {
-public:
-    explicit UpdatesSettings(QWidget* parent) : SettingsSection(QStringLiteral("Updates"), parent)
-    {
-        QVBoxLayout* group = addGroup(QString());
-        auto* row = new QLabel(QStringLiteral("Updates are managed by your package manager."), this);
-        row->setWordWrap(true);
-        row->setAccessibleName(row->text());
-        group->addWidget(row);
-        finish();
-    }
-};
-
-}  // namespace
-
 SettingsWindow::SettingsWindow(AppModel& app, QWidget* parent)
     : QDialog(parent),
       m_app(app),
@@ -47,7 +30,8 @@ SettingsWindow::SettingsWindow(AppModel& app, QWidget* parent)
       m_images(new ImageSettings(app, this)),
       m_rules(new RulesSettings(app, this)),
       m_quickSearch(new QuickSearchSettings(app, this)),
-      m_appearance(new AppearanceSettings(app, this))
+      m_appearance(new AppearanceSettings(app, this)),
+      m_updates(new UpdateSettings(this))
 {
     setWindowTitle(QStringLiteral("Fennic Settings"));
     setAccessibleName(QStringLiteral("Settings"));
@@ -72,7 +56,7 @@ SettingsWindow::SettingsWindow(AppModel& app, QWidget* parent)
     addSection(QStringLiteral("Automatic Rules"), QStringLiteral("edit-clear-all"), m_rules);
     addSection(QStringLiteral("Quick Search"), QStringLiteral("system-search"), m_quickSearch);
     addSection(QStringLiteral("Appearance"), QStringLiteral("preferences-desktop-theme"), m_appearance);
-    addSection(QStringLiteral("Updates"), QStringLiteral("system-software-update"), new UpdatesSettings(this));
+    addSection(QStringLiteral("Updates"), QStringLiteral("system-software-update"), m_updates);
 
     connect(m_sections, &QListWidget::currentRowChanged, m_pages, &QStackedWidget::setCurrentIndex);
     connect(&m_app.settings(), &AppSettings::themeChanged, this, &SettingsWindow::applyLook);

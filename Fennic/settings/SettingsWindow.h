@@ -13,6 +13,7 @@ class ImageSettings;
 class LibrarySettings;
 class QuickSearchSettings;
 class RulesSettings;
+class UpdateSettings;
 
 // Fennic's settings: a list of sections beside the section shown. Every control applies at
 // once and follows the settings as they change elsewhere, so there is nothing to confirm; the
@@ -41,6 +42,7 @@ public:
     RulesSettings* rulesSection() const { return m_rules; }
     QuickSearchSettings* quickSearchSection() const { return m_quickSearch; }
     AppearanceSettings* appearanceSection() const { return m_appearance; }
+    UpdateSettings* updateSection() const { return m_updates; }
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -57,6 +59,7 @@ private:
     RulesSettings* m_rules;
     QuickSearchSettings* m_quickSearch;
     AppearanceSettings* m_appearance;
+    UpdateSettings* m_updates;
     QStringList m_icons;  // one icon name per section, re-tinted when the palette changes
 };
 

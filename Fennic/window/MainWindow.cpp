@@ -21,6 +21,9 @@
 #include "library/Library.h"
 #include "quicklook/QuickLookWindow.h"
 #include "quickpanel/QuickPanel.h"
+#include "SabloKit/Updater.h"
+#include "settings/UpdateSettings.h"
+#include "update/UpdateWindow.h"
 #include "search/SearchParser.h"
 #include "settings/SettingsWindow.h"
 #include "sidebar/SidebarView.h"
@@ -121,6 +124,10 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     window.browserWidgets = {m_browser, m_home->results()};
     window.showSettings = [this] { showSettings(); };
     window.showQuickSearch = [this] { showQuickSearch(); };
+    window.checkForUpdates = [this] {
+        showUpdateWindow();
+        if (m_updater && m_updater->isEnabled()) m_updater->checkNow();
+    };
     m_actions = std::make_unique<WindowActions>(m_app, window);
     m_actions->fillMenuBar(menuBar());
 
@@ -311,7 +318,12 @@ void MainWindow::applyLook(std::optional<QPalette> palette)
 
 SettingsWindow* MainWindow::settingsWindow()
 {
-    if (!m_settingsWindow) m_settingsWindow = new SettingsWindow(m_app, this);
+    if (!m_settingsWindow) {
+        m_settingsWindow = new SettingsWindow(m_app, this);
+        m_settingsWindow->updateSection()->setUpdater(m_updater);
+        connect(m_settingsWindow->updateSection(), &UpdateSettings::showUpdateRequested, this,
+                &MainWindow::showUpdateWindow);
+    }
     return m_settingsWindow;
 }
 
@@ -325,6 +337,29 @@ QuickPanel* MainWindow::quickPanel()
 }
 
 void MainWindow::showQuickSearch() { quickPanel()->present(); }
+
+void MainWindow::setUpdater(Updater* updater)
+{
+    m_updater = updater;
+    if (m_settingsWindow) m_settingsWindow->updateSection()->setUpdater(updater);
+    if (updater) connect(updater, &Updater::updateAnnounced, this, &MainWindow::showUpdateWindow);
+}
+
+void MainWindow::showUpdateWindow()
+{
+    if (!m_updateWindow) {
+        if (!m_updater) {
+            // Nothing keeps this copy current itself: Settings says where updates come from.
+            settingsWindow()->showTab(SettingsWindow::Tab::updates);
+            showSettings();
+            return;
+        }
+        m_updateWindow = new UpdateWindow(*m_updater, this);
+    }
+    m_updateWindow->show();
+    m_updateWindow->raise();
+    m_updateWindow->activateWindow();
+}
 
 void MainWindow::showSettings()
 {

@@ -27,6 +27,8 @@ class WelcomePage;
 class InspectorView;
 class QuickLookWindow;
 class QuickPanel;
+class UpdateWindow;
+class Updater;
 class SettingsWindow;
 class SidebarView;
 class StatusLine;
@@ -81,6 +83,11 @@ public:
     // front, without bringing this window forward.
     QuickPanel* quickPanel();
     void showQuickSearch();
+    // The self-updater, when this copy has one (not owned); its window, made when first shown,
+    // and Settings' Updates section follow it.
+    void setUpdater(Updater* updater);
+    UpdateWindow* updateWindow() const { return m_updateWindow; }
+    void showUpdateWindow();
 
 protected:
     void changeEvent(QEvent* event) override;
@@ -110,6 +117,8 @@ private:
     SettingsWindow* m_settingsWindow = nullptr;
     // A window of its own, not a child: it shows over other applications while this one stays behind.
     std::unique_ptr<QuickPanel> m_quickPanel;
+    Updater* m_updater = nullptr;
+    UpdateWindow* m_updateWindow = nullptr;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
     ToastOverlay* m_toast = nullptr;

@@ -200,6 +200,11 @@ WindowActions::WindowActions(AppModel& app, Window window, QObject* parent)
                         QKeySequence(QStringLiteral("Ctrl+?")),
                                      QStringLiteral("preferences-desktop-keyboard-shortcuts"),
                                                     [this] { showShortcuts(); });
+    make(Id::checkForUpdates,
+         QStringLiteral("Check for &Updates…"),
+                        QKeySequence(), QStringLiteral("system-software-update"), [this] {
+                            if (m_window.checkForUpdates) m_window.checkForUpdates();
+                        });
     make(Id::about,
          QStringLiteral("&About Fennic"),
                         QKeySequence(QStringLiteral("Shift+F1")),
@@ -333,6 +338,8 @@ void WindowActions::fillMenuBar(QMenuBar* bar)
 
     QMenu* help = bar->addMenu(QStringLiteral("&Help"));
     help->addAction(action(Id::shortcuts));
+    help->addAction(action(Id::checkForUpdates));
+    help->addSeparator();
     help->addAction(action(Id::about));
 }
 

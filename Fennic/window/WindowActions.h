@@ -60,6 +60,7 @@ public:
         quickSearch,
         settings,
         shortcuts,
+        checkForUpdates,
         about,
     };
 
@@ -74,6 +75,7 @@ public:
         std::function<bool()> inspectorShown;
         std::function<void()> showSettings;     // Ctrl+,
         std::function<void()> showQuickSearch;  // the panel
+        std::function<void()> checkForUpdates;  // the Software Update window
         // Widgets where the browser-only keys (Return, Space) apply.
         QList<QWidget*> browserWidgets;
     };
