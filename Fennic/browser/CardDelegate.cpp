@@ -11,6 +11,7 @@
 #include <QTextLayout>
 #include <algorithm>
 #include <cmath>
+#include <memory>
 
 namespace fennic {
 
@@ -34,33 +35,6 @@ QPixmap scaledPicture(const QImage& image, QSize size)
     return pixmap;
 }
 
-// Draws one line of a name centred on `centreX` with its baseline found from `top`, the
-// marked ranges behind a rounded tint.
-void drawLine(QPainter* painter, const QString& text, const QFont& font, const QList<NameHighlight::Range>& marks,
-              qreal centreX, qreal top, const QColor& textColour, const QColor& mark)
-{
-    QTextLayout layout(text, font);
-    layout.beginLayout();
-    QTextLine line = layout.createLine();
-    if (!line.isValid()) {
-        layout.endLayout();
-        return;
-    }
-    line.setLineWidth(1e6);
-    layout.endLayout();
-    const qreal left = centreX - line.naturalTextWidth() / 2;
-    for (const auto& range : marks) {
-        const qreal x1 = line.cursorToX(int(range.start));
-        const qreal x2 = line.cursorToX(int(range.start + range.length));
-        const QRectF box(left + std::min(x1, x2) - 1.5, top, std::abs(x2 - x1) + 3, line.height());
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(mark);
-        painter->drawRoundedRect(box, 3, 3);
-    }
-    painter->setPen(textColour);
-    layout.draw(painter, QPointF(left, top));
-}
-
 }  // namespace
 
 CardDelegate::CardDelegate(QObject* parent)
@@ -76,7 +50,12 @@ void CardDelegate::setCardSize(double size)
     m_cardSize = std::clamp(size, AppSettings::kMinCardSize, AppSettings::kMaxCardSize);
 }
 
-void CardDelegate::setHighlight(const QStringList& words) { m_words = words; }
+void CardDelegate::setHighlight(const QStringList& words)
+{
+    if (words == m_words) return;
+    m_words = words;
+    m_names.clear();  // the marks belong to the words
+}
 
 void CardDelegate::setDetail(SortKey key) { m_detail = key; }
 
@@ -119,6 +98,45 @@ QStringList CardDelegate::nameLines(const QString& name, const QFont& font, int 
     if (!third.isValid()) return {firstText, name.mid(second.textStart(), second.textLength())};
     const QString rest = name.mid(second.textStart());
     return {firstText, QFontMetrics(font).elidedText(rest, Qt::ElideMiddle, width)};
+}
+
+const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const QFont& font, int width) const
+{
+    const QString key = name + u'\n' + QString::number(width) + u'\n' + font.key();
+    if (const LaidName* laid = m_names.object(key)) return *laid;
+
+    auto laid = std::make_unique<LaidName>();
+    const QStringList lines = nameLines(name, font, width);
+    const QList<NameHighlight::Range> marks = NameHighlight::ranges(lines.join(QString()), m_words);
+    qsizetype offset = 0;
+    for (const QString& text : lines) {
+        QTextLayout layout(text, font);
+        layout.beginLayout();
+        QTextLine line = layout.createLine();
+        if (line.isValid()) line.setLineWidth(1e6);
+        layout.endLayout();
+        QList<QRectF> boxes;
+        if (line.isValid())
+            for (const auto& range : marks) {
+                const qsizetype start = std::max(range.start, offset);
+                const qsizetype end = std::min(range.start + range.length, offset + text.size());
+                if (start >= end) continue;
+                const qreal x1 = line.cursorToX(int(start - offset));
+                const qreal x2 = line.cursorToX(int(end - offset));
+                boxes.append(QRectF(std::min(x1, x2) - 1.5, 0, std::abs(x2 - x1) + 3, line.height()));
+            }
+        QStaticText staticText(text);
+        staticText.setTextFormat(Qt::PlainText);
+        staticText.setPerformanceHint(QStaticText::AggressiveCaching);
+        staticText.prepare(QTransform(), font);
+        laid->lines.append(staticText);
+        laid->widths.append(line.isValid() ? line.naturalTextWidth() : 0);
+        laid->marks.append(boxes);
+        offset += text.size();
+    }
+    const LaidName* kept = laid.get();
+    m_names.insert(key, laid.release());
+    return *kept;
 }
 
 void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
@@ -176,23 +194,19 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     const int textWidth = int(card.width()) - 2 * kPadding;
     const QFontMetricsF nameMetrics(option.font);
     qreal top = picture.bottom() + kTextGap;
-    const QStringList lines = nameLines(item.displayName(), option.font, textWidth);
-    const QList<NameHighlight::Range> marks = NameHighlight::ranges(lines.join(QString()), m_words);
+    const LaidName& name = laidName(item.displayName(), option.font, textWidth);
     const QColor markColour = ThemeStyle::withOpacity(accent, m_style.isDark() ? 0.45 : 0.28);
-    qsizetype offset = 0;
-    for (const QString& line : lines) {
-        QList<NameHighlight::Range> lineMarks;
-        for (const auto& range : marks) {
-            const qsizetype start = std::max(range.start, offset);
-            const qsizetype end = std::min(range.start + range.length, offset + line.size());
-            if (start < end) lineMarks.append({start - offset, end - start});
-        }
-        drawLine(painter, line, option.font, lineMarks, card.center().x(), top, palette.color(QPalette::Text),
-                 markColour);
+    painter->setFont(option.font);
+    for (qsizetype i = 0; i < name.lines.size(); ++i) {
+        const QPointF topLeft(card.center().x() - name.widths[i] / 2, top);
+        painter->setPen(Qt::NoPen);
+        painter->setBrush(markColour);
+        for (const QRectF& box : name.marks[i]) painter->drawRoundedRect(box.translated(topLeft), 3, 3);
+        painter->setPen(palette.color(QPalette::Text));
+        painter->drawStaticText(topLeft, name.lines[i]);
         top += nameMetrics.lineSpacing();
-        offset += line.size();
     }
-    if (lines.size() < 2) top += nameMetrics.lineSpacing();
+    if (name.lines.size() < 2) top += nameMetrics.lineSpacing();
 
     QString detail;
     switch (m_detail) {

@@ -3,6 +3,8 @@
 #include "search/SortKey.h"
 #include "theme/ThemeStyle.h"
 
+#include <QCache>
+#include <QStaticText>
 #include <QStringList>
 #include <QStyledItemDelegate>
 
@@ -41,12 +43,22 @@ public:
     static QStringList nameLines(const QString& name, const QFont& font, int width);
 
 private:
+    // A card's name laid out once: its lines ready to draw and the boxes of its marked words,
+    // relative to each line's top left. Scrolling repaints the same cards again and again, and
+    // laying out text is most of what painting a card costs.
+    struct LaidName {
+        QList<QStaticText> lines;
+        QList<qreal> widths;
+        QList<QList<QRectF>> marks;
+    };
+    const LaidName& laidName(const QString& name, const QFont& font, int width) const;
     QFont detailFont(const QFont& base) const;
 
     ThemeStyle m_style;
     double m_cardSize;
     QStringList m_words;
     SortKey m_detail = SortKey::name;
+    mutable QCache<QString, LaidName> m_names{4000};
 };
 
 }  // namespace fennic

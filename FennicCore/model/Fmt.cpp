@@ -25,6 +25,24 @@ icu::Locale icuLocale()
 
 UDate toUDate(Date d) { return d.toUnix() * 1000.0; }
 
+// ICU's formatters are costly to make (locale data is loaded, patterns are compiled) and not
+// safe to share between threads, while a list of dates formats thousands of them: each thread
+// keeps its own, made again only when the locale changes.
+struct Formatters {
+    QString locale;
+    std::unique_ptr<icu::DateFormat> dateTime;
+    std::unique_ptr<icu::SimpleDateFormat> day;
+    std::unique_ptr<icu::RelativeDateTimeFormatter> relative;
+};
+
+Formatters& formatters()
+{
+    thread_local Formatters f;
+    const QString name = QLocale().name();
+    if (f.locale != name) f = Formatters{name, nullptr, nullptr, nullptr};
+    return f;
+}
+
 // Trims "5.0" to "5" and "1.20" to "1.2", the way the file-size style shows fractions.
 QString trimmedDecimal(double value, int decimals)
 {
@@ -94,36 +112,47 @@ QString relative(Date date, Date now)
     }
 
     UErrorCode status = U_ZERO_ERROR;
-    icu::RelativeDateTimeFormatter formatter(icuLocale(), nullptr, UDAT_STYLE_SHORT, UDISPCTX_CAPITALIZATION_NONE,
-                                             status);
+    Formatters& f = formatters();
+    if (!f.relative) {
+        auto made = std::make_unique<icu::RelativeDateTimeFormatter>(icuLocale(), nullptr, UDAT_STYLE_SHORT,
+                                                                     UDISPCTX_CAPITALIZATION_NONE, status);
+        if (U_SUCCESS(status)) f.relative = std::move(made);
+    }
     icu::UnicodeString out;
-    if (U_SUCCESS(status)) formatter.formatNumeric(diff < 0 ? -amount : amount, unit, out, status);
-    if (U_FAILURE(status)) return QLocale().toString(date.toQDateTime(), QLocale::ShortFormat);
+    if (f.relative) f.relative->formatNumeric(diff < 0 ? -amount : amount, unit, out, status);
+    if (!f.relative || U_FAILURE(status)) return QLocale().toString(date.toQDateTime(), QLocale::ShortFormat);
     return fromIcu(out);
 }
 
 QString date(Date date)
 {
-    std::unique_ptr<icu::DateFormat> formatter(
-        icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, icuLocale()));
-    if (!formatter) return QLocale().toString(date.toQDateTime(), QLocale::ShortFormat);
+    Formatters& f = formatters();
+    if (!f.dateTime)
+        f.dateTime.reset(
+            icu::DateFormat::createDateTimeInstance(icu::DateFormat::kMedium, icu::DateFormat::kShort, icuLocale()));
+    if (!f.dateTime) return QLocale().toString(date.toQDateTime(), QLocale::ShortFormat);
     icu::UnicodeString out;
-    formatter->format(toUDate(date), out);
+    f.dateTime->format(toUDate(date), out);
     return fromIcu(out);
 }
 
 QString day(Date date)
 {
-    UErrorCode status = U_ZERO_ERROR;
-    const icu::Locale locale = icuLocale();
-    std::unique_ptr<icu::DateTimePatternGenerator> generator(
-        icu::DateTimePatternGenerator::createInstance(locale, status));
-    if (U_FAILURE(status)) return QLocale().toString(date.toQDateTime().date(), QStringLiteral("dddd d MMMM"));
-    const icu::UnicodeString pattern = generator->getBestPattern(icu::UnicodeString("EEEEdMMMM"), status);
-    icu::SimpleDateFormat formatter(pattern, locale, status);
-    if (U_FAILURE(status)) return QLocale().toString(date.toQDateTime().date(), QStringLiteral("dddd d MMMM"));
+    Formatters& f = formatters();
+    if (!f.day) {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::Locale locale = icuLocale();
+        std::unique_ptr<icu::DateTimePatternGenerator> generator(
+            icu::DateTimePatternGenerator::createInstance(locale, status));
+        if (U_SUCCESS(status)) {
+            const icu::UnicodeString pattern = generator->getBestPattern(icu::UnicodeString("EEEEdMMMM"), status);
+            auto made = std::make_unique<icu::SimpleDateFormat>(pattern, locale, status);
+            if (U_SUCCESS(status)) f.day = std::move(made);
+        }
+    }
+    if (!f.day) return QLocale().toString(date.toQDateTime().date(), QStringLiteral("dddd d MMMM"));
     icu::UnicodeString out;
-    formatter.format(toUDate(date), out);
+    f.day->format(toUDate(date), out);
     return fromIcu(out);
 }
 
