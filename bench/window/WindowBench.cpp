@@ -87,6 +87,45 @@ private:
     qint64 m_longest = 0;
 };
 
+// An application that times every event it delivers and remembers the slowest, so that a
+// stall can be traced to what caused it.
+class TimedApplication : public QApplication {
+public:
+    using QApplication::QApplication;
+
+    bool notify(QObject* receiver, QEvent* event) override
+    {
+        if (++m_depth > 1) {
+            const bool handled = QApplication::notify(receiver, event);
+            --m_depth;
+            return handled;
+        }
+        QElapsedTimer clock;
+        clock.start();
+        const char* name = receiver->metaObject()->className();
+        const int type = int(event->type());
+        const bool handled = QApplication::notify(receiver, event);
+        const double ms = double(clock.nsecsElapsed()) / 1e6;
+        if (ms > m_slowestMs) {
+            m_slowestMs = ms;
+            m_slowest = QStringLiteral("%1 (event %2)").arg(QString::fromLatin1(name)).arg(type);
+        }
+        --m_depth;
+        return handled;
+    }
+    void resetSlowest()
+    {
+        m_slowestMs = 0;
+        m_slowest.clear();
+    }
+    QString slowest() const { return QStringLiteral("%1 ms in %2").arg(m_slowestMs, 0, 'f', 1).arg(m_slowest); }
+
+private:
+    int m_depth = 0;
+    double m_slowestMs = 0;
+    QString m_slowest;
+};
+
 double residentMb()
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -107,7 +146,7 @@ void pump(int ms)
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
+    TimedApplication app(argc, argv);
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const QStringList args = app.arguments();
     if (args.size() < 2) {
@@ -255,6 +294,7 @@ int main(int argc, char** argv)
     // 5. Scan, image reading and thumbnailing together, scrolling meanwhile.
     StallMeter meter;
     meter.start();
+    app.resetSlowest();
     const bench::Stopwatch busy;
     model.library().scan();
     QTimer scroller;
@@ -266,6 +306,8 @@ int main(int argc, char** argv)
     while (model.library().isScanning() && busy.seconds() < 120)
         QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     const double scanStall = meter.longestMs();
+    const QString scanSlowest = app.slowest();
+    app.resetSlowest();
     const bench::Stopwatch reading;
     while (reading.seconds() < seconds) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
     scroller.stop();
@@ -274,6 +316,7 @@ int main(int argc, char** argv)
                 "thumbnailing for %d s more: longest stall %.1f ms\n",
                 qlonglong(model.library().items().size()), scanStall, model.images().ocrProgress().first, seconds,
                 meter.longestMs());
+    std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest), qPrintable(app.slowest()));
 
     // 6. Memory with the thumbnail cache filled by scrolling through the library.
     for (int page = 0; page < 400; ++page) {
