@@ -9,6 +9,9 @@ set(CPACK_PACKAGE_HOMEPAGE_URL ${FENNIC_HOMEPAGE_URL})
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_GENERATOR DEB)
+# The description quotes a request; without this its quotes would end the string in CPack's
+# own configuration file.
+set(CPACK_VERBATIM_VARIABLES ON)
 
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
