@@ -20,6 +20,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QGuiApplication>
+#include <QIcon>
 #include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
@@ -48,7 +49,7 @@ void describeApplication()
     QCoreApplication::setApplicationName(QStringLiteral("Fennic"));
     QCoreApplication::setApplicationVersion(QStringLiteral(FENNIC_VERSION));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Fennic"));
-    QGuiApplication::setDesktopFileName(QStringLiteral("fennic"));
+    QGuiApplication::setDesktopFileName(QStringLiteral(FENNIC_APP_ID));
 }
 
 int runSelfTest(int argc, char** argv)
@@ -107,6 +108,9 @@ int runWindow(int argc, char** argv, bool demo)
     if (!demo) instance.listen();
 
     fennic::DesktopLook::ensureIconTheme();
+    // The theme's icon where the icon is installed, else the one built into the executable.
+    QApplication::setWindowIcon(
+        QIcon::fromTheme(QStringLiteral(FENNIC_APP_ID), QIcon(QStringLiteral(":/icons/" FENNIC_APP_ID ".svg"))));
     fennic::Prefs::configure();
     fennic::AppEnvironment env;
     std::optional<fennic::FennicDemo::Library> library;

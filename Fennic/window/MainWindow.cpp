@@ -59,7 +59,8 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     setWindowTitle(QStringLiteral("Fennic"));
     setObjectName(QStringLiteral("MainWindow"));
     setAccessibleName(QStringLiteral("Fennic"));
-    setWindowIcon(QIcon::fromTheme(QStringLiteral("fennic"), QIcon::fromTheme(QStringLiteral("system-search"))));
+    // No icon of its own: the window shows the application's (set at start-up from the installed
+    // icon, or the one built into the executable).
 
     SearchSession& search = m_app.search();
     AppSettings& settings = m_app.settings();
