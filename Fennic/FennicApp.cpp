@@ -125,7 +125,7 @@ int runWindow(int argc, char** argv, bool demo)
                                        ? fennic::ThumbnailCache(scratch->path() + QStringLiteral("/cache/thumbnails"))
                                        : fennic::ThumbnailCache());
     fennic::MainWindow window(model, thumbnails);
-    if (demo) window.setWindowTitle(QStringLiteral("Fennic — Demonstration"));
+    if (demo) window.setWindowTitle(QStringLiteral("Demonstration — Fennic"));
     window.show();
 
     // A copy installed in the user's own folder keeps itself current; the demonstration leaves

@@ -26,7 +26,7 @@ def main():
         frame = None
         deadline = time.time() + 30
         while frame is None and time.time() < deadline:
-            frame = next((n for n in walk(app) if n.getRole() == pyatspi.ROLE_FRAME and n.name.startswith("Fennic")),
+            frame = next((n for n in walk(app) if n.getRole() == pyatspi.ROLE_FRAME and n.name.endswith("Fennic")),
                          None)
             time.sleep(0.3)
         if frame is None:
