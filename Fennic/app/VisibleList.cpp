@@ -27,26 +27,65 @@ QList<FileItem> eachOnce(const QList<QList<FileItem>>& lists)
 
 bool cancelled(const std::atomic<bool>* cancel) { return cancel && cancel->load(std::memory_order_relaxed); }
 
+// For the entries made of the library's files that pass a test of their own: the test.
+// Empty for entries that are lists of their own (recents, duplicates, clean-up, saved searches).
+std::function<bool(const FileItem&)> memberTest(const Inputs& in)
+{
+    using K = SidebarItem::Kind;
+    const SidebarItem& entry = in.sidebar;
+    switch (entry.kind) {
+    case K::home: return [](const FileItem&) { return true; };
+    case K::findImages: return [](const FileItem& i) { return i.kind == FileKind::image; };
+    case K::kind: return [kind = entry.fileKind](const FileItem& i) { return i.kind == kind; };
+    case K::folder:
+    case K::pinnedFolder: {
+        const QString prefix = entry.path.endsWith(u'/') ? entry.path : entry.path + u'/';
+        return [prefix](const FileItem& i) { return i.path.startsWith(prefix); };
+    }
+    case K::collection: {
+        const auto collection = in.shelf.collection(entry.id);
+        if (!collection) return [](const FileItem&) { return false; };
+        return [paths = QSet<QString>(collection->paths.begin(), collection->paths.end())](const FileItem& i) {
+            return paths.contains(i.path);
+        };
+    }
+    case K::tag:
+        return [paths = in.shelf.pathsTagged(entry.name)](const FileItem& i) { return paths.contains(i.path); };
+    case K::favourites: return [shelf = in.shelf](const FileItem& i) { return shelf.isFavourite(i.path); };
+    case K::largeFiles: return [](const FileItem& i) { return i.size > LibraryStats::largeFileSize; };
+    case K::screenshots: return [](const FileItem& i) { return i.isScreenshot; };
+    case K::downloadedFrom:
+        // Without a source: everything downloaded from anywhere.
+        if (entry.name.isEmpty()) return [](const FileItem& i) { return i.sourceKey.has_value(); };
+        return [source = entry.name](const FileItem& i) { return i.sourceKey == source; };
+    case K::recents:
+    case K::duplicates:
+    case K::cleanup:
+    case K::cleanupCard:
+    case K::savedSearch: return {};
+    }
+    return {};
+}
+
 }  // namespace
 
 QList<FileItem> base(const Inputs& in)
 {
     using K = SidebarItem::Kind;
     const SidebarItem& entry = in.sidebar;
-    auto where = [&in](auto&& keep) {
+    if (entry.kind == K::home) return in.items;
+    if (const auto member = memberTest(in)) {
         QList<FileItem> out;
         for (const FileItem& item : in.items)
-            if (keep(item)) out.append(item);
+            if (member(item)) out.append(item);
         return out;
-    };
+    }
     switch (entry.kind) {
-    case K::home: return in.items;
     case K::recents: {
         QList<FileItem> out;
         for (const Lately::Group& group : in.lately) out.append(group.files);
         return out;
     }
-    case K::findImages: return where([](const FileItem& i) { return i.kind == FileKind::image; });
     case K::duplicates: {
         // A photo can be both an exact copy and a look-alike: listed once.
         QList<QList<FileItem>> lists;
@@ -63,22 +102,6 @@ QList<FileItem> base(const Inputs& in)
         for (const auto& suggestion : in.suggestions)
             if (suggestion.kind == entry.cleanup) return suggestion.files;
         return {};
-    case K::kind: return where([&](const FileItem& i) { return i.kind == entry.fileKind; });
-    case K::folder:
-    case K::pinnedFolder: {
-        const QString prefix = entry.path.endsWith(u'/') ? entry.path : entry.path + u'/';
-        return where([&](const FileItem& i) { return i.path.startsWith(prefix); });
-    }
-    case K::collection: {
-        const auto collection = in.shelf.collection(entry.id);
-        if (!collection) return {};
-        const QSet<QString> paths(collection->paths.begin(), collection->paths.end());
-        return where([&](const FileItem& i) { return paths.contains(i.path); });
-    }
-    case K::tag: {
-        const QSet<QString> paths = in.shelf.pathsTagged(entry.name);
-        return where([&](const FileItem& i) { return paths.contains(i.path); });
-    }
     case K::savedSearch: {
         const auto it = std::find_if(in.savedSearches.begin(), in.savedSearches.end(),
                                      [&](const SavedSearch& s) { return s.id == entry.id; });
@@ -86,17 +109,13 @@ QList<FileItem> base(const Inputs& in)
         const ParsedQuery saved = SearchParser::parse(it->query, in.now, in.calendar, in.home);
         SearchContext context(in.lookups);
         if (in.index && in.index->isFor(in.items)) return in.index->filtered(saved.filters, context);
-        return where([&](const FileItem& i) { return SearchParser::matches(i, saved.filters, context); });
+        QList<FileItem> out;
+        for (const FileItem& item : in.items)
+            if (SearchParser::matches(item, saved.filters, context)) out.append(item);
+        return out;
     }
-    case K::favourites: return where([&in](const FileItem& i) { return in.shelf.isFavourite(i.path); });
-    case K::largeFiles: return where([](const FileItem& i) { return i.size > LibraryStats::largeFileSize; });
-    case K::screenshots: return where([](const FileItem& i) { return i.isScreenshot; });
-    case K::downloadedFrom:
-        // Without a source: everything downloaded from anywhere.
-        if (entry.name.isEmpty()) return where([](const FileItem& i) { return i.sourceKey.has_value(); });
-        return where([&](const FileItem& i) { return i.sourceKey == entry.name; });
+    default: return {};
     }
-    return {};
 }
 
 QList<FileItem> compute(const Inputs& in, const std::atomic<bool>* cancel)
@@ -120,10 +139,15 @@ QList<FileItem> compute(const Inputs& in, const std::atomic<bool>* cancel)
         if ((looks = f.as<SearchFilter::Looks>())) break;
     const bool indexed = in.index && in.index->isFor(items);
 
-    if (in.sidebar.isGeneral() && !looks && indexed) {
-        // The whole library through the prepared index, ordered without copying items twice.
+    // The whole library for a general entry, otherwise the entry's own files when a test tells
+    // them apart: through the prepared index, which folds nothing per request, and ordered
+    // without copying items twice.
+    const auto member = in.sidebar.isGeneral() ? std::function<bool(const FileItem&)>() : memberTest(in);
+    if (!looks && indexed && (in.sidebar.isGeneral() || member)) {
         std::vector<qsizetype> positions = in.index->filter(in.filters, context, cancel);
         if (cancelled(cancel)) return out;
+        if (member)
+            std::erase_if(positions, [&](qsizetype p) { return !member(items.at(p)); });
         SortKeys::sortPositions(in.sortKey, items, positions, in.ascending);
         out.reserve(qsizetype(positions.size()));
         for (qsizetype p : positions) out.append(items.at(p));
