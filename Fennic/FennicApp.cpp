@@ -3,11 +3,16 @@
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/ImageIndexer.h"
+#include "app/SearchSession.h"
 #include "capture/Snapshot.h"
 #include "demo/FennicDemo.h"
+#include "desktopsearch/DesktopSearch.h"
 #include "desktop/SingleInstance.h"
 #include "library/Prefs.h"
+#include "quick/HotKey.h"
 #include "selftest/SelfTest.h"
+#include "settings/QuickSearchSettings.h"
+#include "settings/SettingsWindow.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "tray/TrayItem.h"
@@ -90,6 +95,8 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addVersionOption();
     parser.addOption({QStringLiteral("demo"), QStringLiteral("Open a demonstration library instead of your folders.")});
     parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
+    parser.addOption({QStringLiteral("search-provider"),
+                      QStringLiteral("Start without the window, to answer the desktop's search.")});
     parser.process(app);
 
     // One Fennic per session: a second start raises the first window.
@@ -115,7 +122,7 @@ int runWindow(int argc, char** argv, bool demo)
                                        : fennic::ThumbnailCache());
     fennic::MainWindow window(model, thumbnails);
     if (demo) window.setWindowTitle(QStringLiteral("Fennic — Demonstration"));
-    window.show();
+    if (!parser.isSet(QStringLiteral("search-provider"))) window.show();
 
     const auto raise = [&window] {
         window.setWindowState((window.windowState() & ~Qt::WindowMinimized) | Qt::WindowActive);
@@ -136,6 +143,21 @@ int runWindow(int argc, char** argv, bool demo)
         });
     }
     QApplication::setQuitOnLastWindowClosed(!tray);
+
+    // The global Quick Search shortcut, kept in step with the settings, and Fennic's files in
+    // the desktop's own search (not for the demonstration, whose files are not the user's).
+    fennic::HotKey hotKey;
+    const auto openQuickSearch = [raise] { raise(); };  // until the Quick Search panel takes over
+    hotKey.action = openQuickSearch;
+    hotKey.follow(model.settings());
+    window.settingsWindow()->quickSearchSection()->setHotKey(&hotKey);
+    fennic::DesktopSearch desktopSearch(model);
+    if (!demo && desktopSearch.publish())
+        QObject::connect(&desktopSearch, &fennic::DesktopSearch::launchSearch, &window,
+                         [&model, raise](const QString& request) {
+                             raise();
+                             model.search().setQuery(request);
+                         });
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model, [&model](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive) model.applicationBecameActive();
     });
