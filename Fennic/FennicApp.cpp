@@ -6,8 +6,8 @@
 #include "app/SearchSession.h"
 #include "capture/Snapshot.h"
 #include "demo/FennicDemo.h"
-#include "desktopsearch/DesktopSearch.h"
 #include "desktop/SingleInstance.h"
+#include "desktopsearch/DesktopSearch.h"
 #include "library/Prefs.h"
 #include "quick/HotKey.h"
 #include "selftest/SelfTest.h"
@@ -96,7 +96,7 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addOption({QStringLiteral("demo"), QStringLiteral("Open a demonstration library instead of your folders.")});
     parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
     parser.addOption({QStringLiteral("search-provider"),
-                      QStringLiteral("Start without the window, to answer the desktop's search.")});
+                                     QStringLiteral("Start without the window, to answer the desktop's search.")});
     parser.process(app);
 
     // One Fennic per session: a second start raises the first window.

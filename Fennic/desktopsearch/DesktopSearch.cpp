@@ -20,10 +20,11 @@ constexpr qsizetype kRemembered = 500;
 }  // namespace
 
 DesktopSearch::DesktopSearch(AppModel& app, QObject* parent)
-    : QObject(parent), open([](const QString& path) { DesktopActions::open({path}); }),
-      reveal([](const QString& path) { DesktopActions::showInFolder({path}); }), m_app(app)
-{
-}
+    : QObject(parent),
+      open([](const QString& path) { DesktopActions::open({path}); }),
+      reveal([](const QString& path) { DesktopActions::showInFolder({path}); }),
+      m_app(app)
+{ }
 
 DesktopSearch::~DesktopSearch() { unpublish(); }
 
@@ -33,8 +34,7 @@ bool DesktopSearch::publish(QDBusConnection bus)
     if (!bus.isConnected()) return false;
     auto* shell = new GnomeSearchProvider(*this, this);
     auto* runner = new KRunnerProvider(*this, this);
-    const bool exported =
-        bus.registerObject(QLatin1String(kShellPath), shell, QDBusConnection::ExportAllSlots)
+    const bool exported = bus.registerObject(QLatin1String(kShellPath), shell, QDBusConnection::ExportAllSlots)
         && bus.registerObject(QLatin1String(kRunnerPath), runner, QDBusConnection::ExportAllSlots);
     if (!exported || !bus.registerService(QLatin1String(kBusName))) {
         bus.unregisterObject(QLatin1String(kShellPath));

@@ -27,11 +27,11 @@ QList<QVariantMap> metasFor(const QList<MetaSource>& sources)
         QString gicon = thumbnails.thumbnailPath(s.path, ThumbnailCache::Size::normal);
         // The shell reads a themed icon as ". GThemedIcon name fallback…".
         if (!QFileInfo::exists(gicon))
-            gicon = QStringLiteral(". GThemedIcon %1 text-x-generic").arg(s.icon.isEmpty() ? QStringLiteral("unknown") : s.icon);
+            gicon = QStringLiteral(". GThemedIcon %1 text-x-generic").arg(s.icon.isEmpty() ? QStringLiteral("unknown")
+                                                                                           : s.icon);
         metas.append(QVariantMap{{QStringLiteral("id"), s.path},
-                                 {QStringLiteral("name"), s.name},
-                                 {QStringLiteral("description"), s.folder},
-                                 {QStringLiteral("gicon"), gicon}});
+                                  {QStringLiteral("name"), s.name},
+                                   {QStringLiteral("description"), s.folder}, {QStringLiteral("gicon"), gicon}});
     }
     return metas;
 }
@@ -66,15 +66,14 @@ QList<QVariantMap> GnomeSearchProvider::GetResultMetas(const QStringList& idList
     QList<MetaSource> sources;
     for (const QString& id : idList)
         if (const auto item = m_search.itemFor(id))
-            sources.append(
-                MetaSource{item->path, item->name, DesktopSearch::folderText(item->path), DesktopSearch::iconName(item->path)});
+            sources.append(MetaSource{item->path, item->name, DesktopSearch::folderText(item->path),
+                                      DesktopSearch::iconName(item->path)});
     if (!calledFromDBus()) return metasFor(sources);
     setDelayedReply(true);
-    QThreadPool::globalInstance()->start(
-        [sources, reply = message().createReply(), bus = connection()]() mutable {
-            reply << QVariant::fromValue(metasFor(sources));
-            bus.send(reply);
-        });
+    QThreadPool::globalInstance()->start([sources, reply = message().createReply(), bus = connection()]() mutable {
+        reply << QVariant::fromValue(metasFor(sources));
+        bus.send(reply);
+    });
     return {};
 }
 

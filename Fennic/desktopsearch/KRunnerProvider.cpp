@@ -49,8 +49,8 @@ KRunnerProvider::KRunnerProvider(DesktopSearch& search, QObject* parent) : QObje
 
 QList<KRunnerAction> KRunnerProvider::Actions()
 {
-    return {KRunnerAction{QLatin1String(kShowInFolder), QStringLiteral("Show in Folder"),
-                          QStringLiteral("document-open-folder")}};
+    return {KRunnerAction{QLatin1String(kShowInFolder),
+                          QStringLiteral("Show in Folder"), QStringLiteral("document-open-folder")}};
 }
 
 QList<KRunnerMatch> KRunnerProvider::Match(const QString& query)
@@ -58,11 +58,11 @@ QList<KRunnerMatch> KRunnerProvider::Match(const QString& query)
     QList<KRunnerMatch> matches;
     for (const BestMatch& m : m_search.search(query)) {
         const QString& path = m.item.path;
-        matches.append(KRunnerMatch{path, m.item.name, DesktopSearch::iconName(path),
-                                    m.exact ? KRunnerMatch::kExact : KRunnerMatch::kPossible, m.relevance,
-                                    QVariantMap{{QStringLiteral("subtext"), DesktopSearch::folderText(path)},
-                                                {QStringLiteral("urls"),
-                                                 QStringList{QUrl::fromLocalFile(path).toString()}}}});
+        matches.append(
+            KRunnerMatch{path, m.item.name, DesktopSearch::iconName(path),
+                         m.exact ? KRunnerMatch::kExact : KRunnerMatch::kPossible, m.relevance,
+                         QVariantMap{{QStringLiteral("subtext"), DesktopSearch::folderText(path)},
+                                      {QStringLiteral("urls"), QStringList{QUrl::fromLocalFile(path).toString()}}}});
     }
     return matches;
 }

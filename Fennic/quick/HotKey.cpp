@@ -25,7 +25,7 @@ HotKey::Route offeredRoute()
 
 }  // namespace
 
-HotKey::HotKey(QObject* parent) : HotKey(offeredRoute(), parent) {}
+HotKey::HotKey(QObject* parent) : HotKey(offeredRoute(), parent) { }
 
 HotKey::HotKey(Route route, QObject* parent) : QObject(parent), m_route(route)
 {
@@ -64,7 +64,7 @@ bool HotKey::registerShortcut(const Shortcut& shortcut)
     if (!m_impl) {
         setFailure(QStringLiteral("This desktop offers no global shortcuts to applications; bind a key to “%1” in your "
                                   "desktop’s keyboard settings.")
-                       .arg(QLatin1String(kCommand)));
+                                      .arg(QLatin1String(kCommand)));
         return false;
     }
     if (const auto reason = m_impl->bind(shortcut)) {

@@ -18,10 +18,7 @@ const QString kAction = QStringLiteral("quick-search");
 constexpr int kTimeoutMs = 2000;
 
 // The action as the service names it: component and action, each by id and by display name.
-QStringList actionId()
-{
-    return {kComponent, kAction, QStringLiteral("Fennic"), QStringLiteral("Quick Search")};
-}
+QStringList actionId() { return {kComponent, kAction, QStringLiteral("Fennic"), QStringLiteral("Quick Search")}; }
 
 QDBusMessage call(const QDBusConnection& bus, const QString& method, const QVariantList& args)
 {
@@ -50,7 +47,8 @@ std::optional<QString> HotKeyKde::bind(const Shortcut& shortcut)
     const auto combination = shortcut.keyCombination();
     if (!combination) return QStringLiteral("KDE's global shortcuts cannot use %1.").arg(shortcut.display());
     const QString unreachable = QStringLiteral("KDE's global shortcut service did not answer.");
-    if (call(m_bus, QStringLiteral("doRegister"), {actionId()}).type() == QDBusMessage::ErrorMessage) return unreachable;
+    if (call(m_bus, QStringLiteral("doRegister"), {actionId()}).type() == QDBusMessage::ErrorMessage)
+        return unreachable;
     constexpr uint kSetPresent = 2, kNoAutoloading = 4;
     const QList<int> wanted{combination->toCombined()};
     const QDBusReply<QList<int>> given = call(
@@ -60,16 +58,20 @@ std::optional<QString> HotKeyKde::bind(const Shortcut& shortcut)
     const QDBusReply<QDBusObjectPath> component = call(m_bus, QStringLiteral("getComponent"), {kComponent});
     if (!component.isValid()) return unreachable;
     m_componentPath = component.value().path();
-    m_bus.connect(kService, m_componentPath, QStringLiteral("org.kde.kglobalaccel.Component"),
-                  QStringLiteral("globalShortcutPressed"), this, SLOT(onPressed(QString, QString, qlonglong)));
+    m_bus.connect(kService, m_componentPath,
+                  QStringLiteral("org.kde.kglobalaccel.Component"),
+                                 QStringLiteral("globalShortcutPressed"), this,
+                                                SLOT(onPressed(QString, QString, qlonglong)));
     return std::nullopt;
 }
 
 void HotKeyKde::unbind()
 {
     if (m_componentPath.isEmpty()) return;
-    m_bus.disconnect(kService, m_componentPath, QStringLiteral("org.kde.kglobalaccel.Component"),
-                     QStringLiteral("globalShortcutPressed"), this, SLOT(onPressed(QString, QString, qlonglong)));
+    m_bus.disconnect(kService, m_componentPath,
+                     QStringLiteral("org.kde.kglobalaccel.Component"),
+                                    QStringLiteral("globalShortcutPressed"), this,
+                                                   SLOT(onPressed(QString, QString, qlonglong)));
     // An empty key list frees the keys for others; the action stays known to the service.
     QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("setShortcut"));
     message.setArguments({actionId(), QVariant::fromValue(QList<int>()), uint(2 | 4)});

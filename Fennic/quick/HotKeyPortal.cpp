@@ -49,8 +49,9 @@ HotKeyPortal::HotKeyPortal(QDBusConnection bus, QObject* parent) : HotKeyRoute(p
 {
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
-    m_bus.connect(kService, kPath, kInterface, QStringLiteral("Activated"), this,
-                  SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(kService, kPath, kInterface,
+                  QStringLiteral("Activated"), this,
+                                 SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
 }
 
 HotKeyPortal::~HotKeyPortal() { unbind(); }
@@ -58,8 +59,8 @@ HotKeyPortal::~HotKeyPortal() { unbind(); }
 std::optional<uint> HotKeyPortal::version(const QDBusConnection& bus)
 {
     if (!bus.isConnected()) return std::nullopt;
-    QDBusMessage get = QDBusMessage::createMethodCall(kService, kPath, QStringLiteral("org.freedesktop.DBus.Properties"),
-                                                      QStringLiteral("Get"));
+    QDBusMessage get = QDBusMessage::createMethodCall(
+        kService, kPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     get.setArguments({kInterface, QStringLiteral("version")});
     const QDBusReply<QDBusVariant> reply = bus.call(get, QDBus::Block, kTimeoutMs);
     if (!reply.isValid()) return std::nullopt;
@@ -101,11 +102,11 @@ std::optional<QString> HotKeyPortal::bind(const Shortcut& shortcut)
     const QString token = QStringLiteral("fennic_session_%1").arg(++m_serial);
     m_pendingRequest = requestPath(token);
     // Listening starts before the call, so that a quick answer is not missed.
-    m_bus.connect(kService, m_pendingRequest, kRequest, QStringLiteral("Response"), this,
-                  SLOT(onSessionCreated(uint, QVariantMap)));
+    m_bus.connect(kService, m_pendingRequest, kRequest,
+                  QStringLiteral("Response"), this, SLOT(onSessionCreated(uint, QVariantMap)));
     QDBusMessage create = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("CreateSession"));
-    create.setArguments({QVariantMap{{QStringLiteral("handle_token"), token},
-                                     {QStringLiteral("session_handle_token"), token}}});
+    create.setArguments(
+        {QVariantMap{{QStringLiteral("handle_token"), token}, {QStringLiteral("session_handle_token"), token}}});
     const QDBusMessage reply = m_bus.call(create, QDBus::Block, kTimeoutMs);
     if (reply.type() == QDBusMessage::ErrorMessage) {
         stopListening(m_pendingRequest, SLOT(onSessionCreated(uint, QVariantMap)));
@@ -128,13 +129,14 @@ void HotKeyPortal::onSessionCreated(uint response, const QVariantMap& results)
     m_session = results.value(QStringLiteral("session_handle")).toString();
     const QString token = QStringLiteral("fennic_bind_%1").arg(++m_serial);
     m_pendingRequest = requestPath(token);
-    m_bus.connect(kService, m_pendingRequest, kRequest, QStringLiteral("Response"), this,
-                  SLOT(onBound(uint, QVariantMap)));
+    m_bus.connect(kService, m_pendingRequest, kRequest,
+                  QStringLiteral("Response"), this, SLOT(onBound(uint, QVariantMap)));
     const QList<PortalShortcut> shortcuts{
         {kShortcutId,
          {{QStringLiteral("description"), QStringLiteral("Open Fennic's Quick Search")},
-          {QStringLiteral("preferred_trigger"), trigger(*m_wanted)}}}};
-    QDBusMessage bindCall = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("BindShortcuts"));
+           {QStringLiteral("preferred_trigger"), trigger(*m_wanted)}}}};
+    QDBusMessage bindCall =
+        QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("BindShortcuts"));
     bindCall.setArguments({QVariant::fromValue(QDBusObjectPath(m_session)), QVariant::fromValue(shortcuts), QString(),
                            QVariantMap{{QStringLiteral("handle_token"), token}}});
     m_bus.asyncCall(bindCall, kTimeoutMs);
@@ -161,8 +163,8 @@ void HotKeyPortal::unbind()
         m_pendingRequest.clear();
     }
     if (!m_session.isEmpty())
-        m_bus.send(QDBusMessage::createMethodCall(kService, m_session, QStringLiteral("org.freedesktop.portal.Session"),
-                                                  QStringLiteral("Close")));
+        m_bus.send(QDBusMessage::createMethodCall(
+            kService, m_session, QStringLiteral("org.freedesktop.portal.Session"), QStringLiteral("Close")));
     m_session.clear();
     m_wanted.reset();
 }

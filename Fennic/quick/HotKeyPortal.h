@@ -33,7 +33,8 @@ public:
 private Q_SLOTS:
     void onSessionCreated(uint response, const QVariantMap& results);
     void onBound(uint response, const QVariantMap& results);
-    void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp, const QVariantMap& options);
+    void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
+                     const QVariantMap& options);
 
 private:
     QString requestPath(const QString& token) const;

@@ -95,7 +95,8 @@ std::optional<QString> HotKeyX11::bind(const Shortcut& shortcut)
     const auto sym = keySymFor(shortcut);
     const auto keycode = sym ? keycodeFor(sym->value) : std::nullopt;
     if (!keycode)
-        return QStringLiteral("This keyboard has no %1 key; choose another shortcut.").arg(Shortcut::keyName(shortcut.keyCode));
+        return QStringLiteral("This keyboard has no %1 key; choose another shortcut.").arg(
+            Shortcut::keyName(shortcut.keyCode));
 
     const Grab grab{*keycode, xModifiers(shortcut.modifiers)};
     const quint16 numLock = m_locks & ~quint16(XCB_MOD_MASK_LOCK);

@@ -17,7 +17,7 @@ QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
     : SettingsSection(QStringLiteral("Quick Search"), parent), m_app(app),
                       m_enabled(new QCheckBox(QStringLiteral("Open Quick Search with a keyboard shortcut"), this)),
                                 m_recorder(new ShortcutRecorder(app.settings(), this)), m_problem(new QLabel(this)),
-      m_status(new QLabel(this))
+                                m_status(new QLabel(this))
 {
     QVBoxLayout* group = addGroup(QString());
     addNote(group,
@@ -48,8 +48,8 @@ QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
     addNote(group,
             QStringLiteral("You can also bind the command “%1” to a shortcut in your desktop’s own keyboard "
                            "settings.")
-                .arg(QLatin1String(HotKey::kCommand)))
-        ->setTextInteractionFlags(Qt::TextSelectableByMouse);
+                               .arg(QLatin1String(HotKey::kCommand)))
+                ->setTextInteractionFlags(Qt::TextSelectableByMouse);
     finish();
 
     AppSettings& settings = m_app.settings();
@@ -96,8 +96,8 @@ void QuickSearchSettings::refreshStatus()
     QString text;
     const bool failed = !m_hotKey->current().has_value();
     if (!failed)
-        text = QStringLiteral("%1 works in every application (through the %2).")
-                   .arg(m_hotKey->current()->display(), m_hotKey->routeName());
+        text = QStringLiteral("%1 works in every application (through the %2).") .arg(m_hotKey->current()->display(),
+                                                                                      m_hotKey->routeName());
     else if (!m_hotKey->failureReason().isEmpty())
         text = m_hotKey->failureReason();
     else

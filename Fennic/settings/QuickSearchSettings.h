@@ -39,12 +39,12 @@ private:
     void refreshStatus();
 
     AppModel& m_app;
-    QPointer<HotKey> m_hotKey;
-    QLabel* m_status;
-    QColor m_errorColour;  // from the theme; invalid until the window gives one
     QCheckBox* m_enabled;
     ShortcutRecorder* m_recorder;
     QLabel* m_problem;
+    QLabel* m_status;
+    QPointer<HotKey> m_hotKey;
+    QColor m_errorColour;  // from the theme; invalid until the window gives one
 };
 
 }  // namespace fennic

@@ -28,7 +28,8 @@ public:
     PrivateBus()
     {
         m_daemon.start(QStringLiteral("dbus-daemon"),
-                       {QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--print-address")});
+                                      {QStringLiteral("--session"),
+                                                      QStringLiteral("--nofork"), QStringLiteral("--print-address")});
         if (!m_daemon.waitForStarted(5000) || !m_daemon.waitForReadyRead(5000)) return;
         m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
     }
@@ -82,7 +83,8 @@ protected:
         const QString path = f.tree.write(relative, "x");
         QFile file(path);
         ASSERT_TRUE(file.open(QIODevice::ReadWrite));
-        const QDateTime when = QDateTime::fromString(QStringLiteral("2026-03-10T12:00:00Z"), Qt::ISODate).addDays(-daysOld);
+        const QDateTime when =
+            QDateTime::fromString(QStringLiteral("2026-03-10T12:00:00Z"), Qt::ISODate).addDays(-daysOld);
         ASSERT_TRUE(file.setFileTime(when, QFileDevice::FileModificationTime));
     }
     QString path(const QString& relative) const { return f.tree.path(relative); }
@@ -90,9 +92,9 @@ protected:
     // Calls a method as the desktop would, letting this thread's event loop serve it meanwhile.
     QDBusMessage call(const char* objectPath, const char* interface, const char* method, const QVariantList& args)
     {
-        QDBusMessage message = QDBusMessage::createMethodCall(QLatin1String(DesktopSearch::kBusName),
-                                                              QLatin1String(objectPath), QLatin1String(interface),
-                                                              QLatin1String(method));
+        QDBusMessage message =
+            QDBusMessage::createMethodCall(QLatin1String(DesktopSearch::kBusName), QLatin1String(objectPath),
+                                           QLatin1String(interface), QLatin1String(method));
         message.setArguments(args);
         QDBusPendingCall pending = client->asyncCall(message, 10000);
         QDBusPendingCallWatcher watcher(pending);
@@ -124,6 +126,14 @@ template <typename T> T first(const QDBusMessage& reply)
     return qdbus_cast<T>(reply.arguments().constFirst());
 }
 
+// A structured reply (aa{sv}, a(sssida{sv})...) read into T.
+template <typename T> T structured(const QDBusMessage& reply)
+{
+    T out;
+    if (!reply.arguments().isEmpty()) reply.arguments().constFirst().value<QDBusArgument>() >> out;
+    return out;
+}
+
 }  // namespace
 
 TEST_F(DesktopSearchTest, TheShellGetsTheBestMatchesFirstWithTheirDetails)
@@ -142,8 +152,7 @@ TEST_F(DesktopSearchTest, TheShellGetsTheBestMatchesFirstWithTheirDetails)
     EXPECT_TRUE(first<QStringList>(shell("GetInitialResultSet", {QStringList{"zzzz"}})).isEmpty());
 
     const QDBusMessage metasReply = shell("GetResultMetas", {QStringList{expected[0], path("Documents/nothing.pdf")}});
-    QList<QVariantMap> metas;
-    first<QDBusArgument>(metasReply) >> metas;
+    const auto metas = structured<QList<QVariantMap>>(metasReply);
     ASSERT_EQ(metas.size(), 1) << "an id that is not a library file gets no entry";
     EXPECT_EQ(metas[0]["id"].toString(), expected[0]);
     EXPECT_EQ(metas[0]["name"].toString(), "invoice.pdf");
@@ -176,8 +185,7 @@ TEST_F(DesktopSearchTest, KRunnerGetsTheSameMatchesRankedByRelevance)
     qDBusRegisterMetaType<KRunnerAction>();
     qDBusRegisterMetaType<QList<KRunnerAction>>();
 
-    QList<KRunnerMatch> matches;
-    first<QDBusArgument>(runner("Match", {QStringLiteral("invoice pdfs")})) >> matches;
+    const auto matches = structured<QList<KRunnerMatch>>(runner("Match", {QStringLiteral("invoice pdfs")}));
     const auto shellIds = first<QStringList>(shell("GetInitialResultSet", {QStringList{"invoice", "pdfs"}}));
     QStringList ids;
     for (const KRunnerMatch& m : matches) ids << m.id;
@@ -191,8 +199,7 @@ TEST_F(DesktopSearchTest, KRunnerGetsTheSameMatchesRankedByRelevance)
     EXPECT_EQ(matches[0].text, "invoice.pdf");
     EXPECT_EQ(matches[0].properties["subtext"].toString(), "~/Documents");
 
-    QList<KRunnerAction> actions;
-    first<QDBusArgument>(runner("Actions", {})) >> actions;
+    const auto actions = structured<QList<KRunnerAction>>(runner("Actions", {}));
     ASSERT_EQ(actions.size(), 1);
     EXPECT_EQ(actions[0].id, "show-in-folder");
 }

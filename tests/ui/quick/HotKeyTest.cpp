@@ -8,6 +8,7 @@
 
 #include <QProcess>
 #include <QSignalSpy>
+#include <QStandardPaths>
 #include <QTest>
 #include <gtest/gtest.h>
 
@@ -18,17 +19,14 @@ namespace {
 constexpr Shortcut kCtrlShiftSpace = Shortcut::standard();
 constexpr Shortcut kCtrlAltK{40, Shortcut::cmd | Shortcut::option};
 
-bool xdotool(const QStringList& args)
-{
-    return QProcess::execute(QStringLiteral("xdotool"), args) == 0;
-}
+bool xdotool(const QStringList& args) { return QProcess::execute(QStringLiteral("xdotool"), args) == 0; }
 
 class HotKeyX11Test : public ::testing::Test {
 protected:
     void SetUp() override
     {
         if (qEnvironmentVariableIsEmpty("DISPLAY")) GTEST_SKIP() << "needs an X server (CTest runs this under Xvfb)";
-        if (!xdotool({QStringLiteral("version")})) GTEST_SKIP() << "needs xdotool";
+        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty()) GTEST_SKIP() << "needs xdotool";
         hotKey = std::make_unique<HotKey>(HotKey::Route::x11);
         hotKey->action = [this] { ++presses; };
     }

@@ -108,8 +108,8 @@ TEST_F(QuickSearchSettingsTest, DISABLED_Render)
             section->setPalette(palette);
             section->setThemeStyle(ThemeStyle(theme, palette));
             section->setAutoFillBackground(true);
-            const QString name = QStringLiteral("%1/quick-settings-%2-%3.png")
-                                     .arg(dir, theme == Theme::playful ? "playful" : "minimal", dark ? "dark" : "light");
+            const QString name = QStringLiteral("%1/quick-settings-%2-%3.png") .arg(
+                dir, theme == Theme::playful ? "playful" : "minimal", dark ? "dark" : "light");
             EXPECT_TRUE(section->grab().save(name));
         }
 }
