@@ -63,7 +63,7 @@ void DesktopSearch::unpublish()
 
 QList<BestMatch> DesktopSearch::search(const QString& request)
 {
-    const QList<BestMatch> found = BestMatches::find(m_app, request, kMaxResults);
+    QList<BestMatch> found = BestMatches::find(m_app, request, kMaxResults);
     if (m_handedOut.size() + found.size() > kRemembered) m_handedOut.clear();
     for (const BestMatch& match : found) m_handedOut.insert(match.item.path, match.item);
     return found;
@@ -93,7 +93,7 @@ void DesktopSearch::launch(const QString& request) { Q_EMIT launchSearch(request
 
 QString DesktopSearch::folderText(const QString& path)
 {
-    const QString folder = QFileInfo(path).path();
+    QString folder = QFileInfo(path).path();
     const QString home = Library::home();
     if (folder == home) return QStringLiteral("~");
     if (folder.startsWith(home + u'/')) return u'~' + folder.mid(home.size());
