@@ -60,8 +60,7 @@ std::optional<QString> HotKeyKde::bind(const Shortcut& shortcut)
     m_componentPath = component.value().path();
     m_bus.connect(kService, m_componentPath,
                   QStringLiteral("org.kde.kglobalaccel.Component"),
-                                 QStringLiteral("globalShortcutPressed"), this,
-                                                SLOT(onPressed(QString, QString, qlonglong)));
+                                 QStringLiteral("globalShortcutPressed"), this, SLOT(onPressed(QDBusMessage)));
     return std::nullopt;
 }
 
@@ -70,8 +69,7 @@ void HotKeyKde::unbind()
     if (m_componentPath.isEmpty()) return;
     m_bus.disconnect(kService, m_componentPath,
                      QStringLiteral("org.kde.kglobalaccel.Component"),
-                                    QStringLiteral("globalShortcutPressed"), this,
-                                                   SLOT(onPressed(QString, QString, qlonglong)));
+                                    QStringLiteral("globalShortcutPressed"), this, SLOT(onPressed(QDBusMessage)));
     // An empty key list frees the keys for others; the action stays known to the service.
     QDBusMessage message = QDBusMessage::createMethodCall(kService, kPath, kInterface, QStringLiteral("setShortcut"));
     message.setArguments({actionId(), QVariant::fromValue(QList<int>()), uint(2 | 4)});
@@ -79,9 +77,11 @@ void HotKeyKde::unbind()
     m_componentPath.clear();
 }
 
-void HotKeyKde::onPressed(const QString& component, const QString& action, qlonglong)
+void HotKeyKde::onPressed(const QDBusMessage& message)
 {
-    if (component == kComponent && action == kAction) Q_EMIT pressed();
+    // (s component, s action, x timestamp)
+    const QVariantList args = message.arguments();
+    if (args.size() >= 2 && args[0].toString() == kComponent && args[1].toString() == kAction) Q_EMIT pressed();
 }
 
 }  // namespace fennic

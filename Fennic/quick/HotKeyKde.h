@@ -3,6 +3,7 @@
 #include "HotKeyRoute.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 
 namespace fennic {
 
@@ -23,7 +24,7 @@ public:
     void unbind() override;
 
 private Q_SLOTS:
-    void onPressed(const QString& component, const QString& action, qlonglong timestamp);
+    void onPressed(const QDBusMessage& message);
 
 private:
     QDBusConnection m_bus;

@@ -49,9 +49,7 @@ HotKeyPortal::HotKeyPortal(QDBusConnection bus, QObject* parent) : HotKeyRoute(p
 {
     qDBusRegisterMetaType<PortalShortcut>();
     qDBusRegisterMetaType<QList<PortalShortcut>>();
-    m_bus.connect(kService, kPath, kInterface,
-                  QStringLiteral("Activated"), this,
-                                 SLOT(onActivated(QDBusObjectPath, QString, qulonglong, QVariantMap)));
+    m_bus.connect(kService, kPath, kInterface, QStringLiteral("Activated"), this, SLOT(onActivated(QDBusMessage)));
 }
 
 HotKeyPortal::~HotKeyPortal() { unbind(); }
@@ -150,9 +148,12 @@ void HotKeyPortal::onBound(uint response, const QVariantMap&)
         Q_EMIT refused(QStringLiteral("The desktop did not allow %1 as a global shortcut.").arg(m_wanted->display()));
 }
 
-void HotKeyPortal::onActivated(const QDBusObjectPath& session, const QString& id, qulonglong, const QVariantMap&)
+void HotKeyPortal::onActivated(const QDBusMessage& message)
 {
-    if (!m_session.isEmpty() && session.path() == m_session && id == kShortcutId) Q_EMIT pressed();
+    // (o session_handle, s shortcut_id, t timestamp, a{sv} options)
+    const QVariantList args = message.arguments();
+    if (args.size() < 2 || m_session.isEmpty()) return;
+    if (args[0].value<QDBusObjectPath>().path() == m_session && args[1].toString() == kShortcutId) Q_EMIT pressed();
 }
 
 void HotKeyPortal::unbind()

@@ -3,6 +3,7 @@
 #include "HotKeyRoute.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QVariantMap>
 #include <optional>
@@ -33,8 +34,7 @@ public:
 private Q_SLOTS:
     void onSessionCreated(uint response, const QVariantMap& results);
     void onBound(uint response, const QVariantMap& results);
-    void onActivated(const QDBusObjectPath& session, const QString& id, qulonglong timestamp,
-                     const QVariantMap& options);
+    void onActivated(const QDBusMessage& message);
 
 private:
     QString requestPath(const QString& token) const;
