@@ -3,12 +3,15 @@
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/ImageIndexer.h"
+#include "app/SearchSession.h"
 #include "capture/Snapshot.h"
 #include "demo/FennicDemo.h"
 #include "desktop/SingleInstance.h"
+#include "desktopsearch/DesktopSearch.h"
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
 #include "SabloKit/Updater.h"
+#include "quick/HotKey.h"
 #include "selftest/SelfTest.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -102,6 +105,8 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
     parser.addOption({QStringLiteral("quick-search"),
                       QStringLiteral("Open the Quick Search panel (of the running Fennic, or start one).")});
+    parser.addOption({QStringLiteral("search-provider"),
+                                     QStringLiteral("Start without the window, to answer the desktop's search.")});
     parser.process(app);
 
     fennic::SingleInstance instance;
@@ -126,7 +131,8 @@ int runWindow(int argc, char** argv, bool demo)
                                        : fennic::ThumbnailCache());
     fennic::MainWindow window(model, thumbnails);
     if (demo) window.setWindowTitle(QStringLiteral("Demonstration — Fennic"));
-    window.show();
+    // Started by the desktop's search: the window shows when a person asks for it.
+    if (!parser.isSet(QStringLiteral("search-provider"))) window.show();
 
     // A copy installed in the user's own folder keeps itself current; the demonstration leaves
     // it alone.
@@ -164,6 +170,20 @@ int runWindow(int argc, char** argv, bool demo)
                          [&window] { window.showQuickSearch(); });
     }
     QApplication::setQuitOnLastWindowClosed(!tray);
+
+    // The global Quick Search shortcut, kept in step with the settings, and Fennic's files in
+    // the desktop's own search (not for the demonstration, whose files are not the user's).
+    fennic::HotKey hotKey;
+    hotKey.action = [&window] { window.showQuickSearch(); };
+    hotKey.follow(model.settings());
+    window.setHotKey(&hotKey);
+    fennic::DesktopSearch desktopSearch(model);
+    if (!demo && desktopSearch.publish())
+        QObject::connect(&desktopSearch, &fennic::DesktopSearch::launchSearch, &window,
+                         [&model, raise](const QString& request) {
+                             raise();
+                             model.search().setQuery(request);
+                         });
     QObject::connect(&app, &QGuiApplication::applicationStateChanged, &model, [&model](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive) model.applicationBecameActive();
     });

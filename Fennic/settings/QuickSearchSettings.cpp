@@ -3,6 +3,7 @@
 #include "ShortcutRecorder.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
+#include "quick/HotKey.h"
 #include "theme/ThemeStyle.h"
 
 #include <QCheckBox>
@@ -15,7 +16,8 @@ namespace fennic {
 QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
     : SettingsSection(QStringLiteral("Quick Search"), parent), m_app(app),
                       m_enabled(new QCheckBox(QStringLiteral("Open Quick Search with a keyboard shortcut"), this)),
-                                m_recorder(new ShortcutRecorder(app.settings(), this)), m_problem(new QLabel(this))
+                                m_recorder(new ShortcutRecorder(app.settings(), this)), m_problem(new QLabel(this)),
+                                m_status(new QLabel(this))
 {
     QVBoxLayout* group = addGroup(QString());
     addNote(group,
@@ -38,9 +40,16 @@ QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
     addNote(group,
             QStringLiteral("Click the field and press the keys you want; Esc cancels, Backspace keeps the "
                                   "current one."));
+    m_status->setWordWrap(true);
+    m_status->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    m_status->setAccessibleName(QStringLiteral("Shortcut status"));
+    m_status->hide();
+    group->addWidget(m_status);
     addNote(group,
-            QStringLiteral("You can also bind the command “fennic --quick-search” to a shortcut in your "
-                                  "desktop’s own keyboard settings."));
+            QStringLiteral("You can also bind the command “%1” to a shortcut in your desktop’s own keyboard "
+                           "settings.")
+                               .arg(QLatin1String(HotKey::kCommand)))
+                ->setTextInteractionFlags(Qt::TextSelectableByMouse);
     finish();
 
     AppSettings& settings = m_app.settings();
@@ -51,6 +60,7 @@ QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
         const bool on = m_app.settings().quickSearchEnabled();
         m_enabled->setChecked(on);
         m_recorder->setEnabled(on);
+        refreshStatus();
     });
     connect(m_recorder, &ShortcutRecorder::problemChanged, this, [this](const QString& problem) {
         m_problem->setText(problem);
@@ -62,9 +72,43 @@ QuickSearchSettings::QuickSearchSettings(AppModel& app, QWidget* parent)
 void QuickSearchSettings::setThemeStyle(const ThemeStyle& style)
 {
     SettingsSection::setThemeStyle(style);
+    m_errorColour = style.errorColour();
     QPalette palette = m_problem->palette();
     palette.setColor(QPalette::WindowText, style.errorColour());
     m_problem->setPalette(palette);
+    refreshStatus();
+}
+
+void QuickSearchSettings::setHotKey(HotKey* hotKey)
+{
+    if (m_hotKey) disconnect(m_hotKey, nullptr, this, nullptr);
+    m_hotKey = hotKey;
+    if (m_hotKey) connect(m_hotKey, &HotKey::registrationChanged, this, &QuickSearchSettings::refreshStatus);
+    refreshStatus();
+}
+
+void QuickSearchSettings::refreshStatus()
+{
+    if (!m_hotKey || !m_app.settings().quickSearchEnabled()) {
+        m_status->hide();
+        return;
+    }
+    QString text;
+    const bool failed = !m_hotKey->current().has_value();
+    if (!failed)
+        text = QStringLiteral("%1 works in every application (through the %2).") .arg(m_hotKey->current()->display(),
+                                                                                      m_hotKey->routeName());
+    else if (!m_hotKey->failureReason().isEmpty())
+        text = m_hotKey->failureReason();
+    else
+        text = QStringLiteral("The shortcut is not registered.");
+    m_status->setText(text);
+    m_status->setAccessibleDescription(text);
+    // A failure reads in the error tint; the working route in the ordinary text colour.
+    QPalette palette = m_enabled->palette();
+    if (failed && m_errorColour.isValid()) palette.setColor(QPalette::WindowText, m_errorColour);
+    m_status->setPalette(palette);
+    m_status->show();
 }
 
 }  // namespace fennic

@@ -22,6 +22,7 @@
 #include "quicklook/QuickLookWindow.h"
 #include "quickpanel/QuickPanel.h"
 #include "SabloKit/Updater.h"
+#include "settings/QuickSearchSettings.h"
 #include "settings/UpdateSettings.h"
 #include "update/UpdateWindow.h"
 #include "search/SearchParser.h"
@@ -322,6 +323,7 @@ SettingsWindow* MainWindow::settingsWindow()
     if (!m_settingsWindow) {
         m_settingsWindow = new SettingsWindow(m_app, this);
         m_settingsWindow->updateSection()->setUpdater(m_updater);
+        if (m_hotKey) m_settingsWindow->quickSearchSection()->setHotKey(m_hotKey);
         connect(m_settingsWindow->updateSection(), &UpdateSettings::showUpdateRequested, this,
                 &MainWindow::showUpdateWindow);
     }
@@ -344,6 +346,12 @@ void MainWindow::setUpdater(Updater* updater)
     m_updater = updater;
     if (m_settingsWindow) m_settingsWindow->updateSection()->setUpdater(updater);
     if (updater) connect(updater, &Updater::updateAnnounced, this, &MainWindow::showUpdateWindow);
+}
+
+void MainWindow::setHotKey(HotKey* hotKey)
+{
+    m_hotKey = hotKey;
+    if (m_settingsWindow) m_settingsWindow->quickSearchSection()->setHotKey(hotKey);
 }
 
 void MainWindow::showUpdateWindow()

@@ -28,6 +28,7 @@ class InspectorView;
 class QuickLookWindow;
 class QuickPanel;
 class UpdateWindow;
+class HotKey;
 class Updater;
 class SettingsWindow;
 class SidebarView;
@@ -86,6 +87,8 @@ public:
     // The self-updater, when this copy has one (not owned); its window, made when first shown,
     // and Settings' Updates section follow it.
     void setUpdater(Updater* updater);
+    // The global Quick Search shortcut (not owned), for Settings to show and change.
+    void setHotKey(HotKey* hotKey);
     UpdateWindow* updateWindow() const { return m_updateWindow; }
     void showUpdateWindow();
 
@@ -118,6 +121,7 @@ private:
     // A window of its own, not a child: it shows over other applications while this one stays behind.
     std::unique_ptr<QuickPanel> m_quickPanel;
     Updater* m_updater = nullptr;
+    HotKey* m_hotKey = nullptr;
     UpdateWindow* m_updateWindow = nullptr;
     SidebarView* m_sidebar = nullptr;
     InspectorView* m_inspector = nullptr;
