@@ -530,7 +530,7 @@ int main(int argc, char** argv)
                         name, qPrintable(summary(scrolling->stalls)), qPrintable(summary(scrolling->busy)),
                         qPrintable(summary(scrolling->steps)), bench::median(scrolling->cpu),
                         *std::max_element(scrolling->cpu.begin(), scrolling->cpu.end()), scrolling->steps.size(),
-                        worstStall < kStallTargetMs ? "met" : "MISSED");
+                        worstBusy < kStallTargetMs ? "met" : "MISSED");
         }
         std::printf("idle window afterwards: longest gap %.1f ms\n", idle());
     }
