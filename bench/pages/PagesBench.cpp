@@ -106,7 +106,7 @@ const char* verdict(const std::vector<double>& values, double target)
 QList<FileItem> writeCopies(const QString& root, int groups, Date now)
 {
     QList<FileItem> items;
-    items.reserve(groups * 2);
+    items.reserve(qsizetype(groups) * 2);
     const QString marker = root + QStringLiteral("/.fennic-bench-copies-%1").arg(groups);
     const bool written = QFile::exists(marker);
     for (int g = 0; g < groups; ++g) {
@@ -257,7 +257,7 @@ int main(int argc, char** argv)
         const Date now = Date::fromQDateTime(QDateTime::currentDateTimeUtc());
         QList<FileItem> items = bench::items(Library::home(), plan, now);
         const QList<FileItem> copies = writeCopies(Library::home(), groupCount, now);
-        if (copies.size() != groupCount * 2) return 1;
+        if (copies.size() != qsizetype(groupCount) * 2) return 1;
         items += copies;
         LibraryCache::save(LibraryCache::defaultPath(), items);
         const bench::Stopwatch saving;
@@ -333,7 +333,7 @@ int main(int argc, char** argv)
         std::function<void()> select;
         std::function<bool()> ready;
     };
-    const auto sidebar = [&search](SidebarItem item) { return [&search, item] { search.setSidebar(item); }; };
+    const auto sidebar = [&search](const SidebarItem& item) { return [&search, item] { search.setSidebar(item); }; };
     const QList<Page> pages{
         {"Home", home, sidebar(SidebarItem::home()), [home] { return home->isDigestCurrent(); }},
         {"Find Images", finder, sidebar(SidebarItem::page(SidebarItem::Kind::findImages)),
