@@ -244,8 +244,11 @@ void SearchSession::setSidebar(const SidebarItem& entry)
     if (entry == m_sidebar) return;
     m_sidebar = entry;
     m_heldResults.clear();
+    // Dirty before anyone hears of the change, so that a listener asking for the shown items
+    // at once gets the new entry's, and the list is not worked out twice.
+    m_visibleDirty = true;
     Q_EMIT sidebarChanged();
-    markSearchDirty();
+    Q_EMIT shownItemsChanged();
 }
 
 void SearchSession::setSavedSearches(const QList<SavedSearch>& searches) { m_settings.setSavedSearches(searches); }

@@ -33,7 +33,9 @@ namespace fennic {
 
 namespace {
 
-constexpr int kRequestDelayMs = 30;   // changes that come together make one search
+// Changes made in one turn of the event loop (a mode and a request set together) make one
+// search; a longer wait would only delay every answer, since a newer request wins anyway.
+constexpr int kRequestDelayMs = 0;
 constexpr int kFollowDelayMs = 1000;  // while pictures are read, results follow this often
 constexpr int kLoadingDelayMs = 250;  // a quicker search never shows the loading state
 

@@ -409,6 +409,7 @@ void MainWindow::showPage()
     }
     if (m_content->currentWidget() == page) return;
     m_content->setCurrentWidget(page);
+    if (page == m_browser) SessionResults::show(*m_browser, m_app);
     m_inspector->setItems(shownBrowser()->selectedItems());
     m_actions->refresh();
 }
@@ -424,7 +425,9 @@ void MainWindow::scheduleResults()
 
 void MainWindow::showResults()
 {
-    SessionResults::show(*m_browser, m_app);
+    // The browser behind a page catches up when it is shown again: filling it means sorting
+    // what the sidebar lists, the whole library for the general pages.
+    if (m_content->currentWidget() == m_browser) SessionResults::show(*m_browser, m_app);
     m_actions->refresh();
 }
 

@@ -23,6 +23,8 @@
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
 #include "support/BenchTimer.h"
+#include "support/PaintCounter.h"
+#include "support/StallMeter.h"
 #include "support/SyntheticHome.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -41,51 +43,10 @@
 #include <vector>
 
 using namespace fennic;
+using fennic::bench::PaintCounter;
+using fennic::bench::StallMeter;
 
 namespace {
-
-// Counts the paint events a widget receives.
-class PaintCounter : public QObject {
-public:
-    explicit PaintCounter(QWidget* widget) { widget->installEventFilter(this); }
-    int paints = 0;
-
-protected:
-    bool eventFilter(QObject*, QEvent* event) override
-    {
-        if (event->type() == QEvent::Paint) ++paints;
-        return false;
-    }
-};
-
-// Ticks the event loop every millisecond and remembers the longest gap between two ticks.
-class StallMeter {
-public:
-    StallMeter()
-    {
-        m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, [this] {
-            const qint64 now = m_clock.nsecsElapsed();
-            if (m_last >= 0) m_longest = std::max(m_longest, now - m_last);
-            m_last = now;
-        });
-    }
-    void start()
-    {
-        m_clock.start();
-        m_last = -1;
-        m_longest = 0;
-        m_timer.start(1);
-    }
-    void stop() { m_timer.stop(); }
-    double longestMs() const { return double(m_longest) / 1e6; }
-
-private:
-    QTimer m_timer;
-    QElapsedTimer m_clock;
-    qint64 m_last = -1;
-    qint64 m_longest = 0;
-};
 
 // An application that times every event it delivers and remembers the slowest, so that a
 // stall can be traced to what caused it.

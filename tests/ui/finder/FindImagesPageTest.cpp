@@ -249,6 +249,23 @@ TEST_F(FindImages, TheFieldAndTheModesFollowTheSession)
     EXPECT_EQ(page->askBar()->field()->text(), "a white island in a blue ocean");
 }
 
+TEST_F(FindImages, ChangesMadeTogetherMakeOneSearchAnsweredAtOnce)
+{
+    settle();
+    QSignalSpy answers(page.get(), &FindImagesPage::resultsChanged);
+    // A mode and a request set in one go (as an example button or "More like this" does) are
+    // searched once, with both, and the search starts without waiting for more changes.
+    app->search().setFindMode(FindMode::describe);
+    app->search().setFindQuery("beach");
+    EXPECT_FALSE(page->isSearching()) << "nothing starts before the changes of this turn are in";
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(page->isSearching() || answers.count() == 1) << "the next turn of the event loop starts it";
+    ASSERT_TRUE(QTest::qWaitFor([this] { return !page->isSearching(); }, 5000));
+    QTest::qWait(50);
+    EXPECT_EQ(answers.count(), 1);
+    EXPECT_EQ(shownNames(), (QStringList{"beach.png", "shore.png"}));
+}
+
 TEST_F(FindImages, AHiddenPageCatchesUpWhenShown)
 {
     page->hide();

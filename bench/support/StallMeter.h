@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QTimer>
+#include <algorithm>
+
+#include "BenchTimer.h"
+
+// How long the GUI thread goes without turning its event loop: a timer ticks every
+// millisecond and the longest gap between two ticks is the longest stall. Needs the event loop
+// to run between start() and stop(). On a shared machine the gap also holds the time the
+// process waited for a core, so compare with an idle measurement taken in the same run; the
+// longest busy gap (the GUI thread's own processor time between two ticks) leaves that out.
+namespace fennic::bench {
+
+class StallMeter {
+public:
+    StallMeter()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            const qint64 now = m_clock.nsecsElapsed();
+            const double cpu = threadCpuMs();
+            if (m_last >= 0) {
+                m_longest = std::max(m_longest, now - m_last);
+                m_longestBusy = std::max(m_longestBusy, cpu - m_lastCpu);
+            }
+            m_last = now;
+            m_lastCpu = cpu;
+        });
+    }
+    void start()
+    {
+        m_clock.start();
+        m_last = -1;
+        m_longest = 0;
+        m_longestBusy = 0;
+        m_timer.start(1);
+    }
+    void stop() { m_timer.stop(); }
+    double longestMs() const { return double(m_longest) / 1e6; }
+    // The most processor time the GUI thread spent between two ticks.
+    double longestBusyMs() const { return m_longestBusy; }
+
+private:
+    QTimer m_timer;
+    QElapsedTimer m_clock;
+    qint64 m_last = -1;
+    qint64 m_longest = 0;
+    double m_lastCpu = 0;
+    double m_longestBusy = 0;
+};
+
+}  // namespace fennic::bench
