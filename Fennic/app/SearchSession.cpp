@@ -124,11 +124,16 @@ void SearchSession::setQuery(const QString& text)
     markSearchDirty();
 }
 
-void SearchSession::markSearchDirty()
+void SearchSession::dropVisibleItems()
 {
     m_visibleDirty = true;
     ++m_listGeneration;
     cancelPreparation();
+}
+
+void SearchSession::markSearchDirty()
+{
+    dropVisibleItems();
     Q_EMIT shownItemsChanged();
 }
 
@@ -246,7 +251,7 @@ void SearchSession::setSidebar(const SidebarItem& entry)
     m_heldResults.clear();
     // Dirty before anyone hears of the change, so that a listener asking for the shown items
     // at once gets the new entry's, and the list is not worked out twice.
-    m_visibleDirty = true;
+    dropVisibleItems();
     Q_EMIT sidebarChanged();
     Q_EMIT shownItemsChanged();
 }

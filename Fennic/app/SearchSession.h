@@ -120,6 +120,8 @@ Q_SIGNALS:
 
 private:
     void markSearchDirty();
+    // Marks the shown list for working out again, and drops one on its way from the pool.
+    void dropVisibleItems();
     void cancelPreparation();
     VisibleList::Inputs listInputs(const SidebarItem& entry, bool withIndex) const;
     void dropRemoved(const QSet<QString>& paths);

@@ -416,6 +416,11 @@ void MainWindow::showPage()
 
 void MainWindow::scheduleResults()
 {
+    // The list is worked out on the pool while the person is still typing, so that it is
+    // ready to show when the typing pause ends; a later key drops it and starts another.
+    SearchSession& search = m_app.search();
+    if (!search.isVisibleReady() && (m_content->currentWidget() == m_browser || m_content->currentWidget() == m_home))
+        search.prepareVisibleItems();
     const bool typing = m_lastKey.isValid() && m_lastKey.elapsed() < kTypingPauseMs;
     if (typing)
         m_resultsTimer.start(kTypingPauseMs);

@@ -201,3 +201,15 @@ TEST_F(SearchRequests, AListPreparedOnThePoolLandsOnlyForTheRequestStillAsked)
     QTest::qWait(50);
     EXPECT_EQ(names(s.visibleItems()), QStringList{"plan 10.pdf"});
 }
+
+TEST_F(SearchRequests, AListOnItsWayForAnotherEntryNeverReplacesTheNewEntrysOwn)
+{
+    SearchSession& s = m->search();
+    s.setQuery("pdfs");
+    s.prepareVisibleItems();
+    s.setSidebar(SidebarItem::folder(f.tree.path("Documents/Work")));
+    s.prepareVisibleItems();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return s.isVisibleReady(); }, 5000));
+    QTest::qWait(50);
+    EXPECT_EQ(names(s.visibleItems()), (QStringList{"plan 2.pdf", "plan 10.pdf"}));
+}
