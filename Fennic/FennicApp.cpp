@@ -1,5 +1,6 @@
 // The application's entry point: the window, the demonstration, the capture run and the
 // self-test.
+#include "SabloKit/Updater.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/ImageIndexer.h"
@@ -10,7 +11,6 @@
 #include "desktopsearch/DesktopSearch.h"
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
-#include "SabloKit/Updater.h"
 #include "quick/HotKey.h"
 #include "selftest/SelfTest.h"
 #include "theme/DesktopLook.h"
@@ -103,8 +103,7 @@ int runWindow(int argc, char** argv, bool demo)
     parser.addVersionOption();
     parser.addOption({QStringLiteral("demo"), QStringLiteral("Open a demonstration library instead of your folders.")});
     parser.addOption({QStringLiteral("self-test"), QStringLiteral("Run the built-in end-to-end test and exit.")});
-    parser.addOption({QStringLiteral("quick-search"),
-                      QStringLiteral("Open the Quick Search panel (of the running Fennic, or start one).")});
+    parser.addOption({QStringLiteral("quick-search"), QStringLiteral("Open the Quick Search panel (of the running Fennic, or start one).")});
     parser.addOption({QStringLiteral("search-provider"),
                                      QStringLiteral("Start without the window, to answer the desktop's search.")});
     parser.process(app);

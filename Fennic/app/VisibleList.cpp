@@ -146,8 +146,7 @@ QList<FileItem> compute(const Inputs& in, const std::atomic<bool>* cancel)
     if (!looks && indexed && (in.sidebar.isGeneral() || member)) {
         std::vector<qsizetype> positions = in.index->filter(in.filters, context, cancel);
         if (cancelled(cancel)) return out;
-        if (member)
-            std::erase_if(positions, [&](qsizetype p) { return !member(items.at(p)); });
+        if (member) std::erase_if(positions, [&](qsizetype p) { return !member(items.at(p)); });
         SortKeys::sortPositions(in.sortKey, items, positions, in.ascending);
         out.reserve(qsizetype(positions.size()));
         for (qsizetype p : positions) out.append(items.at(p));

@@ -76,8 +76,7 @@ QImage overTop(QImage main, const QImage& panel, const QImage& below = QImage())
     p.fillRect(main.rect(), QColor(0, 0, 0, 90));
     const int top = main.height() / 6;
     p.drawImage(QPoint((main.width() - panel.width()) / 2, top), panel);
-    if (!below.isNull())
-        p.drawImage(QPoint((main.width() - below.width()) / 2, top + panel.height() + 12), below);
+    if (!below.isNull()) p.drawImage(QPoint((main.width() - below.width()) / 2, top + panel.height() + 12), below);
     return main;
 }
 
@@ -303,7 +302,7 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             preview->resize(720, 300);
             settle(600);
             save(QStringLiteral("quick-search-preview"), theme, false,
-                 overTop(shot(), panel->grab().toImage(), preview->grab().toImage()));
+                                overTop(shot(), panel->grab().toImage(), preview->grab().toImage()));
         }
         panel->dismiss();
         panel->model().setQuery(QString());

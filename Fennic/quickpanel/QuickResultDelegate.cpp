@@ -27,8 +27,7 @@ QFont secondaryFont(const QFont& base)
 
 QuickResultDelegate::QuickResultDelegate(QObject* parent)
     : QStyledItemDelegate(parent), m_theme(Theme::playful, QApplication::palette())
-{
-}
+{ }
 
 int QuickResultDelegate::rowHeight(const QFont& font)
 {

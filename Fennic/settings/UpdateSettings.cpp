@@ -70,11 +70,13 @@ void UpdateSettings::refresh()
     const bool enabled = m_updater && m_updater->isEnabled();
     const QString version = QCoreApplication::applicationVersion();
     if (!m_updater)
-        setLabelText(m_version, QStringLiteral("Fennic %1. Updates come from where Fennic was installed.").arg(version));
+        setLabelText(m_version,
+                     QStringLiteral("Fennic %1. Updates come from where Fennic was installed.").arg(version));
     else if (!enabled)
         setLabelText(m_version, QStringLiteral("Fennic %1. %2.").arg(version, m_updater->idleReason()));
     else
-        setLabelText(m_version, QStringLiteral("Fennic %1 keeps itself up to date.").arg(m_updater->installedVersion()));
+        setLabelText(m_version,
+                     QStringLiteral("Fennic %1 keeps itself up to date.").arg(m_updater->installedVersion()));
 
     m_automatic->setVisible(enabled);
     m_check->setVisible(enabled);

@@ -15,12 +15,10 @@ QString status(const Updater& updater)
     case Phase::checking: return QStringLiteral("Checking for updates…");
     case Phase::upToDate: return QStringLiteral("Fennic %1 is the newest version.").arg(updater.installedVersion());
     case Phase::available:
-        return QStringLiteral("Fennic %1 is available. You have %2.")
-            .arg(updater.offeredVersion(), updater.installedVersion());
+        return QStringLiteral("Fennic %1 is available. You have %2.") .arg(updater.offeredVersion(),
+                                                                           updater.installedVersion());
     case Phase::downloading:
-        return QStringLiteral("Downloading Fennic %1… %2%")
-            .arg(updater.offeredVersion())
-            .arg(int(std::floor(updater.fraction() * 100)));
+        return QStringLiteral("Downloading Fennic %1… %2%") .arg(updater.offeredVersion()).arg(int(std::floor(updater.fraction() * 100)));
     case Phase::ready:
         return QStringLiteral("Fennic %1 is ready. It installs when you quit Fennic.").arg(updater.offeredVersion());
     case Phase::failed: return updater.message();

@@ -1,7 +1,7 @@
 #include "UpdateWindow.h"
 
-#include "UpdateTexts.h"
 #include "SabloKit/Updater.h"
+#include "UpdateTexts.h"
 #include "theme/Labels.h"
 
 #include <QApplication>
@@ -27,8 +27,9 @@ UpdateWindow::UpdateWindow(Updater& updater, QWidget* parent) : QDialog(parent),
     setFixedWidth(420);
 
     m_icon = new QLabel(this);
-    const QIcon appIcon = QApplication::windowIcon().isNull() ? QIcon::fromTheme(QStringLiteral("system-software-update"))
-                                                              : QApplication::windowIcon();
+    const QIcon appIcon =
+        QApplication::windowIcon().isNull() ? QIcon::fromTheme(QStringLiteral("system-software-update"))
+                                            : QApplication::windowIcon();
     m_icon->setPixmap(appIcon.pixmap(56, 56));
     m_icon->setAlignment(Qt::AlignTop);
     m_headline = plainLabel(QString(), this);
@@ -57,8 +58,7 @@ UpdateWindow::UpdateWindow(Updater& updater, QWidget* parent) : QDialog(parent),
     m_page = new QPushButton(QStringLiteral("Release Page"), this);
     m_page->setAccessibleName(QStringLiteral("Open the release page"));
     m_page->setFlat(true);
-    connect(m_page, &QPushButton::clicked, this,
-            [this] { QDesktopServices::openUrl(QUrl(m_updater.releasePage())); });
+    connect(m_page, &QPushButton::clicked, this, [this] { QDesktopServices::openUrl(QUrl(m_updater.releasePage())); });
     m_later = new QPushButton(QStringLiteral("Later"), this);
     m_later->setAccessibleName(QStringLiteral("Later"));
     connect(m_later, &QPushButton::clicked, this, &QDialog::reject);
@@ -130,7 +130,8 @@ void UpdateWindow::refresh()
     m_main->setText(step);
     m_main->setAccessibleName(step);
     m_main->setEnabled(m_updater.isEnabled() && phase != Phase::checking && phase != Phase::downloading);
-    m_later->setText(phase == Phase::upToDate || phase == Phase::idle ? QStringLiteral("Close") : QStringLiteral("Later"));
+    m_later->setText(phase == Phase::upToDate || phase == Phase::idle ? QStringLiteral("Close")
+                                                                      : QStringLiteral("Later"));
     m_later->setAccessibleName(m_later->text());
     adjustSize();
 }

@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "SabloKit/Updater.h"
 #include "SessionResults.h"
 #include "StatusLine.h"
 #include "WindowActions.h"
@@ -21,17 +22,16 @@
 #include "library/Library.h"
 #include "quicklook/QuickLookWindow.h"
 #include "quickpanel/QuickPanel.h"
-#include "SabloKit/Updater.h"
-#include "settings/QuickSearchSettings.h"
-#include "settings/UpdateSettings.h"
-#include "update/UpdateWindow.h"
 #include "search/SearchParser.h"
+#include "settings/QuickSearchSettings.h"
 #include "settings/SettingsWindow.h"
+#include "settings/UpdateSettings.h"
 #include "sidebar/SidebarView.h"
 #include "theme/DesktopLook.h"
 #include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "toast/ToastOverlay.h"
+#include "update/UpdateWindow.h"
 #include "welcome/WelcomePage.h"
 
 #include <QActionGroup>

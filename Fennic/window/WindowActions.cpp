@@ -201,10 +201,9 @@ WindowActions::WindowActions(AppModel& app, Window window, QObject* parent)
                                      QStringLiteral("preferences-desktop-keyboard-shortcuts"),
                                                     [this] { showShortcuts(); });
     make(Id::checkForUpdates,
-         QStringLiteral("Check for &Updates…"),
-                        QKeySequence(), QStringLiteral("system-software-update"), [this] {
-                            if (m_window.checkForUpdates) m_window.checkForUpdates();
-                        });
+         QStringLiteral("Check for &Updates…"), QKeySequence(), QStringLiteral("system-software-update"), [this] {
+             if (m_window.checkForUpdates) m_window.checkForUpdates();
+         });
     make(Id::about,
          QStringLiteral("&About Fennic"),
                         QKeySequence(QStringLiteral("Shift+F1")),

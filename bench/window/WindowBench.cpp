@@ -17,11 +17,11 @@
 #include "ask/AskField.h"
 #include "browser/BrowserView.h"
 #include "home/HomePage.h"
-#include "quickpanel/QuickPanel.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
 #include "model/SupportFiles.h"
+#include "quickpanel/QuickPanel.h"
 #include "support/BenchTimer.h"
 #include "support/PaintCounter.h"
 #include "support/StallMeter.h"
@@ -292,7 +292,8 @@ int main(int argc, char** argv)
                 "thumbnailing for %d s more: longest stall %.1f ms\n",
                 qlonglong(model.library().items().size()), scanStall, model.images().ocrProgress().first, seconds,
                 meter.longestMs());
-    std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest), qPrintable(app.slowest()));
+    std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest),
+                qPrintable(app.slowest()));
 
     // 6. Memory with the thumbnail cache filled by scrolling through the library.
     for (int page = 0; page < 400; ++page) {
