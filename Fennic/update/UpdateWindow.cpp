@@ -123,7 +123,7 @@ void UpdateWindow::refresh()
     case Phase::ready: step = QStringLiteral("Install and Relaunch"); break;
     case Phase::failed: step = QStringLiteral("Try Again"); break;
     case Phase::idle:
-    case Phase::upToDate: step = QStringLiteral("Check Again"); break;
+    case Phase::upToDate:
     case Phase::checking:
     case Phase::downloading: step = QStringLiteral("Check Again"); break;
     }

@@ -34,7 +34,7 @@ public:
         // More invoices than the panel shows.
         for (int i = 1; i <= 15; ++i)
             tree.write(QStringLiteral("Documents/invoice %1.pdf").arg(i, 2, 10, QLatin1Char('0')),
-                                      QByteArray("%PDF-1.4\n") + QByteArray(100 * i, 'i'));
+                                      QByteArray("%PDF-1.4\n") + QByteArray(qsizetype(100) * i, 'i'));
         tree.write("Documents/holiday notes.txt", QByteArray(300, 'h'));
         qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
         Prefs::resetForTesting();
