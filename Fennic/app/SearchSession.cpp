@@ -52,6 +52,7 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
     // pictures for minutes, and a person waiting for results must not queue behind that.
     m_pool.setMaxThreadCount(1);
     m_pool.setObjectName(QStringLiteral("fennic-lists"));
+    m_settleTimer.setObjectName(QStringLiteral("SearchSession settle"));
     m_settleTimer.setSingleShot(true);
     m_settleTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_settleTimer, &QTimer::timeout, this, [this] {

@@ -110,11 +110,12 @@ const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const 
     const QList<NameHighlight::Range> marks = NameHighlight::ranges(lines.join(QString()), m_words);
     qsizetype offset = 0;
     for (const QString& text : lines) {
-        QTextLayout layout(text, font);
-        layout.beginLayout();
-        QTextLine line = layout.createLine();
+        auto layout = std::make_shared<QTextLayout>(text, font);
+        layout->setCacheEnabled(true);
+        layout->beginLayout();
+        QTextLine line = layout->createLine();
         if (line.isValid()) line.setLineWidth(1e6);
-        layout.endLayout();
+        layout->endLayout();
         QList<QRectF> boxes;
         if (line.isValid())
             for (const auto& range : marks) {
@@ -125,11 +126,7 @@ const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const 
                 const qreal x2 = line.cursorToX(int(end - offset));
                 boxes.append(QRectF(std::min(x1, x2) - 1.5, 0, std::abs(x2 - x1) + 3, line.height()));
             }
-        QStaticText staticText(text);
-        staticText.setTextFormat(Qt::PlainText);
-        staticText.setPerformanceHint(QStaticText::AggressiveCaching);
-        staticText.prepare(QTransform(), font);
-        laid->lines.append(staticText);
+        laid->lines.append(layout);
         laid->widths.append(line.isValid() ? line.naturalTextWidth() : 0);
         laid->marks.append(boxes);
         offset += text.size();
@@ -196,14 +193,13 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     qreal top = picture.bottom() + kTextGap;
     const LaidName& name = laidName(item.displayName(), option.font, textWidth);
     const QColor markColour = ThemeStyle::withOpacity(accent, m_style.isDark() ? 0.45 : 0.28);
-    painter->setFont(option.font);
     for (qsizetype i = 0; i < name.lines.size(); ++i) {
         const QPointF topLeft(card.center().x() - name.widths[i] / 2, top);
         painter->setPen(Qt::NoPen);
         painter->setBrush(markColour);
         for (const QRectF& box : name.marks[i]) painter->drawRoundedRect(box.translated(topLeft), 3, 3);
         painter->setPen(palette.color(QPalette::Text));
-        painter->drawStaticText(topLeft, name.lines[i]);
+        name.lines[i]->draw(painter, topLeft);
         top += nameMetrics.lineSpacing();
     }
     if (name.lines.size() < 2) top += nameMetrics.lineSpacing();

@@ -4,9 +4,10 @@
 #include "theme/ThemeStyle.h"
 
 #include <QCache>
-#include <QStaticText>
 #include <QStringList>
 #include <QStyledItemDelegate>
+#include <QTextLayout>
+#include <memory>
 
 namespace fennic {
 
@@ -47,7 +48,7 @@ private:
     // relative to each line's top left. Scrolling repaints the same cards again and again, and
     // laying out text is most of what painting a card costs.
     struct LaidName {
-        QList<QStaticText> lines;
+        QList<std::shared_ptr<QTextLayout>> lines;
         QList<qreal> widths;
         QList<QList<QRectF>> marks;
     };

@@ -55,6 +55,7 @@ CleanupPage::CleanupPage(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pa
     m_reviewPage = makeReview();
     for (QWidget* page : {m_overview, m_loading, m_empty, m_reviewPage}) m_stack->addWidget(page);
 
+    m_refreshTimer.setObjectName(QStringLiteral("CleanupPage refresh"));
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setInterval(0);
     connect(&m_refreshTimer, &QTimer::timeout, this, &CleanupPage::refresh);

@@ -113,6 +113,7 @@ HomePage::HomePage(AppModel& app, ThumbnailLoader& thumbnails, QWidget* parent)
     m_results->setSort(settings.sortKey(), settings.sortAscending());
 
     // The overview follows the library; bursts of changes are shown once.
+    m_refreshTimer.setObjectName(QStringLiteral("HomePage refresh"));
     m_refreshTimer.setSingleShot(true);
     m_refreshTimer.setInterval(0);
     connect(&m_refreshTimer, &QTimer::timeout, this, &HomePage::refresh);

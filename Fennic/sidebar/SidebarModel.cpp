@@ -26,6 +26,7 @@ const QString kUriList = QStringLiteral("text/uri-list");
 SidebarModel::SidebarModel(AppModel& app, QObject* parent)
     : QAbstractItemModel(parent), m_app(app), m_defaultRoots(Library::defaultRoots())
 {
+    m_rebuildTimer.setObjectName(QStringLiteral("SidebarModel rebuild"));
     m_rebuildTimer.setSingleShot(true);
     m_rebuildTimer.setInterval(0);
     connect(&m_rebuildTimer, &QTimer::timeout, this, &SidebarModel::rebuild);

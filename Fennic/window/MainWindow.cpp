@@ -157,6 +157,7 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     // What is shown. Changes are gathered into one refresh per turn of the event loop, so a
     // keystroke paints its chips first; while keys come quickly the list waits for a pause,
     // so that filtering a large library never holds up the next key.
+    m_resultsTimer.setObjectName(QStringLiteral("MainWindow results"));
     m_resultsTimer.setSingleShot(true);
     connect(&m_resultsTimer, &QTimer::timeout, this, &MainWindow::showResults);
     connect(&search, &SearchSession::queryChanged, this, [this] { m_lastKey.start(); });
