@@ -5,9 +5,12 @@
 #include "thumbnails/ThumbnailLoader.h"
 #include "thumbnails/ThumbnailMaker.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QMimeData>
 #include <QMimeDatabase>
+#include <QPointer>
+#include <QThreadPool>
 #include <QUrl>
 #include <algorithm>
 #include <cmath>
@@ -296,8 +299,43 @@ QString BrowserModel::folderText(const FileItem& item) const
     return folder;
 }
 
+void BrowserModel::prepareRows()
+{
+    if (m_rowsPreparing == m_items.constData()) return;
+    m_rowsPreparing = m_items.constData();
+    QPointer<BrowserModel> self(this);
+    QThreadPool::globalInstance()->start([self, items = m_items] {
+        QHash<QString, int> rows;
+        rows.reserve(items.size());
+        for (qsizetype i = 0; i < items.size(); ++i) rows.insert(items.at(i).path, int(i));
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, items, rows = std::move(rows)]() mutable {
+                if (!self) return;
+                if (self->m_rowsPreparing == items.constData()) self->m_rowsPreparing = nullptr;
+                // Taken only for the very list it was made from, unchanged.
+                if (!self->m_rowsStale || self->m_items.constData() != items.constData()
+                    || self->m_items.size() != items.size() || self->m_leavingFrom >= 0)
+                    return;
+                self->m_rows = std::move(rows);
+                self->m_rowsStale = false;
+            },
+            Qt::QueuedConnection);
+    });
+}
+
 void BrowserModel::thumbnailReady(const QString& path)
 {
+    // Indexing a long list's rows takes longer than a frame: until the index arrives from the
+    // pool, every row's picture counts as changed, and the views repaint the rows they show.
+    constexpr qsizetype kIndexHere = 20000;
+    if (m_rowsStale && m_items.size() > kIndexHere) {
+        prepareRows();
+        if (!m_items.isEmpty())
+            Q_EMIT dataChanged(index(0, int(Column::name)), index(int(m_items.size()) - 1, int(Column::name)),
+                               {Qt::DecorationRole});
+        return;
+    }
     const int row = rowOf(path);
     if (row < 0) return;
     const QModelIndex cell = index(row, int(Column::name));

@@ -82,6 +82,9 @@ private:
     QString text(const FileItem& item, Column column) const;
     QString folderText(const FileItem& item) const;
     void thumbnailReady(const QString& path);
+    // Makes the path → row index of a long list on the pool; it is taken when it arrives for
+    // the list still shown.
+    void prepareRows();
 
     ThumbnailLoader& m_thumbnails;
     QList<FileItem> m_items;
@@ -89,6 +92,7 @@ private:
     mutable QHash<QString, QIcon> m_icons;  // by extension
     mutable QHash<QString, int> m_rows;     // path → row, rebuilt when first needed after a change
     mutable bool m_rowsStale = true;
+    const FileItem* m_rowsPreparing = nullptr;  // the list whose rows are being indexed on the pool
     // While a replaced stretch leaves: the old list, whose rows from m_leavingFrom on (shifted
     // by the m_leavingShift rows just inserted) are still shown.
     QList<FileItem> m_leaving;

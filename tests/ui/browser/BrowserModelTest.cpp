@@ -259,3 +259,40 @@ TEST_F(BrowserModelTest, OnlyCardsOnScreenAskForPictures)
     EXPECT_TRUE(answered(pictures.last().path)) << "the last card, once on screen, gets its picture";
     EXPECT_EQ(view.model().index(39, 0).data(Qt::DecorationRole).typeId(), QMetaType::QImage);
 }
+
+TEST_F(BrowserModelTest, APictureInALongListRepaintsAtOnceThenFindsItsOwnRow)
+{
+    // Long enough that the list's rows are indexed on the pool rather than on the spot.
+    QList<FileItem> items;
+    for (int i = 0; i < 30000; ++i)
+        items.append(
+            datedItem(QStringLiteral("/srv/files/f%1.txt").arg(i), 10, FileKind::document, "2025-03-01T10:00:00Z"));
+    QList<FileItem> pictures;
+    for (int i = 0; i < 2; ++i) {
+        FileItem item =
+            test::itemAt(test::writePicture(tree, QStringLiteral("Pictures/q%1.png").arg(i), QSize(64, 48)));
+        item.modified = Date::fromUnix(1'700'000'000);
+        pictures.append(item);
+    }
+    items.insert(25000, pictures[0]);
+    items.insert(27000, pictures[1]);
+    model.setItems(items);
+    Changes changes(model);
+    QSignalSpy ready(&loader, &ThumbnailLoader::ready);
+
+    (void)model.index(25000, 0).data(Qt::DecorationRole);
+    ASSERT_TRUE(ready.wait(10000));
+    ASSERT_EQ(changes.changed.count(), 1);
+    const int first = changes.changed.at(0).at(0).toModelIndex().row();
+    const int last = changes.changed.at(0).at(1).toModelIndex().row();
+    EXPECT_TRUE(first <= 25000 && 25000 <= last) << "the rows shown repaint before the row is known";
+
+    // Once the index has come back from the pool, a picture names its own row.
+    QTest::qWait(300);
+    changes.clear();
+    (void)model.index(27000, 0).data(Qt::DecorationRole);
+    ASSERT_TRUE(ready.wait(10000));
+    ASSERT_EQ(changes.changed.count(), 1);
+    EXPECT_EQ(changes.changed.at(0).at(0).toModelIndex().row(), 27000);
+    EXPECT_EQ(changes.changed.at(0).at(1).toModelIndex().row(), 27000);
+}
