@@ -3,11 +3,11 @@
 #include "BrowserModel.h"
 #include "NameHighlight.h"
 #include "model/Fmt.h"
+#include "theme/ScaledPicture.h"
 
 #include <QApplication>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPixmapCache>
 #include <QTextLayout>
 #include <algorithm>
 #include <cmath>
@@ -21,19 +21,6 @@ constexpr int kMargin = 3;   // around the card, for its shadow and focus ring
 constexpr int kPadding = 8;  // inside the card, around the picture and the text
 constexpr int kTextGap = 6;  // between the picture and the name
 constexpr int kLineGap = 2;  // between the name and the detail
-
-// The picture of a thumbnail scaled to `size` device pixels, kept in the pixmap cache so
-// scrolling back over a card doesn't scale it again.
-QPixmap scaledPicture(const QImage& image, QSize size)
-{
-    const QString key =
-        QStringLiteral("fennic-card:%1:%2x%3").arg(image.cacheKey()).arg(size.width()).arg(size.height());
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap)) return pixmap;
-    pixmap = QPixmap::fromImage(image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
-}
 
 }  // namespace
 

@@ -2,12 +2,12 @@
 
 #include "FinderModel.h"
 #include "theme/Icons.h"
+#include "theme/ScaledPicture.h"
 
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
-#include <QPixmapCache>
 #include <algorithm>
 #include <cmath>
 
@@ -31,17 +31,6 @@ QFont smallFont(const QFont& base)
 }
 
 QString moreLikeThisText() { return QStringLiteral("More like this"); }
-
-QPixmap scaledPicture(const QImage& image, QSize size)
-{
-    const QString key =
-        QStringLiteral("fennic-finder:%1:%2x%3").arg(image.cacheKey()).arg(size.width()).arg(size.height());
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap)) return pixmap;
-    pixmap = QPixmap::fromImage(image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
-}
 
 }  // namespace
 
