@@ -89,7 +89,7 @@ void DuplicateScan::findDuplicates()
     m_tasks.run([this, snapshot, downloads, prints, stopping, report] {
         auto exact = DuplicateFinder::exact(
             snapshot, downloads, [&](double p) { report(0.6 * p); }, stopping.get());
-        // Items loaded from the cache have no camera dates yet.
+        // Pictures the scans did not date (a library cache without its dates file).
         QList<FileItem> dated = snapshot;
         CaptureDate::fillMissing(dated);
         auto alike = DuplicateFinder::lookalikes(

@@ -2,6 +2,8 @@
 
 #include "AppSettings.h"
 #include "BackgroundTasks.h"
+#include "library/CaptureDate.h"
+#include "library/CaptureDateFile.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
 #include "library/Scanner.h"
@@ -113,7 +115,7 @@ void LibraryModel::scan()
     // Listeners stop what the scan's result would make stale (image indexing) before the
     // trackers below take their snapshots.
     Q_EMIT scanStarted(generation);
-    const Scanner scanner(roots(), Library::appFolders(), kMaxItems);
+    Scanner scanner(roots(), Library::appFolders(), kMaxItems);
     const auto stopping = m_tasks.stopping();
     const QList<FileItem> previous = m_items;
     QList<DepartureCheck> checks;
@@ -130,6 +132,8 @@ void LibraryModel::scan()
                     },
                     Qt::QueuedConnection);
             };
+            // Pictures unchanged since the last scan keep the camera dates read then.
+            scanner.setKnownDates(std::make_shared<const CaptureDate::Memory>(CaptureDate::remember(previous)));
             QList<FileItem> result = scanner.scan(progress, stopping.get());
             if (stopping->load()) return;
             if (m_env.scanListed) m_env.scanListed();
@@ -221,10 +225,12 @@ void LibraryModel::refreshDownloads()
 {
     if (m_isScanning || m_env.isDemo()) return;
     const QString downloads = Library::downloads();
-    const Scanner scanner({downloads}, {}, kMaxItems);
+    Scanner scanner({downloads}, {}, kMaxItems);
     const int generation = m_scanGeneration;
+    const QList<FileItem> previous = m_items;
     m_tasks.run(
-        [this, scanner, downloads, generation] {
+        [this, scanner, downloads, generation, previous]() mutable {
+            scanner.setKnownDates(std::make_shared<const CaptureDate::Memory>(CaptureDate::remember(previous)));
             QList<FileItem> fresh = scanner.scan();
             QMetaObject::invokeMethod(
                 this,
@@ -372,6 +378,8 @@ void LibraryModel::addCameraModels(const QHash<QString, QString>& cameras)
 void LibraryModel::loadCache()
 {
     if (auto cached = LibraryCache::load(SupportFiles::current().libraryCache())) {
+        if (const auto dates = CaptureDateFile::load(CaptureDateFile::defaultPath()))
+            CaptureDate::recall(*cached, *dates);
         Derived derived = derive(*cached);
         setItems(std::move(*cached), std::move(derived));
     }
@@ -387,7 +395,12 @@ void LibraryModel::saveCache()
         [this, snapshot, writes, ticket] {
             bool ok = true;
             // The path is found here: finding it makes sure the folder exists, which is disk work.
-            writes->run(ticket, [&] { ok = LibraryCache::save(SupportFiles::current().libraryCache(), snapshot); });
+            writes->run(ticket, [&] {
+                ok = LibraryCache::save(SupportFiles::current().libraryCache(), snapshot);
+                // The cache's keys are fixed: the camera dates go beside it. Losing them costs
+                // only a reread at the next scan, so their failure is not the cache's.
+                CaptureDateFile::save(CaptureDateFile::defaultPath(), CaptureDate::remember(snapshot));
+            });
             QMetaObject::invokeMethod(
                 this, [this, ok] { Q_EMIT cacheSaved(ok); }, Qt::QueuedConnection);
         },

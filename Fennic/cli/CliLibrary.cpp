@@ -1,6 +1,7 @@
 // fennic-cli scan, list and stats: the library core without a window.
 #include "CliCommand.h"
 
+#include "library/CaptureDateFile.h"
 #include "library/Lately.h"
 #include "library/Library.h"
 #include "library/LibraryCache.h"
@@ -43,7 +44,10 @@ int runScan(CliArgs& args)
 {
     expectNoArguments(args, "scan");
     const bool showProgress = progressOnTerminal();
-    const Scanner scanner(Library::defaultRoots(), Library::appFolders());
+    Scanner scanner(Library::defaultRoots(), Library::appFolders());
+    // Pictures unchanged since the last scan keep the camera dates read then.
+    if (auto known = CaptureDateFile::load(CaptureDateFile::defaultPath()))
+        scanner.setKnownDates(std::make_shared<const CaptureDate::Memory>(std::move(*known)));
 
     QElapsedTimer timer;
     timer.start();
@@ -63,6 +67,8 @@ int runScan(CliArgs& args)
         err() << "fennic-cli: could not write " << file << '\n';
         return 1;
     }
+    // Without it the next scan only reads the dates again.
+    CaptureDateFile::save(CaptureDateFile::defaultPath(), CaptureDate::remember(items));
     const LibraryStats stats(items);
     out() << "Scanned "
           << Fmt::count(items.size(), QStringLiteral("item"))

@@ -182,7 +182,7 @@ int runDuplicates(CliArgs& args)
     QList<DuplicateGroup> lookalikes;
     if (!exactOnly) {
         const ImageIndex index = ImageIndex::load(SupportFiles::current().imageIndex()).value_or(ImageIndex());
-        // The cache keeps no camera dates: read them for the pictures.
+        // Pictures the last scan did not date (a library cache without its dates file).
         QList<FileItem> dated = *items;
         CaptureDate::fillMissing(dated);
         lookalikes =

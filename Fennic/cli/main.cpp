@@ -1,4 +1,5 @@
 #include "CliCommand.h"
+#include "library/CaptureDateFile.h"
 #include "library/LibraryCache.h"
 #include "library/Prefs.h"
 
@@ -55,6 +56,9 @@ std::optional<QList<FileItem>> cachedItems()
         return std::nullopt;
     }
     auto items = LibraryCache::load(file);
+    if (items)
+        if (const auto dates = CaptureDateFile::load(CaptureDateFile::defaultPath()))
+            CaptureDate::recall(*items, *dates);
     if (!items) err() << "fennic-cli: the library cache " << file << " is unreadable or damaged: run fennic-cli scan\n";
     return items;
 }

@@ -1,5 +1,7 @@
 #include "library/CaptureDate.h"
 
+#include "library/ExifReader.h"
+
 #include <QFile>
 #include <QRegularExpression>
 #include <QSet>
@@ -8,9 +10,7 @@
 #pragma GCC diagnostic ignored "-Wdeprecated-declarations"
 #include <exiv2/exiv2.hpp>
 #pragma GCC diagnostic pop
-#include <cstring>
 #include <fcntl.h>
-#include <string_view>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,27 +25,45 @@ QString exifText(const Exiv2::ExifData& exif, const char* key)
     return QString::fromUtf8(it->toString().c_str()).trimmed();
 }
 
-// Whether the file is a regular file that begins like a format that carries Exif: JPEG, TIFF
-// and the TIFF-based raw formats, PNG, WebP, HEIF/CR3 (ISO boxes), Fujifilm RAF. Most pictures
-// a scan meets that are not photographs (and files named like pictures that are not) are
-// settled by this one small read, before libexiv2 opens anything; a pipe or a device is never
-// opened for reading.
-bool startsLikeAPhoto(const QByteArray& path)
+// The containers the direct reader leaves alone (HEIF, CR3, RAF): libexiv2 parses them.
+std::optional<Reading> readWithExiv2(const QByteArray& path)
 {
-    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0) return false;
-    struct stat st { };
-    unsigned char head[16] = {};
-    const bool regular = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
-    const ssize_t got = regular ? ::pread(fd, head, sizeof head, 0) : -1;
-    ::close(fd);
-    if (got < 12) return false;
-    using namespace std::string_view_literals;
-    auto is = [&](size_t at, std::string_view text) { return std::memcmp(head + at, text.data(), text.size()) == 0; };
-    return (head[0] == 0xFF && head[1] == 0xD8 && head[2] == 0xFF) || is(0, "II*\0"sv) || is(0, "MM\0*"sv)
-        || is(0, "IIRO") || is(0, "IIRS") || is(0, "IIU\0"sv) || is(0, "\x89PNG") || (is(0, "RIFF") && is(8, "WEBP"))
-        || is(4, "ftyp") || is(0, "FUJIFILM");
+    static const bool quiet = [] {
+        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
+        return true;
+    }();
+    (void)quiet;
+    try {
+        auto image = Exiv2::ImageFactory::open(std::string(path.constData(), size_t(path.size())));
+        if (!image.get()) return std::nullopt;
+        image->readMetadata();
+        const Exiv2::ExifData& exif = image->exifData();
+        if (exif.empty()) return std::nullopt;
+        return parse(exifText(exif, "Exif.Photo.DateTimeOriginal"), exifText(exif, "Exif.Photo.SubSecTimeOriginal"),
+                     exifText(exif, "Exif.Photo.OffsetTimeOriginal"));
+    } catch (const std::exception&) {
+        // Not an image exiv2 can read, or a damaged one: no date.
+    }
+    return std::nullopt;
 }
+
+// Reads an opened file; the caller closes it. A pipe or a device is never read: O_NONBLOCK
+// kept the open from waiting on one, and fstat turns it away.
+std::optional<Reading> readOpened(int fd, const QByteArray& fallbackPath)
+{
+    struct stat st { };
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    const ExifReader::Result result = ExifReader::readDateFields(fd);
+    switch (result.outcome) {
+    case ExifReader::Outcome::found:
+        return parse(result.fields.dateTime, result.fields.subSeconds, result.fields.offset);
+    case ExifReader::Outcome::unsupported: return readWithExiv2(fallbackPath);
+    case ExifReader::Outcome::none: break;
+    }
+    return std::nullopt;
+}
+
+constexpr int kOpenFlags = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | O_NOFOLLOW;
 
 }  // namespace
 
@@ -89,40 +107,66 @@ std::optional<Reading> parse(const QString& dateTime, const QString& subSeconds,
 
 std::optional<Reading> read(const QString& path)
 {
-    static const bool quiet = [] {
-        Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute);
-        return true;
-    }();
-    (void)quiet;
     const QByteArray bytes = QFile::encodeName(path);
-    if (!startsLikeAPhoto(bytes)) return std::nullopt;
-    try {
-        auto image = Exiv2::ImageFactory::open(std::string(bytes.constData(), size_t(bytes.size())));
-        if (!image.get()) return std::nullopt;
-        image->readMetadata();
-        const Exiv2::ExifData& exif = image->exifData();
-        if (exif.empty()) return std::nullopt;
-        return parse(exifText(exif, "Exif.Photo.DateTimeOriginal"), exifText(exif, "Exif.Photo.SubSecTimeOriginal"),
-                     exifText(exif, "Exif.Photo.OffsetTimeOriginal"));
-    } catch (const std::exception&) {
-        // Not an image exiv2 can read, or a damaged one: no date.
-    }
-    return std::nullopt;
+    const int fd = ::open(bytes.constData(), kOpenFlags & ~O_NOFOLLOW);
+    if (fd < 0) return std::nullopt;
+    std::optional<Reading> reading = readOpened(fd, bytes);
+    ::close(fd);
+    return reading;
 }
+
+std::optional<Reading> readAt(int dirFd, const char* name)
+{
+    const int fd = ::openat(dirFd, name, kOpenFlags);
+    if (fd < 0) return std::nullopt;
+    // libexiv2 wants a path for the containers only it reads; the descriptor's own stands in.
+    std::optional<Reading> reading = readOpened(fd, "/proc/self/fd/" + QByteArray::number(fd));
+    ::close(fd);
+    return reading;
+}
+
+bool wanted(const FileItem& item) { return item.kind == FileKind::image && mayCarryDate(item.ext); }
 
 void fill(FileItem& item)
 {
-    if (item.kind != FileKind::image || !mayCarryDate(item.ext)) return;
-    if (const auto reading = read(item.path)) {
-        item.taken = reading->date;
-        item.takenFrom = reading->from;
-    }
+    if (!wanted(item)) return;
+    const auto reading = read(item.path);
+    item.taken = reading ? std::optional<Date>(reading->date) : std::nullopt;
+    item.takenFrom = reading ? reading->from : FileItem::TakenFrom::fileSystem;
 }
 
 void fillMissing(QList<FileItem>& items)
 {
     for (FileItem& item : items)
-        if (!item.taken) fill(item);
+        if (item.takenFrom == FileItem::TakenFrom::unread) fill(item);
+}
+
+Memory remember(const QList<FileItem>& items)
+{
+    Memory memory;
+    for (const FileItem& item : items)
+        if (item.takenFrom != FileItem::TakenFrom::unread && wanted(item))
+            memory.insert(item.path, Known{item.size, item.modified, item.taken, item.takenFrom});
+    return memory;
+}
+
+const Known* lookUp(const Memory& memory, const QString& path, qint64 size, Date modified)
+{
+    const auto it = memory.constFind(path);
+    if (it == memory.constEnd() || it->size != size || it->modified != modified) return nullptr;
+    return &*it;
+}
+
+void recall(QList<FileItem>& items, const Memory& memory)
+{
+    if (memory.isEmpty()) return;
+    for (FileItem& item : items) {
+        if (!wanted(item)) continue;
+        if (const Known* known = lookUp(memory, item.path, item.size, item.modified)) {
+            item.taken = known->taken;
+            item.takenFrom = known->from;
+        }
+    }
 }
 
 }  // namespace fennic::CaptureDate

@@ -1,6 +1,7 @@
 #include "Scanner.h"
 
 #include "FileAttributes.h"
+#include "library/CaptureDate.h"
 #include "model/DownloadSource.h"
 #include "model/FileKind.h"
 
@@ -43,6 +44,7 @@ struct ExtInfo {
     bool screenshot = false;      // one of the screenshot extensions
     bool package = false;         // a folder with this extension is a package
     bool skippedPackage = false;  // ... and one that is left out whole
+    bool dated = false;           // a picture whose camera date is looked for
 };
 
 struct TransparentHash {
@@ -71,6 +73,7 @@ public:
         info.screenshot = Scanner::screenshotExtensions().contains(info.ext);
         info.package = Scanner::packageExtensions().contains(info.ext);
         info.skippedPackage = Scanner::skippedPackages().contains(info.ext);
+        info.dated = info.kind == FileKind::image && CaptureDate::mayCarryDate(info.ext);
         return m_map.emplace(std::string(raw), std::move(info)).first->second;
     }
 
@@ -193,9 +196,27 @@ struct Run {
     std::vector<Entry> entries;
 };
 
+// The camera's date of a picture: remembered from an earlier scan while the file is unchanged,
+// else read through the open folder (usually one small read).
+void dateItem(FileItem& item, int dirfd, const char* name, const CaptureDate::Memory* known)
+{
+    if (const CaptureDate::Known* k =
+            known ? CaptureDate::lookUp(*known, item.path, item.size, item.modified) : nullptr) {
+        item.taken = k->taken;
+        item.takenFrom = k->from;
+        return;
+    }
+    if (const auto reading = CaptureDate::readAt(dirfd, name)) {
+        item.taken = reading->date;
+        item.takenFrom = reading->from;
+    } else {
+        item.takenFrom = FileItem::TakenFrom::fileSystem;
+    }
+}
+
 // The second stage: reads each entry's attributes and builds its item. Reading attributes is
 // a second lookup of every file, about as costly as its statx, so it runs beside the walk.
-void buildRun(const Run& run, QList<FileItem>& out)
+void buildRun(const Run& run, QList<FileItem>& out, const CaptureDate::Memory* known)
 {
     const OpenFolder& folder = *run.folder;
     for (const Run::Entry& e : run.entries) {
@@ -207,9 +228,11 @@ void buildRun(const Run& run, QList<FileItem>& out)
         QString path;
         path.reserve(folder.path.size() + 1 + fileName.size());
         path.append(folder.path).append(u'/').append(fileName);
-        out.append(assemble(std::move(path), std::move(fileName), e.ext->ext, e.ext->kind, e.values,
-                            itemSize(e.values, folder.fd, name),
-                            attrs.any() ? FA::whereFroms(target, attrs) : QStringList(), screenshot));
+        FileItem item = assemble(std::move(path), std::move(fileName), e.ext->ext, e.ext->kind, e.values,
+                                 itemSize(e.values, folder.fd, name),
+                                 attrs.any() ? FA::whereFroms(target, attrs) : QStringList(), screenshot);
+        if (e.ext->dated && e.values.isRegularFile) dateItem(item, folder.fd, name, known);
+        out.append(std::move(item));
     }
 }
 
@@ -265,11 +288,11 @@ private:
     bool m_closed = false;
 };
 
-void buildItems(PacketQueue& queue, QList<FileItem>& out)
+void buildItems(PacketQueue& queue, QList<FileItem>& out, const CaptureDate::Memory* known)
 {
     while (std::optional<Packet> packet = queue.pop()) {
         out.append(std::move(packet->built));
-        for (const Run& run : packet->runs) buildRun(run, out);
+        for (const Run& run : packet->runs) buildRun(run, out, known);
     }
 }
 
@@ -277,8 +300,9 @@ void buildItems(PacketQueue& queue, QList<FileItem>& out)
 // deciding from each entry's type, name and statx which entries become items.
 class Walker {
 public:
-    Walker(int maxItems, const std::function<void(int)>& progress, const std::atomic<bool>* cancel, PacketQueue& queue)
-        : m_maxItems(maxItems), m_progress(progress), m_cancel(cancel), m_queue(queue)
+    Walker(int maxItems, const std::function<void(int)>& progress, const std::atomic<bool>* cancel, PacketQueue& queue,
+           const CaptureDate::Memory* known)
+        : m_maxItems(maxItems), m_progress(progress), m_cancel(cancel), m_queue(queue), m_known(known)
     { }
 
     bool stopped() const { return m_stop; }
@@ -322,7 +346,7 @@ private:
     {
         if (m_packet.runs.empty()) return;
         if (!m_queue.tryPush(m_packet)) {
-            for (const Run& run : m_packet.runs) buildRun(run, m_packet.built);
+            for (const Run& run : m_packet.runs) buildRun(run, m_packet.built, m_known);
             m_packet.runs.clear();
             m_queue.tryPush(m_packet);
         }
@@ -399,6 +423,7 @@ private:
     const std::function<void(int)>& m_progress;
     const std::atomic<bool>* m_cancel;
     PacketQueue& m_queue;
+    const CaptureDate::Memory* m_known;
     ExtMemo m_exts;
     Run m_run;
     Packet m_packet;
@@ -449,9 +474,9 @@ QList<FileItem> Scanner::scan(const std::function<void(int)>& progress, const st
     QList<FileItem> out;
     const QStringList roots = distinctRoots(m_roots);
     PacketQueue queue;
-    Walker walker(m_maxItems, progress, cancel, queue);
+    Walker walker(m_maxItems, progress, cancel, queue, m_knownDates.get());
     {
-        std::thread builder(buildItems, std::ref(queue), std::ref(out));
+        std::thread builder(buildItems, std::ref(queue), std::ref(out), m_knownDates.get());
         // Whatever happens to the walk, the builder is told to finish and joined.
         const auto joinBuilder = qScopeGuard([&] {
             queue.close();
@@ -516,8 +541,10 @@ std::optional<FileItem> Scanner::makeItem(const QString& path, const EntryValues
     const QString ext = pathExtension(name).toLower();
     const QByteArray bytes = QFile::encodeName(path);
     const qint64 size = itemSize(values, AT_FDCWD, bytes.constData());
-    return assemble(path, name, ext, FileKinds::classify(ext), values, size, whereFroms(path),
-                    isScreenshot(path, name, ext));
+    FileItem item = assemble(path, name, ext, FileKinds::classify(ext), values, size, whereFroms(path),
+                             isScreenshot(path, name, ext));
+    if (values.isRegularFile) CaptureDate::fill(item);
+    return item;
 }
 
 std::optional<FileItem> Scanner::makeItem(const QString& path)

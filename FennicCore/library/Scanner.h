@@ -1,5 +1,6 @@
 #pragma once
 
+#include "library/CaptureDate.h"
 #include "model/FileItem.h"
 
 #include <QByteArray>
@@ -9,6 +10,7 @@
 #include <QStringList>
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace fennic {
@@ -48,18 +50,23 @@ public:
     const QStringList& appFolders() const { return m_appFolders; }
     int maxItems() const { return m_maxItems; }
 
+    // Camera dates learnt by an earlier scan: a picture whose size and modification time are
+    // unchanged takes its date from here instead of being opened again.
+    void setKnownDates(std::shared_ptr<const CaptureDate::Memory> known) { m_knownDates = std::move(known); }
+
     // The walk: roots first (standardised, redundant roots dropped, symbolic links never
     // followed, hidden entries, skipped folders, skipped packages, sync placeholders and names
     // that are not UTF-8 left out, at most maxItems items, in depth-first name order), then
     // the applications of appFolders (not counted against maxItems). `progress` gets the
     // running count every 500 items, on the calling thread. Setting `cancel` stops the walk
     // early and returns what was found so far. Blocking; never fails: anything unreadable is
-    // skipped. Uses one helper thread for the duration of the call.
+    // skipped. Uses one helper thread for the duration of the call. Every picture that may
+    // carry a camera date gets it (`taken`, `takenFrom`), read or remembered.
     QList<FileItem> scan(const std::function<void(int)>& progress = {},
                          const std::atomic<bool>* cancel = nullptr) const;
 
-    // Builds an item from a path and its already read values (attributes and, for a package,
-    // its size are read here); none when the path holds unpaired surrogates and so names no
+    // Builds an item from a path and its already read values (attributes, a picture's camera
+    // date and, for a package, its size are read here); none when the path holds unpaired surrogates and so names no
     // file faithfully.
     static std::optional<FileItem> makeItem(const QString& path, const EntryValues& values);
     // Reads the values of one path first (without following a final link); none when they
@@ -91,6 +98,7 @@ private:
     QStringList m_roots;
     QStringList m_appFolders;
     int m_maxItems;
+    std::shared_ptr<const CaptureDate::Memory> m_knownDates;
 };
 
 }  // namespace fennic

@@ -29,16 +29,17 @@ struct FileItem {
     std::optional<QString> sourceKey;
     std::optional<Date> lastUsed;   // applications only
     std::optional<QString> camera;  // filled later from the image's metadata
-    // When a photograph was taken, by the camera's own clock (Exif), read during the scan. Not
-    // kept in the library cache, whose keys are fixed: absent after a cache load until the next
-    // scan or until someone asks (CaptureDate::fillMissing).
+    // When a photograph was taken, by the camera's own clock (Exif), read during the scan. The
+    // library cache's keys are fixed, so these two travel beside it in their own file
+    // (CaptureDateFile) and come back with it.
     std::optional<Date> taken;
     enum class TakenFrom : quint8 {
-        fileSystem,        // no camera date: `created` stands in
+        unread,            // not looked for: not a photograph, or an item whose date was not kept
+        fileSystem,        // looked for, none recorded: `created` stands in
         cameraClock,       // Exif DateTimeOriginal read in the local time zone (no offset recorded)
         cameraWithOffset,  // Exif DateTimeOriginal with its OffsetTimeOriginal
     };
-    TakenFrom takenFrom = TakenFrom::fileSystem;
+    TakenFrom takenFrom = TakenFrom::unread;
 
     // Seconds by which `added` must exceed `modified` before the edit date is shown instead.
     static constexpr double kAddedLagForModifiedDate = 86400.0;

@@ -5,6 +5,7 @@
 
 #include <QImage>
 #include <QSemaphore>
+#include <QTimeZone>
 #include <exiv2/exiv2.hpp>
 
 #include <QSettings>
@@ -127,6 +128,34 @@ TEST(LibraryModel, CameraModelsReadByIndexingSurviveScans)
     ASSERT_TRUE(m.waitForIdle(60000));
     ASSERT_EQ(m.library().items().size(), 1);
     EXPECT_EQ(m.library().items()[0].camera, "Pocket 3");
+}
+
+TEST(LibraryModel, CameraDatesComeBackWithTheCache)
+{
+    AppFixture f;
+    QImage image(64, 48, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    const QString photo = f.tree.path("Pictures/p.jpg");
+    ASSERT_TRUE(image.save(photo, "JPEG"));
+    auto exif = Exiv2::ImageFactory::open(QFile::encodeName(photo).toStdString());
+    exif->readMetadata();
+    exif->exifData()["Exif.Photo.DateTimeOriginal"] = std::string("2022:03:04 05:06:07");
+    exif->exifData()["Exif.Photo.OffsetTimeOriginal"] = std::string("+00:00");
+    exif->writeMetadata();
+    const Date taken = Date::fromQDateTime(QDateTime(QDate(2022, 3, 4), QTime(5, 6, 7), QTimeZone(0)));
+    {
+        AppModel& first = f.make();
+        first.images().setImageIndexPaused(true);
+        first.library().scan();
+        ASSERT_TRUE(first.waitForIdle());
+        ASSERT_EQ(first.library().items().size(), 1);
+        EXPECT_EQ(first.library().items()[0].taken, taken) << "read during the scan";
+    }
+    f.model.reset();
+    AppModel& m = f.make();
+    ASSERT_EQ(m.library().items().size(), 1) << "the cache is loaded during construction";
+    EXPECT_EQ(m.library().items()[0].taken, taken);
+    EXPECT_EQ(m.library().items()[0].takenFrom, FileItem::TakenFrom::cameraWithOffset);
 }
 
 TEST(LibraryModel, TrashAndPutBackDuringAScanSurviveItsResult)

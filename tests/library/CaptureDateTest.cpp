@@ -1,4 +1,5 @@
 #include "library/CaptureDate.h"
+#include "library/CaptureDateFile.h"
 #include "library/Scanner.h"
 #include "organise/DuplicateFinder.h"
 #include "support/TempTree.h"
@@ -81,28 +82,107 @@ TEST(CaptureDateTest, ParsesExifDates)
         EXPECT_EQ(CaptureDate::parse(row.dateTime, row.subSeconds, row.offset), row.expected) << row.name;
 }
 
-TEST(CaptureDateTest, ScannedPicturesGetTheCamerasDateWhenLookalikesAreSought)
+TEST(CaptureDateTest, TheScanDatesPicturesAndRemembersThemUntilTheyChange)
 {
     TempTree tree;
     const QString dated = photo(tree, "Pictures/dated.jpg", "2023:08:14 18:30:05", "+01:00");
+    const QString clock = photo(tree, "Pictures/clock.jpg", "2023:08:14 18:30:05");
     const QString undated = photo(tree, "Pictures/undated.jpg", nullptr);
-    tree.write("Pictures/fake.jpg", "plain text");
+    const QString fake = tree.write("Pictures/fake.jpg", "plain text");
+    const QString notes = tree.write("Pictures/notes.txt", "2023:08:14 18:30:05");
     QList<FileItem> items = Scanner({tree.path("Pictures")}, {}).scan();
-    ASSERT_EQ(items.size(), 3);
-    CaptureDate::fillMissing(items);
-    for (const FileItem& item : items) {
-        SCOPED_TRACE(item.name.toStdString());
-        if (item.path == dated) {
-            EXPECT_EQ(item.taken, utc(2023, 8, 14, 17, 30, 5));
-            EXPECT_EQ(item.takenFrom, Taken::cameraWithOffset);
-            EXPECT_EQ(item.captureDate(), *item.taken);
-        } else {
-            EXPECT_FALSE(item.taken);
-            EXPECT_EQ(item.takenFrom, Taken::fileSystem);
-            EXPECT_EQ(item.captureDate(), item.created);
-        }
+    ASSERT_EQ(items.size(), 5);
+    auto byPath = [](const QList<FileItem>& list, const QString& path) {
+        for (const FileItem& item : list)
+            if (item.path == path) return item;
+        ADD_FAILURE() << path.toStdString();
+        return FileItem();
+    };
+    EXPECT_EQ(byPath(items, dated).taken, utc(2023, 8, 14, 17, 30, 5));
+    EXPECT_EQ(byPath(items, dated).takenFrom, Taken::cameraWithOffset);
+    EXPECT_EQ(byPath(items, dated).captureDate(), utc(2023, 8, 14, 17, 30, 5));
+    EXPECT_EQ(byPath(items, clock).taken, local(2023, 8, 14, 18, 30, 5));
+    EXPECT_EQ(byPath(items, clock).takenFrom, Taken::cameraClock);
+    for (const QString& path : {undated, fake}) {
+        EXPECT_FALSE(byPath(items, path).taken) << path.toStdString();
+        EXPECT_EQ(byPath(items, path).takenFrom, Taken::fileSystem) << "looked for, none found";
+        EXPECT_EQ(byPath(items, path).captureDate(), byPath(items, path).created);
     }
-    (void)undated;
+    EXPECT_EQ(byPath(items, notes).takenFrom, Taken::unread) << "only pictures are opened";
+
+    // A later scan takes the remembered date of an unchanged picture without opening it: the
+    // picture's date is rewritten in place and its modification time put back, so only a
+    // reread would see the new date.
+    const CaptureDate::Memory memory = CaptureDate::remember(items);
+    EXPECT_EQ(memory.size(), 4);
+    const Date stamp = byPath(items, dated).modified;
+    {
+        QFile file(dated);
+        ASSERT_TRUE(file.open(QIODevice::ReadWrite));
+        QByteArray bytes = file.readAll();
+        const qsizetype at = bytes.indexOf("2023:08:14 18:30:05");
+        ASSERT_GT(at, 0);
+        bytes.replace(at, 19, "1999:01:01 00:00:00");
+        ASSERT_TRUE(file.seek(0));
+        ASSERT_EQ(file.write(bytes), bytes.size());
+    }
+    tree.setTimes(dated, stamp);
+    Scanner again({tree.path("Pictures")}, {});
+    again.setKnownDates(std::make_shared<const CaptureDate::Memory>(memory));
+    const QList<FileItem> rescanned = again.scan();
+    EXPECT_EQ(byPath(rescanned, dated).taken, utc(2023, 8, 14, 17, 30, 5)) << "remembered, not reread";
+    EXPECT_EQ(byPath(rescanned, clock).taken, local(2023, 8, 14, 18, 30, 5));
+    EXPECT_EQ(byPath(rescanned, undated).takenFrom, Taken::fileSystem);
+
+    // A picture edited since is read again.
+    tree.setTimes(dated, stamp + 60.0);
+    const QList<FileItem> edited = again.scan();
+    EXPECT_EQ(byPath(edited, dated).taken, utc(1998, 12, 31, 23, 0, 0));
+    EXPECT_EQ(byPath(edited, dated).takenFrom, Taken::cameraWithOffset);
+}
+
+TEST(CaptureDateTest, DatesSurviveTheirFileAndADamagedFileIsIgnored)
+{
+    using From = FileItem::TakenFrom;
+    CaptureDate::Memory memory;
+    memory.insert("/home/u/Pictures/a.jpg", {120, Date{7.5e8}, Date{7.4e8 + 0.25}, From::cameraWithOffset});
+    memory.insert("/home/u/Pictures/b.jpg", {64, Date{7.5e8}, std::nullopt, From::fileSystem});
+    memory.insert("/home/u/Pictures/ç 日本.jpg", {1, Date{-1.0}, Date{3.0}, From::cameraClock});
+    const QByteArray bytes = CaptureDateFile::encode(memory);
+    EXPECT_EQ(CaptureDateFile::decode(bytes), memory);
+    EXPECT_EQ(CaptureDateFile::decode(CaptureDateFile::encode({})), CaptureDate::Memory());
+
+    for (qsizetype cut = 0; cut < bytes.size(); cut += 5)
+        EXPECT_FALSE(CaptureDateFile::decode(bytes.left(cut))) << "cut at " << cut;
+    EXPECT_FALSE(CaptureDateFile::decode(bytes + "x")) << "trailing bytes";
+    QByteArray wrongSignature = bytes;
+    wrongSignature[0] = 'x';
+    EXPECT_FALSE(CaptureDateFile::decode(wrongSignature));
+    QByteArray unknownSource = bytes;
+    unknownSource[unknownSource.size() - 1] = char(9);
+    EXPECT_FALSE(CaptureDateFile::decode(unknownSource));
+
+    TempTree tree;
+    const QString file = tree.path("capture-dates");
+    ASSERT_TRUE(CaptureDateFile::save(file, memory));
+    EXPECT_EQ(CaptureDateFile::load(file), memory);
+    EXPECT_FALSE(CaptureDateFile::load(tree.path("missing")));
+
+    // Recalled only onto the pictures whose size and modification time still match.
+    FileItem same;
+    same.path = "/home/u/Pictures/a.jpg";
+    same.name = "a.jpg";
+    same.ext = "jpg";
+    same.size = 120;
+    same.modified = Date{7.5e8};
+    same.kind = FileKind::image;
+    FileItem grown = same;
+    grown.size = 121;
+    QList<FileItem> items{same, grown};
+    CaptureDate::recall(items, memory);
+    EXPECT_EQ(items[0].taken, Date{7.4e8 + 0.25});
+    EXPECT_EQ(items[0].takenFrom, From::cameraWithOffset);
+    EXPECT_EQ(items[1].takenFrom, From::unread);
 }
 
 TEST(CaptureDateTest, LookalikesGoByWhenPhotosWereTakenNotWhenTheyWereCopied)
@@ -122,7 +202,6 @@ TEST(CaptureDateTest, LookalikesGoByWhenPhotosWereTakenNotWhenTheyWereCopied)
 
     QList<FileItem> items = Scanner({tree.path("Pictures")}, {}).scan();
     ASSERT_EQ(items.size(), 6);
-    CaptureDate::fillMissing(items);
     Date first = items.first().created, last = first;
     for (const FileItem& f : items) first = std::min(first, f.created), last = std::max(last, f.created);
     ASSERT_LT(last - first, DuplicateFinder::kLookalikeWindow) << "the copies must share one copy time";
@@ -146,8 +225,8 @@ TEST(CaptureDateTest, LookalikesGoByWhenPhotosWereTakenNotWhenTheyWereCopied)
     EXPECT_EQ(groupsOf(items), QList<QStringList>{burst});
     EXPECT_EQ(printsMade, 3) << "pictures days apart are never compared, so never analysed";
 
-    // Items loaded from the cache carry no camera dates until they are read again.
-    for (FileItem& f : items) f.taken.reset(), f.takenFrom = Taken::fileSystem;
+    // Items from a cache without its dates file carry no camera dates until they are read again.
+    for (FileItem& f : items) f.taken.reset(), f.takenFrom = Taken::unread;
     EXPECT_EQ(groupsOf(items).size(), 1);
     EXPECT_EQ(groupsOf(items).front().size(), 6);
     CaptureDate::fillMissing(items);
