@@ -1,11 +1,14 @@
 #include "library/ExifReader.h"
 
+#include <QByteArray>
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstring>
 #include <string_view>
 #include <unistd.h>
 #include <vector>
+#include <zlib.h>
 
 namespace fennic::ExifReader {
 namespace {
@@ -206,6 +209,64 @@ Result fromJpeg(Source& source)
     return {};
 }
 
+// Inflates zlib data, stopping at `limit` bytes of output: a small chunk must not be able to
+// make a scan allocate gigabytes.
+QByteArray inflateAtMost(QByteArrayView compressed, qsizetype limit)
+{
+    z_stream z{};
+    if (inflateInit(&z) != Z_OK) return {};
+    QByteArray out(std::min<qsizetype>(limit, std::max<qsizetype>(4096, compressed.size() * 4)), Qt::Uninitialized);
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(compressed.data()));
+    z.avail_in = uInt(compressed.size());
+    int status = Z_OK;
+    while (status == Z_OK) {
+        if (z.total_out == uLong(out.size())) {
+            if (out.size() >= limit) break;
+            out.resize(std::min(limit, out.size() * 2));
+        }
+        z.next_out = reinterpret_cast<Bytef*>(out.data() + z.total_out);
+        z.avail_out = uInt(out.size() - qsizetype(z.total_out));
+        status = inflate(&z, Z_NO_FLUSH);
+    }
+    out.truncate(qsizetype(z.total_out));
+    inflateEnd(&z);
+    return status == Z_STREAM_END ? out : QByteArray();
+}
+
+// The older way of keeping Exif in a PNG, still written by some tools: a compressed text chunk
+// "Raw profile type exif" (or "APP1") whose text is "\nexif\n   LENGTH\n" and the bytes in hex.
+Result fromRawProfile(Source& source, quint64 at, quint32 length)
+{
+    constexpr quint32 kMaxProfile = 1u << 20;
+    if (length > kMaxProfile) return {};
+    QByteArray chunk(qsizetype(length), Qt::Uninitialized);
+    if (!source.read(at, chunk.data(), size_t(length))) return {};
+    const qsizetype keywordEnd = chunk.indexOf('\0');
+    const QByteArrayView keyword = QByteArrayView(chunk).first(std::max<qsizetype>(keywordEnd, 0));
+    // The keyword, its NUL, then the compression method (0, deflate).
+    if (keywordEnd < 0 || (keyword != "Raw profile type exif" && keyword != "Raw profile type APP1")
+        || chunk.size() < keywordEnd + 2 || chunk[keywordEnd + 1] != '\0')
+        return {};
+    const QByteArray text = inflateAtMost(QByteArrayView(chunk).sliced(keywordEnd + 2), kMaxProfile * 3);
+    // "\nexif\n", spaces, the decimal length, a newline, then hex digits broken into lines.
+    qsizetype i = text.indexOf('\n', 1);
+    if (i < 0) return {};
+    while (i < text.size() && (text[i] == '\n' || text[i] == ' ')) ++i;
+    qsizetype digitsEnd = i;
+    while (digitsEnd < text.size() && text[digitsEnd] >= '0' && text[digitsEnd] <= '9') ++digitsEnd;
+    bool ok = false;
+    const qsizetype declared = text.mid(i, digitsEnd - i).toLongLong(&ok);
+    if (!ok || declared <= 0 || declared > kMaxProfile) return {};
+    QByteArray hex;
+    hex.reserve(declared * 2);
+    for (qsizetype j = digitsEnd; j < text.size() && hex.size() < declared * 2; ++j)
+        if (std::isxdigit(static_cast<unsigned char>(text[j]))) hex.append(text[j]);
+    const QByteArray bytes = QByteArray::fromHex(hex);
+    const qsizetype skip = bytes.startsWith(QByteArrayView("Exif\0\0", 6)) ? 6 : 0;
+    MemorySource inner(bytes.constData() + skip, bytes.size() - skip);
+    return Tiff(inner, 0, quint64(bytes.size() - skip)).dates();
+}
+
 Result fromPng(Source& source)
 {
     quint64 at = 8;
@@ -214,6 +275,9 @@ Result fromPng(Source& source)
         if (!source.read(at, chunk, 8)) return {};
         const quint32 length = be32(chunk);
         if (is(chunk + 4, "eXIf"sv)) return Tiff(source, at + 8, length).dates();
+        if (is(chunk + 4, "zTXt"sv)) {
+            if (Result r = fromRawProfile(source, at + 8, length); r.outcome == Outcome::found) return r;
+        }
         // Exif belongs before the image data; looking past it would mean walking every data chunk.
         if (is(chunk + 4, "IDAT"sv) || is(chunk + 4, "IEND"sv)) return {};
         at += 12 + quint64(length);

@@ -133,6 +133,19 @@ QByteArray png(const QByteArray& exif, bool beforeImageData = true)
                            : head + image + pngChunk("eXIf", exif) + tail;
 }
 
+// The older PNG form: a zTXt chunk "Raw profile type exif" holding the bytes in hex.
+QByteArray pngRawProfile(const QByteArray& exif)
+{
+    const QByteArray withHeader = QByteArray("Exif\0\0", 6) + exif;
+    QByteArray text = "\nexif\n" + QByteArray::number(withHeader.size()).rightJustified(8, ' ') + '\n';
+    const QByteArray hex = withHeader.toHex();
+    for (qsizetype i = 0; i < hex.size(); i += 72) text += hex.mid(i, 72) + '\n';
+    const QByteArray deflated = qCompress(text).mid(4);  // zlib's own stream, without Qt's size
+    const QByteArray data = QByteArray("Raw profile type exif\0\0", 23) + deflated;
+    return QByteArray("\x89PNG\r\n\x1a\n", 8) + pngChunk("IHDR", QByteArray(13, '\1')) + pngChunk("zTXt", data)
+        + pngChunk("IDAT", QByteArray(40, '\2')) + pngChunk("IEND", {});
+}
+
 QByteArray riffChunk(const char* type, const QByteArray& data)
 {
     char length[4];
@@ -200,6 +213,7 @@ TEST(ExifReaderTest, FindsTheDateInEveryContainerItReads)
          Outcome::found, kFull},
         {"PNG eXIf chunk", png(block), Outcome::found, kFull},
         {"PNG eXIf after the image data is not looked for", png(block, false), Outcome::none, {}},
+        {"PNG raw profile, as older tools write it", pngRawProfile(block), Outcome::found, kFull},
         {"WebP EXIF chunk after an odd-sized chunk", webp(block), Outcome::found, kFull},
         {"WebP EXIF chunk with JPEG's prefix", webp(QByteArray("Exif\0\0", 6) + block), Outcome::found, kFull},
         {"WebP whose flags say no Exif", webp(block, 0x00), Outcome::none, {}},
