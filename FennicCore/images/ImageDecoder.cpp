@@ -19,14 +19,47 @@ QSize fitted(QSize size, int maxPixelSize)
     return size.scaled(maxPixelSize, maxPixelSize, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
 }
 
-bool looksLikeHeif(const QString& path)
+// What the first bytes of a file say about how to decode it.
+struct Sniffed {
+    enum Kind {
+        heif,       // libheif
+        named,      // this Qt format, without trying the others
+        qtDecides,  // a format without a signature worth testing here: Qt's own probing
+        nothing,    // no picture: nothing is decoded
+    } kind = nothing;
+    QByteArray format;
+};
+
+// Decoding a file that is not a picture used to cost a trial of every image plugin, some of
+// which (TGA) accept almost anything at first and read on; files named like pictures that are
+// not (stand-ins, damaged downloads) are common, and this is read for every candidate of a
+// look-alike search. The signature decides the plugin; a file named after a format without
+// one is left to Qt.
+Sniffed sniff(const QByteArray& head, const QString& path)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) return false;
-    const QByteArray head = file.read(64);
-    return head.size() >= 12
+    auto starts = [&](QByteArrayView magic, qsizetype at = 0) { return head.mid(at).startsWith(magic); };
+    if (head.size() >= 12
         && heif_check_filetype(reinterpret_cast<const uint8_t*>(head.constData()), int(head.size()))
-        == heif_filetype_yes_supported;
+            == heif_filetype_yes_supported)
+        return {Sniffed::heif, {}};
+    if (starts("\xFF\xD8\xFF")) return {Sniffed::named, "jpeg"};
+    if (starts("\x89PNG\r\n\x1a\n")) return {Sniffed::named, "png"};
+    if (starts("GIF87a") || starts("GIF89a")) return {Sniffed::named, "gif"};
+    if (starts("RIFF") && starts("WEBP", 8)) return {Sniffed::named, "webp"};
+    if (starts(QByteArrayView("II*\0", 4)) || starts(QByteArrayView("MM\0*", 4))) return {Sniffed::named, "tiff"};
+    if (starts("BM")) return {Sniffed::named, "bmp"};
+    if (starts("icns")) return {Sniffed::named, "icns"};
+    // Text formats (SVG, XPM, XBM), the portable any-maps, ICO and the rest: Qt tells them.
+    static const char* const kOthers[] = {"<?xml", "<svg", "/* XPM */", "#define", "P1", "P2",
+                                          "P3",    "P4",   "P5",        "P6",      "P7", "\x8aMNG"};
+    for (const char* magic : kOthers)
+        if (starts(magic)) return {Sniffed::qtDecides, {}};
+    if (starts(QByteArrayView("\0\0\1\0", 4)) || starts(QByteArrayView("\0\0\2\0", 4))) return {Sniffed::qtDecides, {}};
+    // Formats whose files carry no signature at all.
+    const QString suffix = path.section(u'.', -1).toLower();
+    static const QStringList kUnsigned{QStringLiteral("tga"), QStringLiteral("wbmp"), QStringLiteral("svgz")};
+    if (kUnsigned.contains(suffix)) return {Sniffed::qtDecides, {}};
+    return {};
 }
 
 Decoded readHeif(const QString& path, int maxPixelSize)
@@ -67,12 +100,27 @@ Decoded readHeif(const QString& path, int maxPixelSize)
 
 Decoded read(const QString& path, int maxPixelSize)
 {
-    if (looksLikeHeif(path)) return readHeif(path, maxPixelSize);
-
     Decoded out;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return out;
+    const Sniffed sniffed = sniff(file.read(64), path);
+    switch (sniffed.kind) {
+    case Sniffed::heif: return readHeif(path, maxPixelSize);
+    case Sniffed::nothing: return out;
+    case Sniffed::named:
+    case Sniffed::qtDecides: break;
+    }
     static std::once_flag raiseLimit;
     std::call_once(raiseLimit, [] { QImageReader::setAllocationLimit(kAllocationLimitMB); });
-    QImageReader reader(path);
+    QImageReader reader;
+    if (sniffed.kind == Sniffed::named) {
+        if (!file.seek(0)) return out;
+        reader.setDevice(&file);
+        reader.setFormat(sniffed.format);
+    } else {
+        file.close();
+        reader.setFileName(path);
+    }
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     if (!reader.canRead()) return out;

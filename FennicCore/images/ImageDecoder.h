@@ -15,8 +15,9 @@ struct Decoded {
     QImage image;  // null when decoding failed; orientation applied, downsampled
 };
 
-// Reads one picture: HEIC/HEIF (recognised by content) through libheif, everything else
-// through QImageReader with Debian's image-format plugins. The image has its orientation
+// Reads one picture: HEIC/HEIF through libheif, everything else through QImageReader with
+// Debian's image-format plugins, the plugin chosen by the file's first bytes (so a PNG named
+// ".jpg" reads, and a file that is no picture costs one small read). The image has its orientation
 // applied and its longest side at most `maxPixelSize`. Never throws. Any thread.
 Decoded read(const QString& path, int maxPixelSize = kMaxPixelSize);
 

@@ -3,14 +3,13 @@
 // Strategy. Only files with a size twin are read. A size bucket is read in lock-step: first
 // the 64 KiB prefix of every member, then 1 MiB at a time, and after each step the members
 // are split by what they read. A member left without a twin is closed and never read again,
-// so most files cost one 64 KiB read. Equal bytes have equal SHA-256 digests, so the digest of
-// each set of still-equal members is computed once, from one of them (its state forks when a
-// set splits), and at the end of the files the members are grouped by their digests. The
-// digests are those of hashing every file on its own; the work is what one copy of each
-// distinct file costs.
+// so most files cost one 64 KiB read. The members still together at the end of their files
+// have been compared byte for byte, so they form a group as they are: no digest is needed,
+// and the work is one read of each candidate and a comparison.
 //
 // A bucket with very many members would need one buffer per member; those are hashed file by
-// file instead (the prefix of each, then the rest of those whose prefix digest has a twin).
+// file instead (the SHA-256 of the prefix of each, then of the rest of those whose prefix
+// digest has a twin), and grouped by digest.
 //
 // Buckets go to a pool of threads, largest first so both cores finish together; the calling
 // thread only reports progress.
@@ -80,32 +79,23 @@ void groupByDigest(std::map<Digest, std::vector<qsizetype>>& byDigest, Groups& g
         if (members.size() >= 2) groups.push_back(std::move(members));
 }
 
-// Members (positions in `open`) known to hold equal bytes so far, with the digest of them.
-struct EqualSet {
-    std::vector<std::size_t> members;
-    Sha256 digest;
-};
-
 Groups lockstep(std::vector<OpenMember>& open, Buffers& buffers, const std::atomic<bool>* stop)
 {
-    std::map<Digest, std::vector<qsizetype>> finished;
-    std::vector<EqualSet> sets;
-    {
-        EqualSet all;
-        for (std::size_t k = 0; k < open.size(); ++k) all.members.push_back(k);
-        sets.push_back(std::move(all));
-    }
+    Groups groups;
+    // Members (positions in `open`) known to hold equal bytes so far.
+    std::vector<std::vector<std::size_t>> sets(1);
+    for (std::size_t k = 0; k < open.size(); ++k) sets.front().push_back(k);
     std::vector<qint64> got(open.size(), 0);
     qint64 offset = 0;
     qint64 chunk = kPrefixBytes;
     while (!sets.empty()) {
         if (stop && stop->load(std::memory_order_relaxed)) return {};
-        std::vector<EqualSet> next;
-        for (EqualSet& set : sets) {
+        std::vector<std::vector<std::size_t>> next;
+        for (const std::vector<std::size_t>& set : sets) {
             // Split the set by the bytes each member has at this step; a read error leaves the
             // member out.
             std::vector<std::vector<std::size_t>> parts;
-            for (std::size_t k : set.members) {
+            for (std::size_t k : set) {
                 got[k] = open[k].file->readAt(offset, buffers.at(k), chunk);
                 if (got[k] < 0) continue;
                 auto same = std::find_if(parts.begin(), parts.end(), [&](const std::vector<std::size_t>& part) {
@@ -117,18 +107,14 @@ Groups lockstep(std::vector<OpenMember>& open, Buffers& buffers, const std::atom
                 else
                     same->push_back(k);
             }
-            std::size_t pairs = 0;
-            for (const auto& part : parts) pairs += part.size() >= 2 ? 1 : 0;
             for (auto& part : parts) {
-                if (part.size() < 2) continue;  // no twin left: never read again
-                Sha256 digest = --pairs == 0 ? std::move(set.digest) : set.digest.clone();
-                const std::size_t r = part.front();
-                digest.update(buffers.at(r), std::size_t(got[r]));
-                if (got[r] < chunk) {  // end of these files
-                    const Digest d = digest.finish();
-                    for (std::size_t k : part) finished[d].push_back(open[k].item);
+                if (part.size() < 2) continue;    // no twin left: never read again
+                if (got[part.front()] < chunk) {  // end of these files: equal throughout
+                    std::vector<qsizetype> items;
+                    for (std::size_t k : part) items.push_back(open[k].item);
+                    groups.push_back(std::move(items));
                 } else {
-                    next.push_back(EqualSet{std::move(part), std::move(digest)});
+                    next.push_back(std::move(part));
                 }
             }
         }
@@ -136,8 +122,6 @@ Groups lockstep(std::vector<OpenMember>& open, Buffers& buffers, const std::atom
         offset += chunk;
         chunk = kHashChunk;
     }
-    Groups groups;
-    groupByDigest(finished, groups);
     return groups;
 }
 

@@ -199,6 +199,18 @@ TEST(ImageDecoder, ReadsEveryReadableFormatAndDownsamplesLargePictures)
                                               ",\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;",
                                               35));
     EXPECT_EQ(ImageDecoder::read(gif).image.size(), QSize(1, 1));
+    // The bytes decide, not the name: a PNG named like a JPEG reads; what is no picture at all
+    // (zeros, random bytes, text) is not opened as one.
+    QFile::rename(test::save(picture, tree.path("misnamed.png")), tree.path("misnamed.jpg"));
+    EXPECT_EQ(ImageDecoder::read(tree.path("misnamed.jpg")).image.size(), QSize(120, 80));
+    QByteArray noise(4096, '\0');
+    for (qsizetype i = 0; i < noise.size(); ++i) noise[i] = char((i * 7919 + 13) % 251);
+    for (const QString& path : {tree.write("zeros.jpg", QByteArray(4096, '\0')), tree.write("noise.jpg", noise),
+                                tree.write("notes.png", "just some words")}) {
+        const ImageDecoder::Decoded decoded = ImageDecoder::read(path);
+        EXPECT_FALSE(decoded.opened) << path.toStdString();
+        EXPECT_TRUE(decoded.image.isNull()) << path.toStdString();
+    }
     // Never decoded beyond 2,600 pixels on the longest side; the record keeps the file's size.
     const ImageDecoder::Decoded wide =
         ImageDecoder::read(test::save(test::randomScene(QSize(3000, 600), 6), tree.path("wide.png")));
