@@ -47,12 +47,12 @@ std::optional<Reading> readWithExiv2(const QByteArray& path)
     return std::nullopt;
 }
 
-// Reads an opened file; the caller closes it. A pipe or a device is never read: O_NONBLOCK
-// kept the open from waiting on one, and fstat turns it away.
-std::optional<Reading> readOpened(int fd, const QByteArray& fallbackPath)
+// Reads an opened file; the caller closes it. O_NONBLOCK kept the open from waiting on a pipe;
+// unless the caller has just seen a regular file at this name, fstat turns anything else away.
+std::optional<Reading> readOpened(int fd, const QByteArray& fallbackPath, bool knownRegular)
 {
     struct stat st { };
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode)) return std::nullopt;
+    if (!knownRegular && (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))) return std::nullopt;
     const ExifReader::Result result = ExifReader::readDateFields(fd);
     switch (result.outcome) {
     case ExifReader::Outcome::found:
@@ -110,7 +110,7 @@ std::optional<Reading> read(const QString& path)
     const QByteArray bytes = QFile::encodeName(path);
     const int fd = ::open(bytes.constData(), kOpenFlags & ~O_NOFOLLOW);
     if (fd < 0) return std::nullopt;
-    std::optional<Reading> reading = readOpened(fd, bytes);
+    std::optional<Reading> reading = readOpened(fd, bytes, false);
     ::close(fd);
     return reading;
 }
@@ -119,8 +119,9 @@ std::optional<Reading> readAt(int dirFd, const char* name)
 {
     const int fd = ::openat(dirFd, name, kOpenFlags);
     if (fd < 0) return std::nullopt;
+    // A pipe swapped in since the scan saw a regular file here fails its positioned read.
     // libexiv2 wants a path for the containers only it reads; the descriptor's own stands in.
-    std::optional<Reading> reading = readOpened(fd, "/proc/self/fd/" + QByteArray::number(fd));
+    std::optional<Reading> reading = readOpened(fd, "/proc/self/fd/" + QByteArray::number(fd), true);
     ::close(fd);
     return reading;
 }

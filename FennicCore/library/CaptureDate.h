@@ -29,8 +29,8 @@ bool mayCarryDate(const QString& ext);
 // directly (usually one small read); HEIF and the other containers through libexiv2. Any thread.
 std::optional<Reading> read(const QString& path);
 
-// The same for the entry `name` of the open folder `dirFd` (what a scan holds), opened without
-// following a link and without blocking on anything that is not a regular file.
+// The same for the entry `name` of the open folder `dirFd`, which the caller has just seen to be
+// a regular file (what a scan holds); opened without following a link and without blocking.
 std::optional<Reading> readAt(int dirFd, const char* name);
 
 // Parses Exif's "YYYY:MM:DD HH:MM:SS" with an optional sub-second fraction ("25" = .25 s) and

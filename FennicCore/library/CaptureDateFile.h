@@ -15,8 +15,9 @@ namespace fennic::CaptureDateFile {
 // "capture-dates" in the support folder.
 QString defaultPath();
 
-// A small binary form: a signature and version, the count, then for each picture its path,
-// size, modification time, whether a date was found, the date and where it came from.
+// A small binary form: a signature and version, the count, then for each picture, in path
+// order, its path (as the bytes it shares with the path before and the rest), size,
+// modification time, where the date came from and, from a camera, the date.
 QByteArray encode(const CaptureDate::Memory& memory);
 
 // None on any fault: a wrong signature or version, a truncated or overlong file, an unknown

@@ -41,7 +41,7 @@ private:
 
 class FileSource final : public Source {
 public:
-    static constexpr size_t kHead = 8192;
+    static constexpr size_t kHead = 2048;
     // A hostile file could point every offset somewhere new: past this many reads it gives up.
     static constexpr int kMaxReads = 24;
 

@@ -161,8 +161,11 @@ TEST(CaptureDateTest, DatesSurviveTheirFileAndADamagedFileIsIgnored)
     QByteArray wrongSignature = bytes;
     wrongSignature[0] = 'x';
     EXPECT_FALSE(CaptureDateFile::decode(wrongSignature));
-    QByteArray unknownSource = bytes;
-    unknownSource[unknownSource.size() - 1] = char(9);
+    CaptureDate::Memory undated;
+    undated.insert("/home/u/Pictures/b.jpg", memory["/home/u/Pictures/b.jpg"]);
+    QByteArray unknownSource = CaptureDateFile::encode(undated);
+    ASSERT_EQ(CaptureDateFile::decode(unknownSource), undated);
+    unknownSource[unknownSource.size() - 1] = char(9);  // where the date came from
     EXPECT_FALSE(CaptureDateFile::decode(unknownSource));
 
     TempTree tree;
