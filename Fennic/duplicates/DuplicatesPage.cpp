@@ -269,14 +269,7 @@ void DuplicatesPage::rowActivated(const QModelIndex& index)
     if (const auto member = m_model->memberAt(index.row())) keepInstead(member->path);
 }
 
-qint64 DuplicatesPage::reclaimable() const
-{
-    qint64 total = 0;
-    const DuplicateScan& scan = m_app.duplicates();
-    for (const QList<DuplicateGroup>* groups : {&scan.duplicateGroups(), &scan.lookalikeGroups()})
-        for (const DuplicateGroup& g : *groups) total += g.reclaimable();
-    return total;
-}
+qint64 DuplicatesPage::reclaimable() const { return m_model->reclaimable(); }
 
 void DuplicatesPage::moveCopiesToTrash()
 {

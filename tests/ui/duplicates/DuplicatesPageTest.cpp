@@ -5,6 +5,7 @@
 #include "app/AppTestSupport.h"
 #include "duplicates/DuplicatesDelegate.h"
 #include "duplicates/DuplicatesModel.h"
+#include "model/Fmt.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 
@@ -121,6 +122,9 @@ TEST_F(DuplicatesPageTest, GroupsVanishAsTheirFilesAreTrashedElsewhere)
     EXPECT_EQ(p.model().groupCount(), 1);
     EXPECT_EQ(p.model().rowOf(copy), -1);
     EXPECT_EQ(p.reclaimable(), 6000);
+    EXPECT_EQ(p.model().index(0).data(DuplicatesModel::DetailRole).toString(),
+              "1 group · " + Fmt::size(6000) + " can be freed")
+        << "the heading's total follows the groups that are left";
     EXPECT_EQ(p.state(), DuplicatesPage::State::results);
     ASSERT_TRUE(f.model->waitForIdle());
 }
