@@ -60,6 +60,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <sys/resource.h>
 #include <vector>
 
 using namespace fennic;
@@ -230,6 +231,15 @@ long long stolenTicks()
     if (!stat.open(QIODevice::ReadOnly)) return 0;
     const QList<QByteArray> fields = stat.readLine().simplified().split(' ');
     return fields.size() > 8 ? fields[8].toLongLong() : 0;
+}
+
+// The calling thread's page faults so far (minor and major): memory the kernel had to map or
+// copy while the thread ran, which counts as the thread's processor time.
+long threadFaults()
+{
+    rusage usage{};
+    if (::getrusage(RUSAGE_THREAD, &usage) != 0) return 0;
+    return usage.ru_minflt + usage.ru_majflt;
 }
 
 // The rows of a view painted: the height of each paint event's region on its viewport, summed.
@@ -509,18 +519,21 @@ int main(int argc, char** argv)
             const long long stolen = app.logging() ? stolenTicks() : 0;
             // The raster engine splits tall fills over the global pool and waits for them.
             const int poolBusy = QThreadPool::globalInstance()->activeThreadCount();
+            const long faults = threadFaults();
             const double cpu = bench::threadCpuMs();
             const bench::Stopwatch clock;
             work();
             into.steps.push_back(clock.ms());
             into.cpu.push_back(bench::threadCpuMs() - cpu);
             if (into.steps.back() > app.thresholdMs)
-                app.note(QStringLiteral("%1 (%2 px of rows painted, %3 ticks stolen, global pool %4 of %5 busy)")
+                app.note(QStringLiteral("%1 (%2 px of rows painted, %3 ticks stolen, global pool %4 of %5 busy, "
+                                        "%6 page faults)")
                                             .arg(QString::fromLatin1(what))
                                             .arg(painted.pixels)
                                             .arg(stolenTicks() - stolen)
                                             .arg(poolBusy)
-                                            .arg(QThreadPool::globalInstance()->maxThreadCount()),
+                                            .arg(QThreadPool::globalInstance()->maxThreadCount())
+                                            .arg(threadFaults() - faults),
                                         into.steps.back(), into.cpu.back());
         };
         std::printf("duplicates list: %d rows, scroll range %d px, page %d px; idle window: longest gap %.1f ms\n",
