@@ -32,6 +32,12 @@ void DuplicatesModel::setGroups(const QList<DuplicateGroup>& exact, const QList<
         }
     }
 
+    for (const bool alike : {false, true}) {
+        qint64 total = 0;
+        for (const DuplicateGroup& g : alike ? lookalikes : exact) total += g.reclaimable();
+        m_reclaimable[int(alike)] = total;
+    }
+
     if (rows == m_rows && paths == m_rowPaths) {
         // The same files in the same places: only what is kept (or a field) changed.
         m_exact = exact;
@@ -119,13 +125,10 @@ QString DuplicatesModel::text(const Row& row) const
 QString DuplicatesModel::detail(const Row& row) const
 {
     switch (row.kind) {
-    case RowKind::section: {
-        const QList<DuplicateGroup>& groups = groupsOf(row.lookalike);
-        qint64 total = 0;
-        for (const DuplicateGroup& g : groups) total += g.reclaimable();
-        return Fmt::count(groups.size(), QStringLiteral("group"))
-                          + QStringLiteral(" · ") + Fmt::size(total) + QStringLiteral(" can be freed");
-    }
+    case RowKind::section:
+        return Fmt::count(groupsOf(row.lookalike).size(), QStringLiteral("group"))
+                          + QStringLiteral(" · ") + Fmt::size(m_reclaimable[int(row.lookalike)])
+                                           + QStringLiteral(" can be freed");
     case RowKind::group:
         return Fmt::size(groupsOf(row.lookalike).at(row.group).reclaimable()) + QStringLiteral(" can be freed");
     case RowKind::member: return FileRows::folderText(groupsOf(row.lookalike).at(row.group).files.at(row.member));

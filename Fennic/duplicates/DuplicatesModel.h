@@ -51,6 +51,8 @@ public:
     // The row of the member at `path`, -1 when none.
     int rowOf(const QString& path) const { return m_memberRows.value(path, -1); }
     int groupCount() const { return int(m_exact.size() + m_lookalikes.size()); }
+    // What moving every member not marked Keep to the Trash would free, over both kinds.
+    qint64 reclaimable() const { return m_reclaimable[0] + m_reclaimable[1]; }
 
     int rowCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
@@ -77,6 +79,9 @@ private:
     QList<Row> m_rows;
     QList<QString> m_rowPaths;         // each member row's path, empty for other rows
     QHash<QString, int> m_memberRows;  // path → row
+    // Each kind's total to free (identical, look-alike), summed once per set of groups: a
+    // heading repaints with every scroll near the top, and there may be tens of thousands.
+    qint64 m_reclaimable[2] = {0, 0};
 };
 
 }  // namespace fennic

@@ -1,5 +1,6 @@
 #include "DuplicatesPage.h"
 
+#include "BandedScrollBarStyle.h"
 #include "DuplicatesDelegate.h"
 #include "DuplicatesModel.h"
 #include "app/AppModel.h"
@@ -155,6 +156,8 @@ QWidget* DuplicatesPage::makeResults()
     m_view->setAccessibleDescription(
         QStringLiteral("Press Return on a copy to keep it instead of the one marked Keep."));
     m_view->viewport()->installEventFilter(this);
+    // Thousands of groups make a long scroll bar that repaints with every step.
+    if (QStyle* banded = BandedScrollBarStyle::ofApplicationStyle(this)) m_view->verticalScrollBar()->setStyle(banded);
     connect(m_view, &QListView::activated, this, &DuplicatesPage::rowActivated);
     connect(m_view->verticalScrollBar(), &QScrollBar::valueChanged, this, &DuplicatesPage::scheduleVisibleUpdate);
     connect(m_model, &QAbstractItemModel::modelReset, this, &DuplicatesPage::scheduleVisibleUpdate);
@@ -269,14 +272,7 @@ void DuplicatesPage::rowActivated(const QModelIndex& index)
     if (const auto member = m_model->memberAt(index.row())) keepInstead(member->path);
 }
 
-qint64 DuplicatesPage::reclaimable() const
-{
-    qint64 total = 0;
-    const DuplicateScan& scan = m_app.duplicates();
-    for (const QList<DuplicateGroup>* groups : {&scan.duplicateGroups(), &scan.lookalikeGroups()})
-        for (const DuplicateGroup& g : *groups) total += g.reclaimable();
-    return total;
-}
+qint64 DuplicatesPage::reclaimable() const { return m_model->reclaimable(); }
 
 void DuplicatesPage::moveCopiesToTrash()
 {

@@ -9,7 +9,9 @@
 // bench_window's) is written there once and reused, with `groups` sets of real identical copies
 // beside it in "Documents/Copies". The image index holds `records` synthetic records of the
 // library's pictures (labels, colours, text and prints drawn from the vocabulary the searches
-// know). Runs offscreen: painting is real, only nothing reaches a screen.
+// know). Runs offscreen: painting is real, only nothing reaches a screen. With BENCH_LOG_EVENTS
+// set, every event (and scroll step) that took over 4 ms during the duplicate search and the
+// scrolling is listed, pass by pass.
 #include "app/AppModel.h"
 #include "app/DuplicateScan.h"
 #include "app/ImageIndexer.h"
@@ -34,6 +36,7 @@
 #include "support/PaintCounter.h"
 #include "support/StallMeter.h"
 #include "support/SyntheticHome.h"
+#include "support/TimedApplication.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "welcome/WelcomePage.h"
@@ -47,14 +50,17 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
+#include <QPaintEvent>
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QScrollBar>
+#include <QThreadPool>
 #include <QTimer>
 #include <QWheelEvent>
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <sys/resource.h>
 #include <vector>
 
 using namespace fennic;
@@ -217,12 +223,47 @@ struct Scrolling {
     std::vector<double> cpu;     // the GUI thread's processor time in each step
 };
 
+// The machine's stolen time so far (the hypervisor running others on our cores), in ticks of
+// 10 ms: a step that looks slow while its work is ordinary may have been robbed of its core.
+long long stolenTicks()
+{
+    QFile stat(QStringLiteral("/proc/stat"));
+    if (!stat.open(QIODevice::ReadOnly)) return 0;
+    const QList<QByteArray> fields = stat.readLine().simplified().split(' ');
+    return fields.size() > 8 ? fields[8].toLongLong() : 0;
+}
+
+// The calling thread's page faults so far (minor and major): memory the kernel had to map or
+// copy while the thread ran, which counts as the thread's processor time.
+long threadFaults()
+{
+    rusage usage{};
+    if (::getrusage(RUSAGE_THREAD, &usage) != 0) return 0;
+    return usage.ru_minflt + usage.ru_majflt;
+}
+
+// The rows of a view painted: the height of each paint event's region on its viewport, summed.
+class PaintedHeight : public QObject {
+public:
+    explicit PaintedHeight(QWidget* viewport) { viewport->installEventFilter(this); }
+    int pixels = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        if (event->type() == QEvent::Paint) {
+            for (const QRect& r : static_cast<QPaintEvent*>(event)->region()) pixels += r.height();
+        }
+        return false;
+    }
+};
+
 }  // namespace
 
 int main(int argc, char** argv)
 {
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QApplication app(argc, argv);
+    bench::TimedApplication app(argc, argv);
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     const QStringList args = app.arguments();
     if (args.size() < 2) {
@@ -303,6 +344,7 @@ int main(int argc, char** argv)
         pump(200);
         StallMeter meter;
         meter.start();
+        app.restart();
         const bench::Stopwatch clock;
         duplicates->findButton()->click();
         const double ms = pumpUntil([&] { return duplicates->state() == DuplicatesPage::State::results; }, 600000);
@@ -313,6 +355,7 @@ int main(int argc, char** argv)
                     ms / 1000, duplicates->model().groupCount(), qlonglong(model.duplicates().duplicateGroups().size()),
                     qlonglong(model.duplicates().lookalikeGroups().size()), duplicates->model().rowCount(),
                     meter.longestMs(), meter.longestBusyMs());
+        app.print("the duplicate search");
     }
     leave();
 
@@ -463,9 +506,35 @@ int main(int argc, char** argv)
         StallMeter meter;
         const auto idle = [&] {
             meter.start();
+            app.restart();
             pump(2000);
             meter.stop();
+            app.print("idle window");
             return meter.longestMs();
+        };
+        // A step's own work runs outside the event loop, so a slow one is logged here.
+        PaintedHeight painted(list->viewport());
+        const auto step = [&app, &painted](Scrolling& into, const char* what, const std::function<void()>& work) {
+            painted.pixels = 0;
+            const long long stolen = app.logging() ? stolenTicks() : 0;
+            // The raster engine splits tall fills over the global pool and waits for them.
+            const int poolBusy = QThreadPool::globalInstance()->activeThreadCount();
+            const long faults = threadFaults();
+            const double cpu = bench::threadCpuMs();
+            const bench::Stopwatch clock;
+            work();
+            into.steps.push_back(clock.ms());
+            into.cpu.push_back(bench::threadCpuMs() - cpu);
+            if (into.steps.back() > app.thresholdMs)
+                app.note(QStringLiteral("%1 (%2 px of rows painted, %3 ticks stolen, global pool %4 of %5 busy, "
+                                        "%6 page faults)")
+                                            .arg(QString::fromLatin1(what))
+                                            .arg(painted.pixels)
+                                            .arg(stolenTicks() - stolen)
+                                            .arg(poolBusy)
+                                            .arg(QThreadPool::globalInstance()->maxThreadCount())
+                                            .arg(threadFaults() - faults),
+                                        into.steps.back(), into.cpu.back());
         };
         std::printf("duplicates list: %d rows, scroll range %d px, page %d px; idle window: longest gap %.1f ms\n",
                     duplicates->model().rowCount(), bar->maximum(), bar->pageStep(), idle());
@@ -477,16 +546,16 @@ int main(int argc, char** argv)
             pump(100);
             meter.start();
             // 600 pages (of thousands) from the top; the rows are alike all the way down.
+            app.restart();
             for (int page = 0; page < 600 && bar->value() < bar->maximum(); ++page) {
-                const double cpu = bench::threadCpuMs();
-                const bench::Stopwatch clock;
-                bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
-                list->viewport()->repaint();
-                byPage.steps.push_back(clock.ms());
-                byPage.cpu.push_back(bench::threadCpuMs() - cpu);
+                step(byPage, "page step and repaint", [&] {
+                    bar->triggerAction(QAbstractSlider::SliderPageStepAdd);
+                    list->viewport()->repaint();
+                });
                 pump(8);
             }
             meter.stop();
+            app.print(qPrintable(QStringLiteral("pass %1, a page at a time").arg(pass + 1)));
             byPage.stalls.push_back(meter.longestMs());
             byPage.busy.push_back(meter.longestBusyMs());
 
@@ -494,18 +563,18 @@ int main(int argc, char** argv)
             pump(100);
             meter.start();
             const QPointF at = list->viewport()->rect().center();
+            app.restart();
             for (int notch = 0; notch < 600 && bar->value() < bar->maximum(); ++notch) {
                 QWheelEvent wheel(at, list->viewport()->mapToGlobal(at), QPoint(), QPoint(0, -120), Qt::NoButton,
                                   Qt::NoModifier, Qt::NoScrollPhase, false);
-                const double cpu = bench::threadCpuMs();
-                const bench::Stopwatch clock;
-                QApplication::sendEvent(list->viewport(), &wheel);
-                list->viewport()->repaint();
-                byWheel.steps.push_back(clock.ms());
-                byWheel.cpu.push_back(bench::threadCpuMs() - cpu);
+                step(byWheel, "wheel notch and repaint", [&] {
+                    QApplication::sendEvent(list->viewport(), &wheel);
+                    list->viewport()->repaint();
+                });
                 pump(8);
             }
             meter.stop();
+            app.print(qPrintable(QStringLiteral("pass %1, with the wheel").arg(pass + 1)));
             byWheel.stalls.push_back(meter.longestMs());
             byWheel.busy.push_back(meter.longestBusyMs());
 
@@ -513,17 +582,17 @@ int main(int argc, char** argv)
             pump(100);
             meter.start();
             bar->setSliderDown(true);
-            for (int step = 1; step <= 200; ++step) {
-                const double cpu = bench::threadCpuMs();
-                const bench::Stopwatch clock;
-                bar->setSliderPosition(int(qint64(bar->maximum()) * step / 200));
-                list->viewport()->repaint();
-                byDrag.steps.push_back(clock.ms());
-                byDrag.cpu.push_back(bench::threadCpuMs() - cpu);
+            app.restart();
+            for (int position = 1; position <= 200; ++position) {
+                step(byDrag, "drag step and repaint", [&] {
+                    bar->setSliderPosition(int(qint64(bar->maximum()) * position / 200));
+                    list->viewport()->repaint();
+                });
                 pump(8);
             }
             bar->setSliderDown(false);
             meter.stop();
+            app.print(qPrintable(QStringLiteral("pass %1, dragging the bar").arg(pass + 1)));
             byDrag.stalls.push_back(meter.longestMs());
             byDrag.busy.push_back(meter.longestBusyMs());
         }
