@@ -247,7 +247,7 @@ Result fromRawProfile(Source& source, quint64 at, quint32 length)
     if (keywordEnd < 0 || (keyword != "Raw profile type exif" && keyword != "Raw profile type APP1")
         || chunk.size() < keywordEnd + 2 || chunk[keywordEnd + 1] != '\0')
         return {};
-    const QByteArray text = inflateAtMost(QByteArrayView(chunk).sliced(keywordEnd + 2), kMaxProfile * 3);
+    const QByteArray text = inflateAtMost(QByteArrayView(chunk).sliced(keywordEnd + 2), qsizetype(kMaxProfile) * 3);
     // "\nexif\n", spaces, the decimal length, a newline, then hex digits broken into lines.
     qsizetype i = text.indexOf('\n', 1);
     if (i < 0) return {};

@@ -111,6 +111,7 @@ Groups lockstep(std::vector<OpenMember>& open, Buffers& buffers, const std::atom
                 if (part.size() < 2) continue;    // no twin left: never read again
                 if (got[part.front()] < chunk) {  // end of these files: equal throughout
                     std::vector<qsizetype> items;
+                    items.reserve(part.size());
                     for (std::size_t k : part) items.push_back(open[k].item);
                     groups.push_back(std::move(items));
                 } else {

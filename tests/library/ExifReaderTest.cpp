@@ -173,7 +173,7 @@ ExifReader::Result fromFile(const QString& path)
 {
     const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC);
     EXPECT_GE(fd, 0);
-    const ExifReader::Result result = ExifReader::readDateFields(fd);
+    ExifReader::Result result = ExifReader::readDateFields(fd);
     ::close(fd);
     return result;
 }
