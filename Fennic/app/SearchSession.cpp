@@ -194,8 +194,10 @@ void SearchSession::prepareVisibleItems()
     const quint64 generation = m_listGeneration;
     QPointer<SearchSession> self(this);
     // The diff from the list now shown is worked out here too: comparing two long lists row
-    // by row is more than a frame's work for the GUI thread.
-    m_pool.start([self, cancel, generation, in = listInputs(m_sidebar, true), shown = m_visibleItems] {
+    // by row is more than a frame's work for the GUI thread. A list that arrived but was not
+    // shown yet (something changed again first) is not what the views show: its diff's start is.
+    QList<FileItem> shown = m_shownDiff ? m_shownDiff->from : m_visibleItems;
+    m_pool.start([self, cancel, generation, in = listInputs(m_sidebar, true), shown = std::move(shown)] {
         QList<FileItem> list = VisibleList::compute(in, cancel.get());
         if (cancel->load()) return;
         VisibleListDiff diff = VisibleListDiff::of(shown, list);
@@ -214,6 +216,15 @@ void SearchSession::prepareVisibleItems()
             },
             Qt::QueuedConnection);
     });
+}
+
+void SearchSession::dropShownDiff()
+{
+    // The diff may hold the last copy of the list shown before, and freeing a long list's
+    // strings is more than a frame's work: that happens on the pool.
+    if (!m_shownDiff) return;
+    QThreadPool::globalInstance()->start([gone = std::move(*m_shownDiff)] {});
+    m_shownDiff.reset();
 }
 
 void SearchSession::cancelPreparation()

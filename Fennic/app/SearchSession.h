@@ -84,7 +84,7 @@ public:
     // list on the pool; null otherwise. It holds the list it came from: drop it once a view has
     // taken the new list.
     const VisibleListDiff* shownDiff() const { return m_shownDiff ? &*m_shownDiff : nullptr; }
-    void dropShownDiff() { m_shownDiff.reset(); }
+    void dropShownDiff();
     const QList<FileItem>& heldResults() const { return m_heldResults; }
     // The files of a sidebar entry before any request, unordered.
     QList<FileItem> baseItems(const SidebarItem& entry) const;

@@ -31,6 +31,11 @@ VisibleListDiff VisibleListDiff::of(const QList<FileItem>& from, const QList<Fil
     VisibleListDiff diff;
     diff.from = from;
     diff.to = to;
+    // The very same list (a repaint asked for without a new list): nothing to compare.
+    if (sameBuffer(from, to)) {
+        diff.prefix = from.size();
+        return diff;
+    }
     const qsizetype oldCount = from.size();
     const qsizetype newCount = to.size();
     const qsizetype common = std::min(oldCount, newCount);
@@ -56,9 +61,9 @@ VisibleListDiff VisibleListDiff::of(const QList<FileItem>& from, const QList<Fil
     return diff;
 }
 
-bool VisibleListDiff::isBetween(const QList<FileItem>& from, const QList<FileItem>& to) const
+bool VisibleListDiff::isBetween(const QList<FileItem>& shown, const QList<FileItem>& next) const
 {
-    return sameBuffer(this->from, from) && sameBuffer(this->to, to);
+    return sameBuffer(from, shown) && sameBuffer(to, next);
 }
 
 }  // namespace fennic

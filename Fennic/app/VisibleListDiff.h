@@ -28,9 +28,9 @@ struct VisibleListDiff {
 
     // Compares the lists row by row from both ends. Any thread.
     static VisibleListDiff of(const QList<FileItem>& from, const QList<FileItem>& to);
-    // Whether this is the diff from `from` to `to`: the same list buffers, not merely equal
+    // Whether this is the diff from `shown` to `next`: the same list buffers, not merely equal
     // lists. Constant time.
-    bool isBetween(const QList<FileItem>& from, const QList<FileItem>& to) const;
+    bool isBetween(const QList<FileItem>& shown, const QList<FileItem>& next) const;
 };
 
 }  // namespace fennic

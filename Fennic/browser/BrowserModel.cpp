@@ -28,6 +28,18 @@ bool samePath(const FileItem& a, const FileItem& b)
     return (a.path.constData() == b.path.constData() && a.path.size() == b.path.size()) || a.path == b.path;
 }
 
+// Holds a list while it is replaced and, when it was its last holder, lets the pool free it.
+struct DisposeOnPool {
+    QList<FileItem> list;
+    explicit DisposeOnPool(QList<FileItem> held) : list(std::move(held)) { }
+    DisposeOnPool(const DisposeOnPool&) = delete;
+    DisposeOnPool& operator=(const DisposeOnPool&) = delete;
+    ~DisposeOnPool()
+    {
+        if (list.size() > 1000 && list.isDetached()) QThreadPool::globalInstance()->start([gone = std::move(list)] {});
+    }
+};
+
 ThumbnailLoader::Request requestFor(const FileItem& item)
 {
     return {item.path, item.ext, qint64(std::floor(item.modified.toUnix()))};
@@ -43,6 +55,9 @@ BrowserModel::BrowserModel(ThumbnailLoader& thumbnails, QObject* parent)
 
 BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items, const VisibleListDiff* diff)
 {
+    // The list going out is let go of on the pool (after everything below that holds it):
+    // freeing 130,000 files' strings is a stall of its own.
+    const DisposeOnPool outgoing{m_items};
     if (wouldReset(items)) {
         beginResetModel();
         m_items = items;
