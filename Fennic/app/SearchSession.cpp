@@ -181,6 +181,7 @@ const QList<FileItem>& SearchSession::visibleItems()
     // Asked for now: worked out here, and whatever was being prepared is no longer needed.
     cancelPreparation();
     m_visibleDirty = false;
+    m_shownDiff.reset();
     m_visibleItems = VisibleList::compute(listInputs(m_sidebar, true));
     return m_visibleItems;
 }
@@ -192,22 +193,38 @@ void SearchSession::prepareVisibleItems()
     m_preparing = cancel;
     const quint64 generation = m_listGeneration;
     QPointer<SearchSession> self(this);
-    m_pool.start([self, cancel, generation, in = listInputs(m_sidebar, true)] {
+    // The diff from the list now shown is worked out here too: comparing two long lists row
+    // by row is more than a frame's work for the GUI thread. A list that arrived but was not
+    // shown yet (something changed again first) is not what the views show: its diff's start is.
+    QList<FileItem> shown = m_shownDiff ? m_shownDiff->from : m_visibleItems;
+    m_pool.start([self, cancel, generation, in = listInputs(m_sidebar, true), shown = std::move(shown)] {
         QList<FileItem> list = VisibleList::compute(in, cancel.get());
+        if (cancel->load()) return;
+        VisibleListDiff diff = VisibleListDiff::of(shown, list);
         if (cancel->load()) return;
         // Through the application object: only the GUI thread can tell whether the session
         // is still there.
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [self, cancel, generation, list = std::move(list)]() mutable {
+            [self, cancel, generation, list = std::move(list), diff = std::move(diff)]() mutable {
                 if (!self || cancel->load() || generation != self->m_listGeneration) return;
                 self->m_preparing.reset();
                 self->m_visibleItems = std::move(list);
                 self->m_visibleDirty = false;
+                self->m_shownDiff = std::move(diff);
                 Q_EMIT self->shownItemsChanged();
             },
             Qt::QueuedConnection);
     });
+}
+
+void SearchSession::dropShownDiff()
+{
+    // The diff may hold the last copy of the list shown before, and freeing a long list's
+    // strings is more than a frame's work: that happens on the pool.
+    if (!m_shownDiff) return;
+    QThreadPool::globalInstance()->start([gone = std::move(*m_shownDiff)] {});
+    m_shownDiff.reset();
 }
 
 void SearchSession::cancelPreparation()

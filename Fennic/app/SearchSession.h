@@ -3,6 +3,7 @@
 #include "AppEnvironment.h"
 #include "SidebarItem.h"
 #include "VisibleList.h"
+#include "VisibleListDiff.h"
 #include "model/FileItem.h"
 #include "search/ParsedQuery.h"
 #include "search/SavedSearch.h"
@@ -79,6 +80,11 @@ public:
     // visibleItems held steady while typing: an empty result shows only once the request has
     // settled; until then the last non-empty result stays.
     QList<FileItem> shownItems();
+    // The diff from the list shown before to visibleItems, when it was worked out beside the
+    // list on the pool; null otherwise. It holds the list it came from: drop it once a view has
+    // taken the new list.
+    const VisibleListDiff* shownDiff() const { return m_shownDiff ? &*m_shownDiff : nullptr; }
+    void dropShownDiff();
     const QList<FileItem>& heldResults() const { return m_heldResults; }
     // The files of a sidebar entry before any request, unordered.
     QList<FileItem> baseItems(const SidebarItem& entry) const;
@@ -146,6 +152,7 @@ private:
     std::optional<QString> m_similarTo;
     bool m_visibleDirty = true;
     QList<FileItem> m_visibleItems;
+    std::optional<VisibleListDiff> m_shownDiff;
     quint64 m_listGeneration = 0;
     std::shared_ptr<std::atomic<bool>> m_preparing;  // set while a list is worked out on the pool
     QThreadPool m_pool;

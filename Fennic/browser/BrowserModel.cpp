@@ -28,11 +28,17 @@ bool samePath(const FileItem& a, const FileItem& b)
     return (a.path.constData() == b.path.constData() && a.path.size() == b.path.size()) || a.path == b.path;
 }
 
-// The fields a row shows that can change while the path stays (an edit, a rename of the kind).
-bool sameFields(const FileItem& a, const FileItem& b)
-{
-    return a.size == b.size && a.modified == b.modified && a.added == b.added && a.kind == b.kind;
-}
+// Holds a list while it is replaced and, when it was its last holder, lets the pool free it.
+struct DisposeOnPool {
+    QList<FileItem> list;
+    explicit DisposeOnPool(QList<FileItem> held) : list(std::move(held)) { }
+    DisposeOnPool(const DisposeOnPool&) = delete;
+    DisposeOnPool& operator=(const DisposeOnPool&) = delete;
+    ~DisposeOnPool()
+    {
+        if (list.size() > 1000 && list.isDetached()) QThreadPool::globalInstance()->start([gone = std::move(list)] {});
+    }
+};
 
 ThumbnailLoader::Request requestFor(const FileItem& item)
 {
@@ -47,8 +53,11 @@ BrowserModel::BrowserModel(ThumbnailLoader& thumbnails, QObject* parent)
     connect(&m_thumbnails, &ThumbnailLoader::ready, this, [this](const QString& path) { thumbnailReady(path); });
 }
 
-BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
+BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items, const VisibleListDiff* diff)
 {
+    // The list going out is let go of on the pool (after everything below that holds it):
+    // freeing 130,000 files' strings is a stall of its own.
+    const DisposeOnPool outgoing{m_items};
     if (wouldReset(items)) {
         beginResetModel();
         m_items = items;
@@ -57,30 +66,17 @@ BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
         return Change::reset;
     }
 
-    const QList<FileItem>& old = m_items;
-    const qsizetype oldCount = old.size();
+    // A diff worked out elsewhere is taken only for the very lists it was made from; any other
+    // pair is compared here, which for long lists takes more than a frame.
+    VisibleListDiff computed;
+    if (!diff || !diff->isBetween(m_items, items)) {
+        computed = VisibleListDiff::of(m_items, items);
+        diff = &computed;
+    }
+    const qsizetype oldCount = m_items.size();
     const qsizetype newCount = items.size();
-    const qsizetype common = std::min(oldCount, newCount);
-    qsizetype prefix = 0;
-    while (prefix < common && samePath(old.at(prefix), items.at(prefix))) ++prefix;
-    qsizetype suffix = 0;
-    while (suffix < common - prefix && samePath(old.at(oldCount - 1 - suffix), items.at(newCount - 1 - suffix)))
-        ++suffix;
-
-    // Rows kept on either side whose details changed, as runs in the new list's rows.
-    std::vector<std::pair<qsizetype, qsizetype>> changed;
-    const auto noteChanges = [&](qsizetype oldStart, qsizetype newStart, qsizetype count) {
-        for (qsizetype i = 0; i < count; ++i) {
-            if (sameFields(old.at(oldStart + i), items.at(newStart + i))) continue;
-            const qsizetype row = newStart + i;
-            if (!changed.empty() && changed.back().second == row - 1)
-                changed.back().second = row;
-            else
-                changed.emplace_back(row, row);
-        }
-    };
-    noteChanges(0, 0, prefix);
-    noteChanges(oldCount - suffix, newCount - suffix, suffix);
+    const qsizetype prefix = diff->prefix;
+    const qsizetype suffix = diff->suffix;
 
     // No row is copied: the new list is taken whole, and while a replaced stretch is on its
     // way out, rows past the new stretch are read from the old list (see item()).
@@ -108,7 +104,7 @@ BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items)
     }
     // Keep the new values of changed fields (and share the caller's list).
     if (inserted == 0 && removed == 0) m_items = items;
-    for (const auto& [first, last] : changed)
+    for (const auto& [first, last] : diff->changed)
         Q_EMIT dataChanged(index(int(first), 0), index(int(last), kColumnCount - 1));
     return removed > 0 || inserted > 0 ? Change::ranges : Change::none;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/VisibleListDiff.h"
 #include "model/FileItem.h"
 #include "search/SortKey.h"
 
@@ -50,7 +51,8 @@ public:
 
     explicit BrowserModel(ThumbnailLoader& thumbnails, QObject* parent = nullptr);
 
-    Change setItems(const QList<FileItem>& items);
+    // `diff`, when given and made from the list shown to `items`, spares comparing them here.
+    Change setItems(const QList<FileItem>& items, const VisibleListDiff* diff = nullptr);
     // Whether setItems(items) would reset: nothing in common at either end. Constant time.
     bool wouldReset(const QList<FileItem>& items) const;
     const QList<FileItem>& items() const { return m_items; }

@@ -176,12 +176,12 @@ BrowserView::~BrowserView()
     delete m_stack;
 }
 
-void BrowserView::setItems(const QList<FileItem>& items)
+void BrowserView::setItems(const QList<FileItem>& items, const VisibleListDiff* diff)
 {
     // A reset forgets the selection, so its paths are kept to restore it; range changes keep
     // it by themselves (and cost nothing here while the person types).
     if (!m_model->wouldReset(items)) {
-        m_model->setItems(items);
+        m_model->setItems(items, diff);
         scheduleVisibleUpdate();
         return;
     }

@@ -54,8 +54,9 @@ public:
     ~BrowserView() override;
 
     BrowserModel& model() { return *m_model; }
-    // Shows a new list, keeping the selection of the files still in it.
-    void setItems(const QList<FileItem>& items);
+    // Shows a new list, keeping the selection of the files still in it. `diff` as for
+    // BrowserModel::setItems.
+    void setItems(const QList<FileItem>& items, const VisibleListDiff* diff = nullptr);
     void setViewMode(ViewMode mode);
     ViewMode viewMode() const { return m_mode; }
     void setCardSize(double size);

@@ -30,11 +30,16 @@ CardDelegate::CardDelegate(QObject* parent)
       m_cardSize(AppSettings::kDefaultCardSize)
 { }
 
-void CardDelegate::setThemeStyle(const ThemeStyle& style) { m_style = style; }
+void CardDelegate::setThemeStyle(const ThemeStyle& style)
+{
+    m_style = style;
+    m_backgrounds.clear();
+}
 
 void CardDelegate::setCardSize(double size)
 {
     m_cardSize = std::clamp(size, AppSettings::kMinCardSize, AppSettings::kMaxCardSize);
+    m_backgrounds.clear();
 }
 
 void CardDelegate::setHighlight(const QStringList& words)
@@ -123,17 +128,55 @@ const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const 
     return *kept;
 }
 
+QRectF CardDelegate::pictureRect(const QRectF& card) const
+{
+    const qreal side = std::round(m_cardSize);
+    return {card.center().x() - side / 2, card.top() + kPadding - 1, side, side};
+}
+
+qreal CardDelegate::pictureRadius() const { return std::max(2.0, m_style.cardRadius() - kPadding / 2.0); }
+
+QPixmap CardDelegate::background(const QStyleOptionViewItem& option, std::optional<FileKind> backdrop, qreal dpr) const
+{
+    const bool selected = option.state.testFlag(QStyle::State_Selected);
+    const bool focused = option.state.testFlag(QStyle::State_HasFocus);
+    const bool hovered = option.state.testFlag(QStyle::State_MouseOver);
+    const QString key = QString::number(option.rect.width()) + u'x' + QString::number(option.rect.height()) + u' '
+        + QString::number(dpr) + u' ' + QString::number(option.palette.cacheKey()) + u' '
+        + QString::number(int(selected) | int(focused) << 1 | int(hovered) << 2) + u' '
+        + QString::number(backdrop ? int(*backdrop) : -1);
+    if (const auto it = m_backgrounds.constFind(key); it != m_backgrounds.cend()) return *it;
+
+    // Drawn at the card's own offset within whole pixels, so the edges are smoothed exactly as
+    // they would be on the view itself.
+    QPixmap pixmap((QSizeF(option.rect.size()) * dpr).toSize());
+    pixmap.setDevicePixelRatio(dpr);
+    pixmap.fill(Qt::transparent);
+    QPainter painter(&pixmap);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF card =
+        QRectF(QPointF(0, 0), QSizeF(option.rect.size())).adjusted(kMargin, kMargin, -kMargin, -kMargin);
+    m_style.paintCard(&painter, card, option.palette, selected, focused, hovered);
+    if (backdrop) {
+        const bool playful = m_style.theme() == Theme::playful;
+        const QColor kind = m_style.kindColour(*backdrop);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(ThemeStyle::withOpacity(kind, m_style.isDark() ? 0.22 : (playful ? 0.14 : 0.10)));
+        painter.drawRoundedRect(pictureRect(card), pictureRadius(), pictureRadius());
+    }
+    painter.end();
+    // A handful of looks at a time: card states times kinds, for one size and palette.
+    if (m_backgrounds.size() >= 64) m_backgrounds.clear();
+    m_backgrounds.insert(key, pixmap);
+    return pixmap;
+}
+
 void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
 {
     const QVariant itemValue = index.data(BrowserModel::ItemRole);
     if (!itemValue.canConvert<FileItem>()) return;
     const FileItem item = itemValue.value<FileItem>();
     const QPalette& palette = option.palette;
-    const bool selected = option.state.testFlag(QStyle::State_Selected);
-    const bool focused = option.state.testFlag(QStyle::State_HasFocus);
-    const bool hovered = option.state.testFlag(QStyle::State_MouseOver);
-    const bool playful = m_style.theme() == Theme::playful;
-    const qreal radius = m_style.cardRadius();
     const QColor accent = m_style.accent();
 
     painter->save();
@@ -141,32 +184,29 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
 
     const QRectF card = QRectF(option.rect).adjusted(kMargin, kMargin, -kMargin, -kMargin);
-    m_style.paintCard(painter, card, palette, selected, focused, hovered);
-
-    // The picture.
-    const qreal side = std::round(m_cardSize);
-    const QRectF picture(card.center().x() - side / 2, card.top() + kPadding - 1, side, side);
-    const qreal pictureRadius = std::max(2.0, radius - kPadding / 2.0);
+    const QRectF picture = pictureRect(card);
     const QVariant decoration = index.data(Qt::DecorationRole);
     const QImage image = decoration.typeId() == QMetaType::QImage ? decoration.value<QImage>() : QImage();
+    const qreal dpr = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
+    // The card, with the picture's tinted backdrop while it has no thumbnail.
+    const std::optional<FileKind> backdrop = image.isNull() ? std::optional(item.kind) : std::nullopt;
+    painter->drawPixmap(option.rect.topLeft(), background(option, backdrop, dpr));
+
+    // The picture.
+    const qreal side = picture.width();
     if (!image.isNull()) {
         QSizeF fitted = QSizeF(image.size()).scaled(picture.size(), Qt::KeepAspectRatio);
         const QRectF target(picture.center().x() - fitted.width() / 2, picture.center().y() - fitted.height() / 2,
                             fitted.width(), fitted.height());
-        const qreal dpr = painter->device() ? painter->device()->devicePixelRatioF() : 1.0;
         QPixmap pixmap = scaledPicture(image, (target.size() * dpr).toSize().expandedTo(QSize(1, 1)));
         pixmap.setDevicePixelRatio(dpr);
         QPainterPath clip;
-        clip.addRoundedRect(target, pictureRadius, pictureRadius);
+        clip.addRoundedRect(target, pictureRadius(), pictureRadius());
         painter->save();
         painter->setClipPath(clip, Qt::IntersectClip);
         painter->drawPixmap(target, pixmap, QRectF(pixmap.rect()));
         painter->restore();
     } else {
-        const QColor kind = m_style.kindColour(item.kind);
-        painter->setPen(Qt::NoPen);
-        painter->setBrush(ThemeStyle::withOpacity(kind, m_style.isDark() ? 0.22 : (playful ? 0.14 : 0.10)));
-        painter->drawRoundedRect(picture, pictureRadius, pictureRadius);
         const QIcon icon = decoration.typeId() == QMetaType::QIcon ? decoration.value<QIcon>() : QIcon();
         const int iconEdge = int(side * 0.48);
         const QRect iconRect(int(picture.center().x()) - iconEdge / 2, int(picture.center().y()) - iconEdge / 2,

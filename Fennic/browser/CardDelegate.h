@@ -3,11 +3,16 @@
 #include "search/SortKey.h"
 #include "theme/ThemeStyle.h"
 
+#include "model/FileKind.h"
+
 #include <QCache>
+#include <QHash>
+#include <QPixmap>
 #include <QStringList>
 #include <QStyledItemDelegate>
 #include <QTextLayout>
 #include <memory>
+#include <optional>
 
 namespace fennic {
 
@@ -54,12 +59,21 @@ private:
     };
     const LaidName& laidName(const QString& name, const QFont& font, int width) const;
     QFont detailFont(const QFont& base) const;
+    // Where the picture goes within a card.
+    QRectF pictureRect(const QRectF& card) const;
+    qreal pictureRadius() const;
+    // The card's body (shadow, fill, selection and focus) over the whole cell, and the
+    // picture's tinted backdrop when a kind is given. Smoothing rounded edges is most of what
+    // a card without text changes costs, and every card in one state looks the same, so each
+    // look is drawn once and copied.
+    QPixmap background(const QStyleOptionViewItem& option, std::optional<FileKind> backdrop, qreal dpr) const;
 
     ThemeStyle m_style;
     double m_cardSize;
     QStringList m_words;
     SortKey m_detail = SortKey::name;
     mutable QCache<QString, LaidName> m_names{4000};
+    mutable QHash<QString, QPixmap> m_backgrounds;
 };
 
 }  // namespace fennic

@@ -18,7 +18,8 @@ void show(BrowserView& view, AppModel& app)
         return;
     }
     const QList<FileItem> shown = search.shownItems();
-    view.setItems(shown);
+    view.setItems(shown, search.shownDiff());
+    search.dropShownDiff();
     view.setHighlight(search.highlightQuery());
 
     EmptyStates::Situation situation;

@@ -66,72 +66,92 @@ protected:
     BrowserModel model{loader};
 };
 
-TEST_F(BrowserModelTest, NewListsChangeOnlyWhatDiffers)
+TEST(BrowserModelListTest, NewListsChangeOnlyWhatDiffers)
 {
-    EXPECT_EQ(model.setItems(itemsNamed("abcdefghij")), BrowserModel::Change::ranges);
-    Changes changes(model);
+    TempTree tree;
+    ThumbnailLoader loader{ThumbnailCache(tree.path("cache"))};
+    // The same changes whether the model compares the lists itself or is handed the diff the
+    // search session works out on its thread; a diff made for other lists is not taken.
+    enum class Diff {
+        none,
+        handedIn,
+        stale
+    };
+    for (const Diff given : {Diff::none, Diff::handedIn, Diff::stale}) {
+        SCOPED_TRACE(int(given));
+        BrowserModel model{loader};
+        const auto set = [&](const QList<FileItem>& items) {
+            if (given == Diff::none) return model.setItems(items);
+            const VisibleListDiff diff =
+                VisibleListDiff::of(given == Diff::stale ? itemsNamed("abcdefghij") : model.items(), items);
+            return model.setItems(items, &diff);
+        };
+        EXPECT_EQ(set(itemsNamed("abcdefghij")), BrowserModel::Change::ranges);
+        Changes changes(model);
 
-    // The same files again, in fresh strings: nothing to tell.
-    EXPECT_EQ(model.setItems(itemsNamed("abcdefghij")), BrowserModel::Change::none);
-    EXPECT_EQ(changes.total(), 0);
+        // The same files again, in fresh strings or the very list shown: nothing to tell.
+        EXPECT_EQ(set(itemsNamed("abcdefghij")), BrowserModel::Change::none);
+        EXPECT_EQ(set(QList<FileItem>(model.items())), BrowserModel::Change::none);
+        EXPECT_EQ(changes.total(), 0);
 
-    // One file grew: only its row changes.
-    QList<FileItem> grown = itemsNamed("abcdefghij");
-    grown[3].size = 4000;
-    EXPECT_EQ(model.setItems(grown), BrowserModel::Change::none);
-    ASSERT_EQ(changes.changed.count(), 1);
-    EXPECT_EQ(changes.changed.at(0).at(0).toModelIndex().row(), 3);
-    EXPECT_EQ(changes.changed.at(0).at(1).toModelIndex().row(), 3);
-    EXPECT_EQ(model.data(model.index(3, int(BrowserModel::Column::size))).toString(), Fmt::size(4000));
-    model.setItems(itemsNamed("abcdefghij"));
-    changes.clear();
+        // One file grew: only its row changes.
+        QList<FileItem> grown = itemsNamed("abcdefghij");
+        grown[3].size = 4000;
+        EXPECT_EQ(set(grown), BrowserModel::Change::none);
+        ASSERT_EQ(changes.changed.count(), 1);
+        EXPECT_EQ(changes.changed.at(0).at(0).toModelIndex().row(), 3);
+        EXPECT_EQ(changes.changed.at(0).at(1).toModelIndex().row(), 3);
+        EXPECT_EQ(model.data(model.index(3, int(BrowserModel::Column::size))).toString(), Fmt::size(4000));
+        set(itemsNamed("abcdefghij"));
+        changes.clear();
 
-    // One file more in the middle, then gone again.
-    model.setItems(itemsNamed("abcdeXfghij"));
-    ASSERT_EQ(changes.inserted.count(), 1);
-    EXPECT_EQ(rowsOf(changes.inserted), std::make_pair(5, 5));
-    EXPECT_EQ(changes.total(), 1);
-    EXPECT_EQ(model.item(5).name, QStringLiteral("X.txt"));
-    changes.clear();
-    model.setItems(itemsNamed("abcdefghij"));
-    ASSERT_EQ(changes.removed.count(), 1);
-    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(5, 5));
-    EXPECT_EQ(changes.total(), 1);
-    changes.clear();
+        // One file more in the middle, then gone again.
+        set(itemsNamed("abcdeXfghij"));
+        ASSERT_EQ(changes.inserted.count(), 1);
+        EXPECT_EQ(rowsOf(changes.inserted), std::make_pair(5, 5));
+        EXPECT_EQ(changes.total(), 1);
+        EXPECT_EQ(model.item(5).name, QStringLiteral("X.txt"));
+        changes.clear();
+        set(itemsNamed("abcdefghij"));
+        ASSERT_EQ(changes.removed.count(), 1);
+        EXPECT_EQ(rowsOf(changes.removed), std::make_pair(5, 5));
+        EXPECT_EQ(changes.total(), 1);
+        changes.clear();
 
-    // A stretch replaced: the new stretch goes in, then the old one out, and in between the
-    // model shows both (views read it when told of the insertion).
-    QStringList between;
-    const auto connection = QObject::connect(&model, &BrowserModel::rowsInserted, [&] {
-        for (int row = 0; row < model.rowCount(); ++row) between << model.item(row).name.left(1);
-    });
-    model.setItems(itemsNamed("abcXYZij"));
-    QObject::disconnect(connection);
-    ASSERT_EQ(changes.removed.count(), 1);
-    ASSERT_EQ(changes.inserted.count(), 1);
-    EXPECT_EQ(rowsOf(changes.inserted), std::make_pair(3, 5));
-    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(6, 10));
-    EXPECT_EQ(between.join(QString()), QStringLiteral("abcXYZdefghij"));
-    EXPECT_EQ(changes.reset.count(), 0);
-    EXPECT_EQ(model.rowCount(), 8);
-    EXPECT_EQ(model.item(7).name, QStringLiteral("j.txt"));
-    changes.clear();
+        // A stretch replaced: the new stretch goes in, then the old one out, and in between the
+        // model shows both (views read it when told of the insertion).
+        QStringList between;
+        const auto connection = QObject::connect(&model, &BrowserModel::rowsInserted, [&] {
+            for (int row = 0; row < model.rowCount(); ++row) between << model.item(row).name.left(1);
+        });
+        set(itemsNamed("abcXYZij"));
+        QObject::disconnect(connection);
+        ASSERT_EQ(changes.removed.count(), 1);
+        ASSERT_EQ(changes.inserted.count(), 1);
+        EXPECT_EQ(rowsOf(changes.inserted), std::make_pair(3, 5));
+        EXPECT_EQ(rowsOf(changes.removed), std::make_pair(6, 10));
+        EXPECT_EQ(between.join(QString()), QStringLiteral("abcXYZdefghij"));
+        EXPECT_EQ(changes.reset.count(), 0);
+        EXPECT_EQ(model.rowCount(), 8);
+        EXPECT_EQ(model.item(7).name, QStringLiteral("j.txt"));
+        changes.clear();
 
-    // Narrowing to the start and to the end.
-    model.setItems(itemsNamed("abc"));
-    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(3, 7));
-    changes.clear();
-    model.setItems(itemsNamed("bc"));
-    EXPECT_EQ(rowsOf(changes.removed), std::make_pair(0, 0));
-    changes.clear();
+        // Narrowing to the start and to the end.
+        set(itemsNamed("abc"));
+        EXPECT_EQ(rowsOf(changes.removed), std::make_pair(3, 7));
+        changes.clear();
+        set(itemsNamed("bc"));
+        EXPECT_EQ(rowsOf(changes.removed), std::make_pair(0, 0));
+        changes.clear();
 
-    // Nothing in common: a reset.
-    EXPECT_EQ(model.setItems(itemsNamed("pqrs")), BrowserModel::Change::reset);
-    EXPECT_EQ(changes.reset.count(), 1);
-    EXPECT_EQ(changes.inserted.count() + changes.removed.count(), 0);
-    EXPECT_EQ(model.rowCount(), 4);
-    EXPECT_EQ(model.rowOf(QStringLiteral("/srv/files/r.txt")), 2);
-    EXPECT_EQ(model.rowOf(QStringLiteral("/srv/files/a.txt")), -1);
+        // Nothing in common: a reset.
+        EXPECT_EQ(set(itemsNamed("pqrs")), BrowserModel::Change::reset);
+        EXPECT_EQ(changes.reset.count(), 1);
+        EXPECT_EQ(changes.inserted.count() + changes.removed.count(), 0);
+        EXPECT_EQ(model.rowCount(), 4);
+        EXPECT_EQ(model.rowOf(QStringLiteral("/srv/files/r.txt")), 2);
+        EXPECT_EQ(model.rowOf(QStringLiteral("/srv/files/a.txt")), -1);
+    }
 }
 
 TEST_F(BrowserModelTest, ColumnsAndRolesShowTheFile)
