@@ -16,6 +16,8 @@
 #include "search/SearchIndex.h"
 #include "search/SearchParser.h"
 
+#include "system/WorkerPool.h"
+
 #include <QCoreApplication>
 #include <QPointer>
 #include <QThreadPool>
@@ -223,7 +225,7 @@ void SearchSession::dropShownDiff()
     // The diff may hold the last copy of the list shown before, and freeing a long list's
     // strings is more than a frame's work: that happens on the pool.
     if (!m_shownDiff) return;
-    QThreadPool::globalInstance()->start([gone = std::move(*m_shownDiff)] {});
+    WorkerPool::shared()->start([gone = std::move(*m_shownDiff)] {});
     m_shownDiff.reset();
 }
 

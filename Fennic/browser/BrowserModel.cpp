@@ -5,6 +5,8 @@
 #include "thumbnails/ThumbnailLoader.h"
 #include "thumbnails/ThumbnailMaker.h"
 
+#include "system/WorkerPool.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QMimeData>
@@ -36,7 +38,7 @@ struct DisposeOnPool {
     DisposeOnPool& operator=(const DisposeOnPool&) = delete;
     ~DisposeOnPool()
     {
-        if (list.size() > 1000 && list.isDetached()) QThreadPool::globalInstance()->start([gone = std::move(list)] {});
+        if (list.size() > 1000 && list.isDetached()) WorkerPool::shared()->start([gone = std::move(list)] {});
     }
 };
 
@@ -300,7 +302,7 @@ void BrowserModel::prepareRows()
     if (m_rowsPreparing == m_items.constData()) return;
     m_rowsPreparing = m_items.constData();
     QPointer<BrowserModel> self(this);
-    QThreadPool::globalInstance()->start([self, items = m_items] {
+    WorkerPool::shared()->start([self, items = m_items] {
         QHash<QString, int> rows;
         rows.reserve(items.size());
         for (qsizetype i = 0; i < items.size(); ++i) rows.insert(items.at(i).path, int(i));

@@ -1,5 +1,7 @@
 #include "DesktopActions.h"
 
+#include "system/WorkerPool.h"
+
 #include <QClipboard>
 #include <QCoreApplication>
 #include <QDBusConnection>
@@ -131,7 +133,7 @@ QList<Application> applicationsFor(const QString& path) { return toApplications(
 void findApplicationsFor(const QString& path, QObject* context, std::function<void(QList<Application>)> done)
 {
     QPointer<QObject> receiver(context);
-    QThreadPool::globalInstance()->start([path, receiver, done = std::move(done)]() mutable {
+    WorkerPool::shared()->start([path, receiver, done = std::move(done)]() mutable {
         QList<FoundApplication> found = findApplications(path);
         if (!receiver) return;
         QMetaObject::invokeMethod(
@@ -221,7 +223,7 @@ void copy(const QList<FileItem>& items)
     // else was copied meanwhile.
     const QString path = items.first().path;
     QPointer<QCoreApplication> app(QCoreApplication::instance());
-    QThreadPool::globalInstance()->start([items, path, mark, app] {
+    WorkerPool::shared()->start([items, path, mark, app] {
         QImage image = loadForClipboard(path);
         if (image.isNull() || !app) return;
         QMetaObject::invokeMethod(

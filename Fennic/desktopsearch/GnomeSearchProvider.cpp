@@ -3,6 +3,8 @@
 #include "DesktopSearch.h"
 #include "thumbnails/ThumbnailCache.h"
 
+#include "system/WorkerPool.h"
+
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
@@ -70,7 +72,7 @@ QList<QVariantMap> GnomeSearchProvider::GetResultMetas(const QStringList& idList
                                       DesktopSearch::iconName(item->path)});
     if (!calledFromDBus()) return metasFor(sources);
     setDelayedReply(true);
-    QThreadPool::globalInstance()->start([sources, reply = message().createReply(), bus = connection()]() mutable {
+    WorkerPool::shared()->start([sources, reply = message().createReply(), bus = connection()]() mutable {
         reply << QVariant::fromValue(metasFor(sources));
         bus.send(reply);
     });

@@ -10,6 +10,8 @@
 #include "model/Fold.h"
 #include "search/SearchParser.h"
 
+#include "system/WorkerPool.h"
+
 #include <QClipboard>
 #include <QCoreApplication>
 #include <QDesktopServices>
@@ -64,8 +66,8 @@ void QuickSearchModel::recompute()
     for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
     const qsizetype room = kMaxResults - results.size();
     QPointer<QuickSearchModel> self(this);
-    QThreadPool::globalInstance()->start([self, generation, request, room, taken,
-                                          records = m_app.images().imageRecords(), items = m_app.library().items()] {
+    WorkerPool::shared()->start([self, generation, request, room, taken, records = m_app.images().imageRecords(),
+                                 items = m_app.library().items()] {
         QList<VisualMatch> matches;
         for (const VisualMatch& match :
              VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {

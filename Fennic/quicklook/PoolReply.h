@@ -1,5 +1,7 @@
 #pragma once
 
+#include "system/WorkerPool.h"
+
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QObject>
@@ -35,7 +37,7 @@ public:
     // copied, so they capture plain values (and `done` may capture the receiver).
     template <typename Work, typename Done> void run(Work work, Done done)
     {
-        QThreadPool::globalInstance()->start([state = m_state, work = std::move(work), done = std::move(done)] {
+        WorkerPool::shared()->start([state = m_state, work = std::move(work), done = std::move(done)] {
             auto result = work();
             const std::lock_guard lock(state->mutex);
             if (!state->receiver) return;

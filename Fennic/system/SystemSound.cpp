@@ -1,5 +1,7 @@
 #include "SystemSound.h"
 
+#include "system/WorkerPool.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -77,7 +79,7 @@ QString file(const QString& name)
 
 void play(const QString& name)
 {
-    QThreadPool::globalInstance()->start([name] {
+    WorkerPool::shared()->start([name] {
         static Canberra canberra;
         const QString path = file(name);
         if (!path.isEmpty()) canberra.play(QFile::encodeName(path));

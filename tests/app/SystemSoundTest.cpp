@@ -1,4 +1,5 @@
 #include "system/SystemSound.h"
+#include "system/WorkerPool.h"
 
 #include <QFileInfo>
 #include <QThreadPool>
@@ -17,5 +18,5 @@ TEST(SystemSound, TheTrashSoundShipsAndPlaysSilentlyWithoutADevice)
     // and the background attempt ends without harm.
     SystemSound::play("Purr");
     SystemSound::play("No Such Sound");
-    EXPECT_TRUE(QThreadPool::globalInstance()->waitForDone(10000));
+    EXPECT_TRUE(WorkerPool::shared()->waitForDone(10000));
 }
