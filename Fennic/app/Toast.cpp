@@ -4,6 +4,7 @@ namespace fennic {
 
 Toast::Toast(int shortMs, int longMs, QObject* parent) : QObject(parent), m_shortMs(shortMs), m_longMs(longMs)
 {
+    m_hideTimer.setObjectName(QStringLiteral("Toast hide"));
     m_hideTimer.setSingleShot(true);
     m_hideTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_hideTimer, &QTimer::timeout, this, &Toast::hide);

@@ -156,6 +156,7 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_stack);
 
+    m_visibleTimer.setObjectName(QStringLiteral("BrowserView visible"));
     m_visibleTimer.setSingleShot(true);
     m_visibleTimer.setInterval(kVisibleDelayMs);
     connect(&m_visibleTimer, &QTimer::timeout, this, [this] { updateVisible(); });

@@ -68,6 +68,7 @@ CleanupPage::CleanupPage(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pa
     connect(&library, &LibraryModel::filesLeft, this, &CleanupPage::filesRemoved);
     connect(m_model, &CleanupReviewModel::checkedChanged, this, &CleanupPage::updateTotals);
 
+    m_visibleTimer.setObjectName(QStringLiteral("CleanupPage visible"));
     m_visibleTimer.setSingleShot(true);
     m_visibleTimer.setInterval(30);
     connect(&m_visibleTimer, &QTimer::timeout, this, &CleanupPage::updateVisible);

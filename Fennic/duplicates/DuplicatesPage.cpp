@@ -77,6 +77,7 @@ DuplicatesPage::DuplicatesPage(AppModel& app, ThumbnailLoader& thumbnails, QWidg
     connect(&scan, &DuplicateScan::duplicatesScannedChanged, this, &DuplicatesPage::follow);
     connect(m_delegate, &DuplicatesDelegate::keepRequested, this, &DuplicatesPage::rowActivated);
 
+    m_visibleTimer.setObjectName(QStringLiteral("DuplicatesPage visible"));
     m_visibleTimer.setSingleShot(true);
     m_visibleTimer.setInterval(30);
     connect(&m_visibleTimer, &QTimer::timeout, this, &DuplicatesPage::updateVisible);

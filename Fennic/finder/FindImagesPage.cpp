@@ -160,12 +160,15 @@ FindImagesPage::FindImagesPage(AppModel& app, ThumbnailLoader& thumbnails, QWidg
         m_app.search().setSimilarTo(index.data(FinderModel::PathRole).toString());
     });
 
+    m_requestTimer.setObjectName(QStringLiteral("FindImagesPage request"));
     m_requestTimer.setSingleShot(true);
     m_requestTimer.setInterval(kRequestDelayMs);
     connect(&m_requestTimer, &QTimer::timeout, this, [this] { startSearch(); });
+    m_followTimer.setObjectName(QStringLiteral("FindImagesPage follow"));
     m_followTimer.setSingleShot(true);
     m_followTimer.setInterval(kFollowDelayMs);
     connect(&m_followTimer, &QTimer::timeout, this, [this] { startSearch(); });
+    m_loadingTimer.setObjectName(QStringLiteral("FindImagesPage loading"));
     m_loadingTimer.setSingleShot(true);
     m_loadingTimer.setInterval(kLoadingDelayMs);
     connect(&m_loadingTimer, &QTimer::timeout, this, [this] {

@@ -29,6 +29,7 @@ namespace fennic {
 
 QuickSearchModel::QuickSearchModel(AppModel& app, QObject* parent) : QObject(parent), m_app(app)
 {
+    m_flashTimer.setObjectName(QStringLiteral("QuickSearchModel flash"));
     m_flashTimer.setSingleShot(true);
     connect(&m_flashTimer, &QTimer::timeout, this, [this] {
         m_flash.reset();

@@ -286,6 +286,7 @@ int main(int argc, char** argv)
     const bench::Stopwatch busy;
     model.library().scan();
     QTimer scroller;
+    scroller.setObjectName(QStringLiteral("bench scroller"));
     QObject::connect(&scroller, &QTimer::timeout, [&] {
         bar->setValue(bar->value() + bar->pageStep() / 2);
         if (bar->value() >= bar->maximum()) bar->setValue(0);
