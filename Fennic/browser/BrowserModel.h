@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QIcon>
 #include <QList>
+#include <QSet>
 #include <optional>
 
 namespace fennic {
@@ -94,6 +95,7 @@ private:
     mutable QHash<QString, QIcon> m_icons;  // by extension
     mutable QHash<QString, int> m_rows;     // path → row, rebuilt when first needed after a change
     mutable bool m_rowsStale = true;
+    QSet<QString> m_picturesWaiting;            // thumbnails that arrived while the row index was being made
     const FileItem* m_rowsPreparing = nullptr;  // the list whose rows are being indexed on the pool
     // While a replaced stretch leaves: the old list, whose rows from m_leavingFrom on (shifted
     // by the m_leavingShift rows just inserted) are still shown.
