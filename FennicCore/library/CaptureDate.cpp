@@ -49,6 +49,7 @@ std::optional<Reading> readWithExiv2(const QByteArray& path)
 
 // Reads an opened file; the caller closes it. O_NONBLOCK kept the open from waiting on a pipe;
 // unless the caller has just seen a regular file at this name, fstat turns anything else away.
+// `fallbackPath` empty: the descriptor's own path stands in, made only when it is needed.
 std::optional<Reading> readOpened(int fd, const QByteArray& fallbackPath, bool knownRegular)
 {
     struct stat st { };
@@ -57,7 +58,8 @@ std::optional<Reading> readOpened(int fd, const QByteArray& fallbackPath, bool k
     switch (result.outcome) {
     case ExifReader::Outcome::found:
         return parse(result.fields.dateTime, result.fields.subSeconds, result.fields.offset);
-    case ExifReader::Outcome::unsupported: return readWithExiv2(fallbackPath);
+    case ExifReader::Outcome::unsupported:
+        return readWithExiv2(fallbackPath.isEmpty() ? "/proc/self/fd/" + QByteArray::number(fd) : fallbackPath);
     case ExifReader::Outcome::none: break;
     }
     return std::nullopt;
@@ -121,7 +123,7 @@ std::optional<Reading> readAt(int dirFd, const char* name)
     if (fd < 0) return std::nullopt;
     // A pipe swapped in since the scan saw a regular file here fails its positioned read.
     // libexiv2 wants a path for the containers only it reads; the descriptor's own stands in.
-    std::optional<Reading> reading = readOpened(fd, "/proc/self/fd/" + QByteArray::number(fd), true);
+    std::optional<Reading> reading = readOpened(fd, {}, true);
     ::close(fd);
     return reading;
 }
