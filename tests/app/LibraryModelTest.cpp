@@ -3,6 +3,8 @@
 #include "library/LibraryCache.h"
 #include "library/Scanner.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <QImage>
 #include <QSemaphore>
 #include <QTimeZone>
@@ -19,6 +21,19 @@ namespace {
 int countPath(const QList<FileItem>& items, const QString& path)
 {
     return int(std::count_if(items.begin(), items.end(), [&](const FileItem& i) { return i.path == path; }));
+}
+
+// A real JPEG carrying the given Exif fields.
+void writePhoto(const QString& path, std::initializer_list<std::pair<const char*, const char*>> fields)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QImage image(64, 48, QImage::Format_RGB32);
+    image.fill(Qt::darkCyan);
+    ASSERT_TRUE(image.save(path, "JPEG"));
+    auto exif = Exiv2::ImageFactory::open(QFile::encodeName(path).toStdString());
+    exif->readMetadata();
+    for (const auto& [key, value] : fields) exif->exifData()[key] = std::string(value);
+    exif->writeMetadata();
 }
 
 }  // namespace
@@ -101,14 +116,7 @@ TEST(LibraryModel, FolderAddedDuringAScanGivesExactlyOneMoreScanThenTheRules)
 TEST(LibraryModel, CameraModelsReadByIndexingSurviveScans)
 {
     AppFixture f;
-    QImage image(64, 48, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    const QString photo = f.tree.path("Pictures/p.jpg");
-    ASSERT_TRUE(image.save(photo, "JPEG"));
-    auto exif = Exiv2::ImageFactory::open(QFile::encodeName(photo).toStdString());
-    exif->readMetadata();
-    exif->exifData()["Exif.Image.Model"] = std::string("Pocket 3");
-    exif->writeMetadata();
+    writePhoto(f.tree.path("Pictures/p.jpg"), {{"Exif.Image.Model", "Pocket 3"}});
 
     AppModel& m = f.make();
     m.images().setImageIndexPaused(true);
@@ -133,15 +141,8 @@ TEST(LibraryModel, CameraModelsReadByIndexingSurviveScans)
 TEST(LibraryModel, CameraDatesComeBackWithTheCache)
 {
     AppFixture f;
-    QImage image(64, 48, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    const QString photo = f.tree.path("Pictures/p.jpg");
-    ASSERT_TRUE(image.save(photo, "JPEG"));
-    auto exif = Exiv2::ImageFactory::open(QFile::encodeName(photo).toStdString());
-    exif->readMetadata();
-    exif->exifData()["Exif.Photo.DateTimeOriginal"] = std::string("2022:03:04 05:06:07");
-    exif->exifData()["Exif.Photo.OffsetTimeOriginal"] = std::string("+00:00");
-    exif->writeMetadata();
+    writePhoto(f.tree.path("Pictures/p.jpg"),
+               {{"Exif.Photo.DateTimeOriginal", "2022:03:04 05:06:07"}, {"Exif.Photo.OffsetTimeOriginal", "+00:00"}});
     const Date taken = Date::fromQDateTime(QDateTime(QDate(2022, 3, 4), QTime(5, 6, 7), QTimeZone(0)));
     {
         AppModel& first = f.make();
