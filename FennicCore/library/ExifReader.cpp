@@ -239,6 +239,12 @@ Result fromRawProfile(Source& source, quint64 at, quint32 length)
 {
     constexpr quint32 kMaxProfile = 1u << 20;
     if (length > kMaxProfile) return {};
+    // The keyword first: other compressed text (comments, other profiles) is never read whole.
+    constexpr QByteArrayView kPrefix("Raw profile type ");
+    char prefix[kPrefix.size()];
+    if (length < kPrefix.size() || !source.read(at, prefix, sizeof prefix)
+        || QByteArrayView(prefix, sizeof prefix) != kPrefix)
+        return {};
     QByteArray chunk(qsizetype(length), Qt::Uninitialized);
     if (!source.read(at, chunk.data(), size_t(length))) return {};
     const qsizetype keywordEnd = chunk.indexOf('\0');
