@@ -34,6 +34,7 @@
 #include "settings/SettingsWindow.h"
 #include "support/BenchTimer.h"
 #include "support/PaintCounter.h"
+#include "support/Pump.h"
 #include "support/StallMeter.h"
 #include "support/SyntheticHome.h"
 #include "support/TimedApplication.h"
@@ -73,23 +74,8 @@ constexpr quint32 kSeed = 42;
 constexpr double kTargetMs = 100;
 constexpr double kStallTargetMs = 16;
 
-// Runs the event loop until `done` holds or `limitMs` passed, sleeping while nothing happens
-// (a loop that spun would take a core from the pool threads it waits for); returns the time.
-double pumpUntil(const std::function<bool()>& done, int limitMs)
-{
-    const bench::Stopwatch clock;
-    // Wakes the loop at the limit; precise, since a coarse timer may fire a little early.
-    QTimer limit;
-    limit.setTimerType(Qt::PreciseTimer);
-    limit.start(limitMs);
-    while (!done() && clock.ms() < limitMs) QApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    return clock.ms();
-}
-
-void pump(int ms)
-{
-    pumpUntil([] { return false; }, ms);
-}
+using bench::pump;
+using bench::pumpUntil;
 
 QString summary(const std::vector<double>& values)
 {

@@ -24,7 +24,9 @@
 #include "quickpanel/QuickPanel.h"
 #include "support/BenchTimer.h"
 #include "support/PaintCounter.h"
+#include "support/Pump.h"
 #include "support/StallMeter.h"
+#include "support/StallSampler.h"
 #include "support/SyntheticHome.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -67,11 +69,15 @@ public:
         const QByteArray name = receiver->objectName().isEmpty() ? QByteArray(receiver->metaObject()->className())
                                                                  : receiver->objectName().toUtf8();
         const int type = int(event->type());
+        m_sampler.enter();
         const bool handled = QApplication::notify(receiver, event);
+        const QString stacks = m_sampler.leave();
         const double ms = double(clock.nsecsElapsed()) / 1e6;
         if (ms > 4 && m_log)
             m_events.append(
                 QStringLiteral("%1 ms %2 (event %3)").arg(ms, 0, 'f', 1).arg(QString::fromUtf8(name)).arg(type));
+        if (!stacks.isEmpty())
+            std::printf("    %.1f ms in %s (event %d):\n%s\n", ms, name.constData(), type, qPrintable(stacks));
         if (ms > m_slowestMs) {
             m_slowestMs = ms;
             m_slowest = QStringLiteral("%1 (event %2)").arg(QString::fromUtf8(name)).arg(type);
@@ -91,6 +97,7 @@ public:
     QString slowest() const { return QStringLiteral("%1 ms in %2").arg(m_slowestMs, 0, 'f', 1).arg(m_slowest); }
 
 private:
+    bench::StallSampler m_sampler;
     int m_depth = 0;
     double m_slowestMs = 0;
     QString m_slowest;
@@ -105,11 +112,8 @@ double residentMb()
     return 0;
 }
 
-void pump(int ms)
-{
-    const bench::Stopwatch clock;
-    while (clock.ms() < ms) QApplication::processEvents(QEventLoop::AllEvents, 5);
-}
+using bench::pump;
+using bench::pumpUntil;
 
 }  // namespace
 
@@ -165,7 +169,7 @@ int main(int argc, char** argv)
     // The window opens on Home: the library's totals, recent files and downloads.
     PaintCounter homePaints(window.homePage());
     window.show();
-    while (homePaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
+    pumpUntil([&] { return homePaints.paints > 0; }, 30000);
     const double launchMs = launch.ms();
     std::printf("launch with %lld cached items: model %.0f ms, Home painted at %.0f ms\n",
                 qlonglong(model.library().items().size()), modelMs, launchMs);
@@ -174,7 +178,7 @@ int main(int argc, char** argv)
     for (const FileKind kind : FileKinds::allCases)
         if (model.library().stats().total(kind).count > model.library().stats().total(largest).count) largest = kind;
     model.search().setSidebar(SidebarItem::ofKind(largest));
-    while (gridPaints.paints == 0 && launch.seconds() < 30) QApplication::processEvents(QEventLoop::AllEvents, 5);
+    pumpUntil([&] { return gridPaints.paints > 0; }, 30000);
     std::printf("the browser over the largest kind (%lld files) painted at %.0f ms\n",
                 qlonglong(model.library().stats().total(largest).count), launch.ms());
 
@@ -202,7 +206,7 @@ int main(int argc, char** argv)
         window.showQuickSearch();
         QuickPanel* panel = window.quickPanel();
         PaintCounter panelPaints(panel);
-        while (panelPaints.paints == 0 && clock.ms() < 3000) QApplication::processEvents(QEventLoop::AllEvents, 1);
+        pumpUntil([&] { return panelPaints.paints > 0; }, 3000);
         std::printf("Quick Search panel %s painted %.1f ms after the hot key\n", run == 0 ? "made and" : "shown and",
                     clock.ms());
         panel->dismiss();
@@ -249,8 +253,7 @@ int main(int argc, char** argv)
             const bench::Stopwatch clock;
             QKeyEvent last(QEvent::KeyPress, 0, Qt::NoModifier, QString(typed.back()));
             QApplication::sendEvent(field, &last);
-            while (gridPaints.paints == before && clock.ms() < 3000)
-                QApplication::processEvents(QEventLoop::AllEvents, 1);
+            pumpUntil([&] { return gridPaints.paints != before; }, 3000);
             repaints.push_back(clock.ms());
             model.search().setSidebar(SidebarItem::home());
             model.search().setSidebar(SidebarItem::ofKind(largest));
@@ -283,7 +286,6 @@ int main(int argc, char** argv)
     StallMeter meter;
     meter.start();
     app.resetSlowest();
-    const bench::Stopwatch busy;
     model.library().scan();
     QTimer scroller;
     scroller.setObjectName(QStringLiteral("bench scroller"));
@@ -292,14 +294,12 @@ int main(int argc, char** argv)
         if (bar->value() >= bar->maximum()) bar->setValue(0);
     });
     scroller.start(250);
-    while (model.library().isScanning() && busy.seconds() < 120)
-        QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    pumpUntil([&] { return !model.library().isScanning(); }, 120000);
     const double scanStall = meter.longestMs();
     const double scanBusy = meter.longestBusyMs();
     const QString scanSlowest = app.slowest();
     app.resetSlowest();
-    const bench::Stopwatch reading;
-    while (reading.seconds() < seconds) QApplication::processEvents(QEventLoop::WaitForMoreEvents, 20);
+    pump(seconds * 1000);
     scroller.stop();
     meter.stop();
     // The busy figure is the GUI thread's own processor time in its longest gap: the rest of a
