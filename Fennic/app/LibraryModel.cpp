@@ -280,6 +280,7 @@ LibraryModel::Derived LibraryModel::derive(const QList<FileItem>& items) const
     d.stats = LibraryStats(items);
     d.lately = Lately::groups(items, now, m_env.calendar(), Lately::kDefaultDays);
     d.suggestions = CleanupKinds::suggestions(items, now, Library::downloads());
+    d.reclaimable = CleanupKinds::reclaimable(d.suggestions);
     // Folded names and paths are prepared once per list, not per keystroke.
     d.searchIndex = std::make_shared<const SearchIndex>(items);
     return d;
@@ -290,6 +291,7 @@ void LibraryModel::applyDerived(Derived derived)
     std::swap(m_stats, derived.stats);
     std::swap(m_lately, derived.lately);
     std::swap(m_suggestions, derived.suggestions);
+    m_reclaimable = derived.reclaimable;
     std::swap(m_searchIndex, derived.searchIndex);
     m_tasks.dispose(std::move(derived));  // now the old values
     Q_EMIT statsChanged();

@@ -54,6 +54,8 @@ public:
     const LibraryStats& stats() const { return m_stats; }
     const QList<Lately::Group>& lately() const { return m_lately; }
     const QList<CleanupKinds::Suggestion>& suggestions() const { return m_suggestions; }
+    // What the suggestions would free, a file in several of them counted once.
+    qint64 reclaimable() const { return m_reclaimable; }
     bool isScanning() const { return m_isScanning; }
     int scannedCount() const { return m_scannedCount; }
     std::optional<Date> lastScan() const { return m_lastScan; }
@@ -151,6 +153,7 @@ private:
         LibraryStats stats;
         QList<Lately::Group> lately;
         QList<CleanupKinds::Suggestion> suggestions;
+        qint64 reclaimable = 0;  // the suggestions' files counted once each
         std::shared_ptr<const SearchIndex> searchIndex;
     };
     // Changes made to the item list while a scan runs.
@@ -179,6 +182,7 @@ private:
     LibraryStats m_stats;
     QList<Lately::Group> m_lately;
     QList<CleanupKinds::Suggestion> m_suggestions;
+    qint64 m_reclaimable = 0;
     std::shared_ptr<const SearchIndex> m_searchIndex;
     bool m_isScanning = false;
     ScanJournal m_scanJournal;

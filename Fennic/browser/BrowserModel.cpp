@@ -52,7 +52,17 @@ ThumbnailLoader::Request requestFor(const FileItem& item)
 BrowserModel::BrowserModel(ThumbnailLoader& thumbnails, QObject* parent)
     : QAbstractTableModel(parent), m_thumbnails(thumbnails), m_home(Library::home())
 {
-    connect(&m_thumbnails, &ThumbnailLoader::ready, this, [this](const QString& path) { thumbnailReady(path); });
+    connect(&m_thumbnails, &ThumbnailLoader::ready, this, [this](const QString& path) {
+        m_picturesLanded.insert(path);
+        if (!m_picturesTimer.isActive()) m_picturesTimer.start();
+    });
+    // Pictures land one by one; announced together they make one repaint of the view, not one
+    // per card (many small areas to repaint also make the paint engine blend every picture row
+    // by row instead of copying it).
+    m_picturesTimer.setObjectName(QStringLiteral("BrowserModel pictures"));
+    m_picturesTimer.setSingleShot(true);
+    m_picturesTimer.setInterval(16);
+    connect(&m_picturesTimer, &QTimer::timeout, this, &BrowserModel::announcePictures);
 }
 
 BrowserModel::Change BrowserModel::setItems(const QList<FileItem>& items, const VisibleListDiff* diff)
@@ -320,13 +330,29 @@ void BrowserModel::prepareRows()
                 }
                 self->m_rows = std::move(rows);
                 self->m_rowsStale = false;
-                for (const QString& path : std::exchange(self->m_picturesWaiting, {})) self->thumbnailReady(path);
+                self->m_picturesLanded.unite(std::exchange(self->m_picturesWaiting, {}));
+                self->announcePictures();
             },
             Qt::QueuedConnection);
     });
 }
 
-void BrowserModel::thumbnailReady(const QString& path)
+void BrowserModel::announcePictures()
+{
+    int first = -1;
+    int last = -1;
+    for (const QString& path : std::exchange(m_picturesLanded, {})) {
+        const int row = rowOfPicture(path);
+        if (row < 0) continue;
+        first = first < 0 ? row : std::min(first, row);
+        last = std::max(last, row);
+    }
+    if (first < 0) return;
+    // One range: a view repaints what it shows of it at once.
+    Q_EMIT dataChanged(index(first, int(Column::name)), index(last, int(Column::name)), {Qt::DecorationRole});
+}
+
+int BrowserModel::rowOfPicture(const QString& path)
 {
     // Indexing a long list's rows takes longer than a frame, so it is done on the pool and the
     // pictures that arrive meanwhile wait for it. (Announcing every row as changed instead made
@@ -335,12 +361,9 @@ void BrowserModel::thumbnailReady(const QString& path)
     if (m_rowsStale && m_items.size() > kIndexHere) {
         m_picturesWaiting.insert(path);
         prepareRows();
-        return;
+        return -1;
     }
-    const int row = rowOf(path);
-    if (row < 0) return;
-    const QModelIndex cell = index(row, int(Column::name));
-    Q_EMIT dataChanged(cell, cell, {Qt::DecorationRole});
+    return rowOf(path);
 }
 
 }  // namespace fennic

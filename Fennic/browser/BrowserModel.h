@@ -9,6 +9,7 @@
 #include <QIcon>
 #include <QList>
 #include <QSet>
+#include <QTimer>
 #include <optional>
 
 namespace fennic {
@@ -84,7 +85,10 @@ public:
 private:
     QString text(const FileItem& item, Column column) const;
     QString folderText(const FileItem& item) const;
-    void thumbnailReady(const QString& path);
+    // The row of a picture that landed, or -1 (not shown, or waiting for the row index).
+    int rowOfPicture(const QString& path);
+    // Tells the views about the pictures that landed since the last time, at most once a frame.
+    void announcePictures();
     // Makes the path → row index of a long list on the pool; it is taken when it arrives for
     // the list still shown.
     void prepareRows();
@@ -95,7 +99,9 @@ private:
     mutable QHash<QString, QIcon> m_icons;  // by extension
     mutable QHash<QString, int> m_rows;     // path → row, rebuilt when first needed after a change
     mutable bool m_rowsStale = true;
-    QSet<QString> m_picturesWaiting;            // thumbnails that arrived while the row index was being made
+    QSet<QString> m_picturesWaiting;  // thumbnails that arrived while the row index was being made
+    QSet<QString> m_picturesLanded;   // thumbnails not yet announced to the views
+    QTimer m_picturesTimer;
     const FileItem* m_rowsPreparing = nullptr;  // the list whose rows are being indexed on the pool
     // While a replaced stretch leaves: the old list, whose rows from m_leavingFrom on (shifted
     // by the m_leavingShift rows just inserted) are still shown.

@@ -125,6 +125,7 @@ private:
     QLabel* m_emptyDetail;
     QTimer m_visibleTimer;
     QSize m_cardHint;
+    int m_cellWidth = 0;
 
     ViewMode m_mode = ViewMode::grid;
     SortKey m_sortKey = SortKey::dateAdded;

@@ -63,6 +63,12 @@ QFont CardDelegate::detailFont(const QFont& base) const
 
 QSize CardDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex&) const
 {
+    const QSize card = cardHint(option);
+    return {std::max(card.width(), m_cellWidth), card.height()};
+}
+
+QSize CardDelegate::cardHint(const QStyleOptionViewItem& option) const
+{
     const int side = int(std::lround(m_cardSize));
     const int nameHeight = 2 * QFontMetrics(option.font).lineSpacing();
     const int detailHeight = QFontMetrics(detailFont(option.font)).lineSpacing();
@@ -171,8 +177,13 @@ QPixmap CardDelegate::background(const QStyleOptionViewItem& option, std::option
     return pixmap;
 }
 
-void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const
+void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& cell, const QModelIndex& index) const
 {
+    if (cell.rect.isEmpty()) return;  // a row the view has not placed yet
+    QStyleOptionViewItem option = cell;
+    const int width = std::min(cell.rect.width(), int(std::lround(m_cardSize)) + 2 * (kPadding + kMargin));
+    option.rect = QRect(cell.rect.x() + (cell.rect.width() - width) / 2, cell.rect.y(), width, cell.rect.height());
+
     const QVariant itemValue = index.data(BrowserModel::ItemRole);
     if (!itemValue.canConvert<FileItem>()) return;
     const FileItem item = itemValue.value<FileItem>();
@@ -195,17 +206,10 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option, 
     // The picture.
     const qreal side = picture.width();
     if (!image.isNull()) {
-        QSizeF fitted = QSizeF(image.size()).scaled(picture.size(), Qt::KeepAspectRatio);
+        const QSizeF fitted = QSizeF(image.size()).scaled(picture.size(), Qt::KeepAspectRatio);
         const QRectF target(picture.center().x() - fitted.width() / 2, picture.center().y() - fitted.height() / 2,
                             fitted.width(), fitted.height());
-        QPixmap pixmap = scaledPicture(image, (target.size() * dpr).toSize().expandedTo(QSize(1, 1)));
-        pixmap.setDevicePixelRatio(dpr);
-        QPainterPath clip;
-        clip.addRoundedRect(target, pictureRadius(), pictureRadius());
-        painter->save();
-        painter->setClipPath(clip, Qt::IntersectClip);
-        painter->drawPixmap(target, pixmap, QRectF(pixmap.rect()));
-        painter->restore();
+        drawRoundedPicture(painter, image, target, pictureRadius());
     } else {
         const QIcon icon = decoration.typeId() == QMetaType::QIcon ? decoration.value<QIcon>() : QIcon();
         const int iconEdge = int(side * 0.48);

@@ -41,6 +41,11 @@ public:
     // The detail under the name: the date the list is sorted by, or the size otherwise.
     void setDetail(SortKey key);
 
+    // The card's own size, and the width of the grid's cells: a cell wider than its card shares
+    // out the row's spare width, and the card is drawn centred in it.
+    QSize cardHint(const QStyleOptionViewItem& option) const;
+    void setCellWidth(int width) { m_cellWidth = width; }
+
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
@@ -70,6 +75,7 @@ private:
 
     ThemeStyle m_style;
     double m_cardSize;
+    int m_cellWidth = 0;
     QStringList m_words;
     SortKey m_detail = SortKey::name;
     mutable QCache<QString, LaidName> m_names{4000};

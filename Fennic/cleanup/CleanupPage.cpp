@@ -353,7 +353,7 @@ void CleanupPage::refresh()
     } else if (placed == 0) {
         m_stack->setCurrentWidget(m_empty);
     } else {
-        setLabelText(m_reclaimable, Fmt::size(CleanupKinds::reclaimable(suggestions)) + QStringLiteral(" to review"));
+        setLabelText(m_reclaimable, Fmt::size(library.reclaimable()) + QStringLiteral(" to review"));
         m_stack->setCurrentWidget(m_overview);
     }
     scheduleVisibleUpdate();

@@ -137,12 +137,26 @@ FindImagesPage::FindImagesPage(AppModel& app, ThumbnailLoader& thumbnails, QWidg
     });
     // Reading starts quietly and reports its first progress a moment later; that report, a
     // pause and the end are when the page says so.
-    for (auto signal : {&ImageIndexer::ocrProgressChanged, &ImageIndexer::imageIndexPausedChanged,
-                        &ImageIndexer::imageIndexingFinished})
-        connect(&images, signal, this, [this] {
-            updateProgress();
-            updateState();
-        });
+    // The count moves many times a second: it is followed a few times a second, and not at
+    // all while another page is shown.
+    const auto follow = [this] {
+        if (window()->isVisible() && !isVisible()) {
+            m_progressStale = true;
+            return;
+        }
+        m_progressStale = false;
+        updateProgress();
+        updateState();
+    };
+    m_progressTimer.setObjectName(QStringLiteral("FindImagesPage progress"));
+    m_progressTimer.setSingleShot(true);
+    m_progressTimer.setInterval(150);
+    connect(&m_progressTimer, &QTimer::timeout, this, follow);
+    connect(&images, &ImageIndexer::ocrProgressChanged, this, [this] {
+        if (!m_progressTimer.isActive()) m_progressTimer.start();
+    });
+    for (auto signal : {&ImageIndexer::imageIndexPausedChanged, &ImageIndexer::imageIndexingFinished})
+        connect(&images, signal, this, follow);
     connect(m_pause, &QPushButton::clicked, this,
             [this] { m_app.images().setImageIndexPaused(!m_app.images().imageIndexPaused()); });
     connect(m_back, &QPushButton::clicked, this, [this] {
@@ -335,6 +349,11 @@ void FindImagesPage::requestSearch() { m_requestTimer.start(); }
 void FindImagesPage::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    if (m_progressStale) {
+        m_progressStale = false;
+        updateProgress();
+        updateState();
+    }
     if (m_searchOnShow) startSearch();
 }
 

@@ -128,9 +128,11 @@ private:
     QList<QPushButton*> m_examples;
     std::optional<EmptyState> m_emptyState;
 
-    QTimer m_requestTimer;  // gathers changes that come together into one search
-    QTimer m_followTimer;   // follows the reading of pictures, at most once a second
-    QTimer m_loadingTimer;  // shows the loading state only when a search takes a while
+    QTimer m_requestTimer;         // gathers changes that come together into one search
+    QTimer m_followTimer;          // follows the reading of pictures, at most once a second
+    QTimer m_loadingTimer;         // shows the loading state only when a search takes a while
+    QTimer m_progressTimer;        // follows the reading's count a few times a second
+    bool m_progressStale = false;  // the count moved while another page was shown
     bool m_loadingShown = false;
     bool m_searchOnShow = false;                              // a change came while hidden: search when shown again
     std::shared_ptr<const ImageFinder::Pictures> m_pictures;  // none: gather again

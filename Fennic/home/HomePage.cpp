@@ -27,6 +27,7 @@
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace fennic {
 
@@ -328,8 +329,17 @@ void HomePage::showResults()
 
 void HomePage::scheduleRefresh() { m_refreshTimer.start(); }
 
+bool HomePage::isBehindAnotherPage() const { return window()->isVisible() && !isVisible(); }
+
 void HomePage::refresh()
 {
+    // A scan changes the library many times over; rebuilding an overview nobody sees each
+    // time would hold up the page that is shown.
+    if (isBehindAnotherPage()) {
+        m_overviewStale = true;
+        return;
+    }
+    m_overviewStale = false;
     refreshKinds();
     refreshCleanup();
     refreshEmptyState();
@@ -382,8 +392,7 @@ void HomePage::refreshKinds()
 
 void HomePage::refreshCleanup()
 {
-    qint64 reclaimable = 0;
-    for (const CleanupKinds::Suggestion& s : m_app.library().suggestions()) reclaimable += s.size();
+    const qint64 reclaimable = m_app.library().reclaimable();
     const QStringList icons{QStringLiteral("edit-clear-all"), QStringLiteral("user-trash")};
     if (reclaimable > 0)
         m_cleanup->setContent(
@@ -402,6 +411,10 @@ void HomePage::refreshCleanup()
 
 void HomePage::refreshEmptyState()
 {
+    if (isBehindAnotherPage()) {
+        m_overviewStale = true;
+        return;
+    }
     const LibraryModel& library = m_app.library();
     const QPalette& palette = m_theme.palette();
     QString icon;
@@ -435,7 +448,8 @@ void HomePage::requestDigest()
             if (generation != m_itemsGeneration) return;  // a newer pick is on its way
             m_digest = digest;
             m_digestGeneration = generation;
-            applyDigest();
+            m_digestUnshown = isBehindAnotherPage();
+            if (!m_digestUnshown) applyDigest();
         });
 }
 
@@ -529,6 +543,8 @@ void HomePage::tellVisibleThumbnails()
 void HomePage::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
+    if (m_overviewStale) refresh();
+    if (std::exchange(m_digestUnshown, false)) applyDigest();
     if (m_stack->currentWidget() == m_overview) tellVisibleThumbnails();
 }
 

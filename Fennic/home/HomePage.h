@@ -70,6 +70,8 @@ Q_SIGNALS:
 
 protected:
     void showEvent(QShowEvent* event) override;
+    // True while the window shows another page in this one's place.
+    bool isBehindAnotherPage() const;
 
 private:
     QWidget* buildOverview();
@@ -128,6 +130,9 @@ private:
     HomeDigest m_digest;
     int m_itemsGeneration = 0;
     int m_digestGeneration = -1;
+    // Behind another page the overview is not kept up to date; it catches up when shown.
+    bool m_overviewStale = false;
+    bool m_digestUnshown = false;
     QPointer<QWidget> m_dialog;
 };
 

@@ -32,10 +32,6 @@ SidebarModel::SidebarModel(AppModel& app, QObject* parent)
     connect(&m_rebuildTimer, &QTimer::timeout, this, &SidebarModel::rebuild);
 
     LibraryModel& library = m_app.library();
-    connect(&library, &LibraryModel::itemsChanged, this, [this] {
-        m_downloadSourcesDirty = true;
-        scheduleRebuild();
-    });
     for (auto changed :
          {&LibraryModel::statsChanged, &LibraryModel::pinnedFoldersChanged, &LibraryModel::extraRootsChanged})
         connect(&library, changed, this, &SidebarModel::scheduleRebuild);
@@ -50,12 +46,6 @@ void SidebarModel::rebuild()
 {
     m_rebuildTimer.stop();
     LibraryModel& library = m_app.library();
-    if (m_downloadSourcesDirty) {
-        // One pass over the items, only when they changed: the statistics don't break
-        // downloads down by source.
-        m_downloadSources = SidebarSections::countDownloadSources(library.items());
-        m_downloadSourcesDirty = false;
-    }
     SidebarSections::Sources sources;
     sources.stats = library.stats();
     sources.defaultRoots = m_defaultRoots;
@@ -63,7 +53,6 @@ void SidebarModel::rebuild()
     sources.pinned = library.pinnedFolders();
     sources.shelf = m_app.organiser().shelf();
     sources.savedSearches = m_app.search().savedSearches();
-    sources.downloadSources = m_downloadSources;
     QList<SidebarSection> next = SidebarSections::build(sources);
     if (next == m_sections) return;
     Q_EMIT rowsAboutToBeUpdated();

@@ -84,8 +84,6 @@ private:
     // Worked out once: without a fixture they come from the user-dirs file, which is not
     // worth reading at every rebuild.
     const QStringList m_defaultRoots;
-    QHash<QString, qint64> m_downloadSources;
-    bool m_downloadSourcesDirty = true;
     QTimer m_rebuildTimer;
     mutable QHash<QString, QIcon> m_icons;  // by the joined icon names
 };

@@ -158,10 +158,10 @@ SidebarSection quickFiltersSection(const Sources& in)
 
     // Most files first; ties by name, so the order holds still between rebuilds.
     QList<DownloadSource> sources;
-    for (auto it = in.downloadSources.cbegin(); it != in.downloadSources.cend(); ++it)
+    for (auto it = in.stats.bySource.cbegin(); it != in.stats.bySource.cend(); ++it)
         if (it.value() > 0) sources << DownloadSource::sourceFor(it.key());
     std::sort(sources.begin(), sources.end(), [&](const DownloadSource& a, const DownloadSource& b) {
-        const qint64 ca = in.downloadSources.value(a.key), cb = in.downloadSources.value(b.key);
+        const qint64 ca = in.stats.bySource.value(a.key), cb = in.stats.bySource.value(b.key);
         if (ca != cb) return ca > cb;
         const int byName = a.name.compare(b.name, Qt::CaseInsensitive);
         return byName != 0 ? byName < 0 : a.key < b.key;
@@ -169,7 +169,7 @@ SidebarSection quickFiltersSection(const Sources& in)
     for (const DownloadSource& s : std::as_const(sources)) {
         SidebarEntry e = entry(SidebarItem::downloadedFrom(s.key),
                                QStringLiteral("From %1").arg(s.name), downloadSourceIconNames(s.key),
-                                              in.downloadSources.value(s.key));
+                                              in.stats.bySource.value(s.key));
         e.toolTip = QStringLiteral("Downloaded from %1").arg(s.name);
         section.entries << e;
     }
@@ -189,14 +189,6 @@ QList<SidebarSection> build(const Sources& sources)
                                    quickFiltersSection(sources)};
     sections.removeIf([](const SidebarSection& s) { return s.entries.isEmpty(); });
     return sections;
-}
-
-QHash<QString, qint64> countDownloadSources(const QList<FileItem>& items)
-{
-    QHash<QString, qint64> counts;
-    for (const FileItem& item : items)
-        if (item.sourceKey) ++counts[*item.sourceKey];
-    return counts;
 }
 
 QStringList kindIconNames(FileKind kind)

@@ -24,13 +24,9 @@ struct Sources {
     QStringList pinned;        // folders pinned to the sidebar, in pinning order
     Shelf shelf;
     QList<SavedSearch> savedSearches;
-    QHash<QString, qint64> downloadSources;  // source key -> number of files from it
 };
 
 QList<SidebarSection> build(const Sources& sources);
-
-// The number of files per download source key, in one pass over the items.
-QHash<QString, qint64> countDownloadSources(const QList<FileItem>& items);
 
 // Icon names for a kind of file and for a download source, most specific first.
 QStringList kindIconNames(FileKind kind);

@@ -330,8 +330,17 @@ void WelcomePage::updateButtons()
     m_stepLabel->setAccessibleName(m_stepLabel->text());
 }
 
+void WelcomePage::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    updateProgress();
+}
+
 void WelcomePage::updateProgress()
 {
+    // Behind another page the count waits for the page to show (a scan counts many times a
+    // second, and every new text is announced to assistive technologies).
+    if (window()->isVisible() && !isVisible()) return;
     const LibraryModel& library = m_app.library();
     if (library.isScanning() || !library.lastScan())
         m_progress->setText(

@@ -81,6 +81,7 @@ private:
     void loadLanguages();
     void showLanguages(const QList<QPair<QString, QString>>& languages);
     void updateProgress();
+    void showEvent(QShowEvent* event) override;
     void updateButtons();
     void applyLook();
 

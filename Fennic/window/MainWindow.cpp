@@ -214,9 +214,18 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     connect(&settings, &AppSettings::themeChanged, this, [this] { applyLook(); });
 
     // Progress in the toolbar.
-    for (auto signal : {&LibraryModel::isScanningChanged, &LibraryModel::scannedCountChanged})
-        connect(&m_app.library(), signal, this, &MainWindow::updateScanProgress);
-    connect(&m_app.images(), &ImageIndexer::ocrProgressChanged, this, &MainWindow::updateScanProgress);
+    // A progress bar repaints itself at once when its value moves, so counts that change many
+    // times a second reach it a few times a second.
+    connect(&m_app.library(), &LibraryModel::isScanningChanged, this, &MainWindow::updateScanProgress);
+    m_progressTimer.setObjectName(QStringLiteral("MainWindow progress"));
+    m_progressTimer.setSingleShot(true);
+    m_progressTimer.setInterval(150);
+    connect(&m_progressTimer, &QTimer::timeout, this, &MainWindow::updateScanProgress);
+    auto progressed = [this] {
+        if (!m_progressTimer.isActive()) m_progressTimer.start();
+    };
+    connect(&m_app.library(), &LibraryModel::scannedCountChanged, this, progressed);
+    connect(&m_app.images(), &ImageIndexer::ocrProgressChanged, this, progressed);
 
     m_browser->setViewMode(settings.viewMode());
     m_browser->setCardSize(settings.cardSize());

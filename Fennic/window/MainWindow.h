@@ -139,6 +139,7 @@ private:
     // Keys closer together than this count as typing.
     static constexpr int kTypingPauseMs = 120;
     QTimer m_resultsTimer;
+    QTimer m_progressTimer;  // the toolbar's progress follows counts a few times a second
     QElapsedTimer m_lastKey;
 };
 

@@ -47,11 +47,18 @@ StatusLine::StatusLine(AppModel& app, QWidget* parent)
 
     LibraryModel& library = m_app.library();
     ImageIndexer& images = m_app.images();
-    for (auto signal :
-         {&LibraryModel::statsChanged, &LibraryModel::isScanningChanged, &LibraryModel::scannedCountChanged})
+    for (auto signal : {&LibraryModel::statsChanged, &LibraryModel::isScanningChanged})
         connect(&library, signal, this, &StatusLine::refresh);
-    for (auto signal : {&ImageIndexer::ocrProgressChanged, &ImageIndexer::imageIndexPausedChanged})
-        connect(&images, signal, this, &StatusLine::refresh);
+    connect(&images, &ImageIndexer::imageIndexPausedChanged, this, &StatusLine::refresh);
+    m_progressTimer.setObjectName(QStringLiteral("StatusLine progress"));
+    m_progressTimer.setSingleShot(true);
+    m_progressTimer.setInterval(150);
+    connect(&m_progressTimer, &QTimer::timeout, this, &StatusLine::refresh);
+    auto progressed = [this] {
+        if (!m_progressTimer.isActive()) m_progressTimer.start();
+    };
+    connect(&library, &LibraryModel::scannedCountChanged, this, progressed);
+    connect(&images, &ImageIndexer::ocrProgressChanged, this, progressed);
     refresh();
 }
 
@@ -76,8 +83,11 @@ void StatusLine::refresh()
                                                                                   QLocale().toString(total)));
     m_readingBar->setRange(0, std::max(total, 1));
     m_readingBar->setValue(done);
-    m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
-                                          : QStringLiteral("media-playback-pause"), palette()));
+    if (m_pauseIconFor != int(paused)) {
+        m_pauseIconFor = int(paused);
+        m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
+                                              : QStringLiteral("media-playback-pause"), palette()));
+    }
     m_pause->setToolTip(paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading"));
     m_pause->setAccessibleName(m_pause->toolTip());
 }

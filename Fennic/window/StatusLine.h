@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 
 class QLabel;
@@ -30,6 +31,10 @@ private:
     QLabel* m_reading;
     QProgressBar* m_readingBar;
     QToolButton* m_pause;
+    // Counts move many times a second during a scan and image reading; the line follows them
+    // a few times a second, since each new text is measured and laid out again.
+    QTimer m_progressTimer;
+    int m_pauseIconFor = -1;  // the paused state the pause button's icon shows
 };
 
 }  // namespace fennic

@@ -26,7 +26,10 @@ LibraryStats::LibraryStats(const QList<FileItem>& items)
         totalSize = checkedAdd(totalSize, item.size);
         screenshots += item.isScreenshot ? 1 : 0;
         largeFiles += item.size > largeFileSize ? 1 : 0;
-        downloadedFrom += item.sourceKey.has_value() ? 1 : 0;
+        if (item.sourceKey) {
+            ++downloadedFrom;
+            ++bySource[*item.sourceKey];
+        }
     }
     totalCount = items.size();
     for (const FileKind kind : FileKinds::allCases) {

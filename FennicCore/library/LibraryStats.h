@@ -3,7 +3,9 @@
 #include "model/FileItem.h"
 #include "model/FileKind.h"
 
+#include <QHash>
 #include <QList>
+#include <QString>
 #include <QtGlobal>
 #include <map>
 
@@ -28,7 +30,8 @@ struct LibraryStats {
     qint64 totalSize = 0;
     qint64 screenshots = 0;
     qint64 largeFiles = 0;
-    qint64 downloadedFrom = 0;  // items with a sourceKey
+    qint64 downloadedFrom = 0;        // items with a sourceKey
+    QHash<QString, qint64> bySource;  // source key -> number of files downloaded from it
 
     // The empty record, used before the first computation.
     LibraryStats() = default;

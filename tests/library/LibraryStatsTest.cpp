@@ -59,6 +59,7 @@ TEST(LibraryStatsTest, TotalsByKindScreenshotsAndDownloads)
     items[0].isScreenshot = true;
     items[2].sourceKey = "gmail";
     items[3].sourceKey = "site:example.com";
+    items[1].sourceKey = "gmail";
     items[4].isScreenshot = true;  // the flag is counted whatever the kind
 
     const LibraryStats stats(items);
@@ -66,7 +67,8 @@ TEST(LibraryStatsTest, TotalsByKindScreenshotsAndDownloads)
     EXPECT_EQ(stats.totalSize, 300'003'507);
     EXPECT_EQ(stats.screenshots, 2);
     EXPECT_EQ(stats.largeFiles, 1);
-    EXPECT_EQ(stats.downloadedFrom, 2);
+    EXPECT_EQ(stats.downloadedFrom, 3);
+    EXPECT_EQ(stats.bySource, (QHash<QString, qint64>{{"gmail", 2}, {"site:example.com", 1}}));
 
     EXPECT_EQ(stats.total(FileKind::image), (KindTotal{2, 3'500}));
     EXPECT_EQ(stats.total(FileKind::document), (KindTotal{1, 300'000'000}));

@@ -237,7 +237,8 @@ TEST_F(BrowserModelTest, PaintedCardsGetTheirThumbnails)
     view.grab();  // painting the cards asks for their pictures
     ASSERT_TRUE(ready.count() > 0 || ready.wait(10000));
     EXPECT_EQ(ready.at(0).at(0).toString(), picture.path);
-    ASSERT_EQ(changed.count(), 1);
+    // Announced within a frame, together with any other picture that lands meanwhile.
+    QTRY_COMPARE_WITH_TIMEOUT(changed.count(), 1, 2000);
     EXPECT_EQ(changed.at(0).at(0).toModelIndex().row(), 1);
     EXPECT_TRUE(changed.at(0).at(2).value<QList<int>>().contains(Qt::DecorationRole));
     const QVariant decoration = shown.index(1, 0).data(Qt::DecorationRole);
@@ -308,11 +309,11 @@ TEST_F(BrowserModelTest, APictureInALongListWaitsForTheRowIndexAndNamesOnlyItsRo
     EXPECT_EQ(changes.changed.at(0).at(0).toModelIndex().row(), 25000);
     EXPECT_EQ(changes.changed.at(0).at(1).toModelIndex().row(), 25000);
 
-    // Once the index is there, a picture names its own row at once.
+    // Once the index is there, a picture names its own row within a frame.
     changes.clear();
     (void)model.index(27000, 0).data(Qt::DecorationRole);
     ASSERT_TRUE(ready.wait(10000));
-    ASSERT_EQ(changes.changed.count(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(changes.changed.count(), 1, 2000);
     EXPECT_EQ(changes.changed.at(0).at(0).toModelIndex().row(), 27000);
     EXPECT_EQ(changes.changed.at(0).at(1).toModelIndex().row(), 27000);
 }

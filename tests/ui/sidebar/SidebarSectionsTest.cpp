@@ -125,8 +125,7 @@ TEST(SidebarSections, DownloadSourcesByCountWithTheirNames)
                                 itemWith("/4", FileKind::image)};
     SidebarSections::Sources in;
     in.stats = LibraryStats(items);
-    in.downloadSources = SidebarSections::countDownloadSources(items);
-    EXPECT_EQ(in.downloadSources.size(), 2);
+    EXPECT_EQ(in.stats.bySource.size(), 2);
 
     const auto sections = SidebarSections::build(in);
     const SidebarSection* quick = find(sections, SidebarSection::Id::quickFilters);
