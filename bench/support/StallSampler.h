@@ -16,16 +16,18 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <thread>
 #include <vector>
 
 // Where the GUI thread spends a slow event. The event timers say which delivery was slow; this
-// says what inside it was: while one delivery has run longer than `BENCH_SAMPLE_STALLS`
-// milliseconds, a watchdog thread interrupts the GUI thread every millisecond and the signal
-// handler records its stack. After the delivery the stacks are counted by function, so the
-// report names the functions that held the thread longest (inclusive, like a profiler's
-// "total"), with enough frames to tell a repaint from a relayout. Symbols come from the
-// dynamic symbol table: link the benchmark with ENABLE_EXPORTS so its own functions show.
+// says what inside it was. With `BENCH_SAMPLE_STALLS` set to a number of milliseconds, a timer
+// on the GUI thread's own processor clock interrupts it every millisecond it runs, and while a
+// delivery has lasted longer than that number the handler records the thread's stack. After
+// the delivery the stacks are counted by function, so the report names the functions that held
+// the thread (inclusive, like a profiler's "total"). The report also splits the delivery's time
+// into time on a processor, time waiting for one (the kernel's run-queue delay) and the rest,
+// spent blocked; reading those counters costs a few microseconds per event. Symbols come from the dynamic symbol table
+// and, for functions with internal linkage, from the executable's debug information: link the benchmark with
+// ENABLE_EXPORTS so its own functions show.
 namespace fennic::bench {
 
 class StallSampler {
@@ -35,7 +37,7 @@ public:
         const QByteArray after = qgetenv("BENCH_SAMPLE_STALLS");
         if (after.isEmpty()) return;
         m_afterNs = qint64(after.toDouble() * 1e6);
-        m_gui = pthread_self();
+        m_tid = int(gettid());
         instance() = this;
         void* warm[4];
         backtrace(warm, 4);  // loads the unwinder now, not first inside the handler
@@ -43,14 +45,24 @@ public:
         action.sa_handler = &StallSampler::onSignal;
         action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
-        sigaction(SIGRTMIN + 3, &action, nullptr);
-        m_watchdog = std::thread([this] { watch(); });
+        sigaction(SIGPROF, &action, nullptr);
+        clockid_t cpu = 0;
+        pthread_getcpuclockid(pthread_self(), &cpu);
+        sigevent event = {};
+        event.sigev_notify = SIGEV_THREAD_ID;
+        event.sigev_signo = SIGPROF;
+        event._sigev_un._tid = m_tid;
+        if (timer_create(cpu, &event, &m_timer) != 0) {
+            m_afterNs = 0;
+            return;
+        }
+        itimerspec every = {{0, 1000000}, {0, 1000000}};
+        timer_settime(m_timer, 0, &every, nullptr);
     }
     ~StallSampler()
     {
-        if (!m_watchdog.joinable()) return;
-        m_quit = true;
-        m_watchdog.join();
+        if (!enabled()) return;
+        timer_delete(m_timer);
         instance() = nullptr;
     }
     StallSampler(const StallSampler&) = delete;
@@ -63,15 +75,26 @@ public:
     {
         if (!enabled()) return;
         m_samples.store(0);
-        m_since.store(now());
+        m_atEnter = sched();
+        m_since.store(m_atEnter.at);
     }
     // Ends the delivery; returns the report when stacks were taken, otherwise nothing.
     QString leave(int top = 14)
     {
         if (!enabled()) return {};
-        m_since.store(0);
+        const qint64 since = m_since.exchange(0);
         const int taken = std::min(m_samples.load(), kMaxSamples);
-        if (taken == 0) return {};
+        if (now() - since <= m_afterNs) return {};
+        // The whole delivery: on a processor, waiting for one, and blocked.
+        const Sched last = sched();
+        const double wallMs = double(last.at - m_atEnter.at) / 1e6;
+        const double runMs = double(last.run - m_atEnter.run) / 1e6;
+        const double waitMs = double(last.wait - m_atEnter.wait) / 1e6;
+        const QString split = QStringLiteral("      %1 ms on a processor, %2 ms waiting for one, %3 ms blocked")
+                                                 .arg(runMs, 0, 'f', 1)
+                                                 .arg(waitMs, 0, 'f', 1)
+                                                 .arg(std::max(0.0, wallMs - runMs - waitMs), 0, 'f', 1);
+        if (taken == 0) return split;
         // Inclusive counts per function (a function counted once per sample however deep it
         // recurses), from the leaf up to the delivery itself, and how far from the delivery each
         // sits, so that among functions on every stack the most specific comes first.
@@ -105,11 +128,11 @@ public:
                 lines.append(QStringLiteral("        %1 %2").arg(order[i].first, 3).arg(order[i].second));
             return lines.join(u'\n');
         };
-        return QStringLiteral("      %1 samples, 1 ms apart, after the first %2 ms; functions holding the thread:\n%3\n"
-                              "      leaves:\n%4")
-                                  .arg(taken)
-                                  .arg(double(m_afterNs) / 1e6)
-                                  .arg(ranked(inclusive, top), ranked(leaves, 6));
+        return split
+            + QStringLiteral("\n      %1 samples, one per millisecond on a processor past the threshold; functions "
+                             "holding the thread:\n%2\n      leaves:\n%3")
+                                 .arg(taken)
+                                 .arg(ranked(inclusive, top), ranked(leaves, 6));
     }
 
 private:
@@ -131,23 +154,40 @@ private:
         clock_gettime(CLOCK_MONOTONIC, &t);
         return qint64(t.tv_sec) * 1000000000 + t.tv_nsec;
     }
+    // The thread's time on a processor and waiting for one, from the kernel.
+    struct Sched {
+        qint64 at = 0;
+        qint64 run = 0;
+        qint64 wait = 0;
+    };
+    Sched sched() const
+    {
+        Sched s;
+        s.at = now();
+        char path[64];
+        std::snprintf(path, sizeof path, "/proc/self/task/%d/schedstat", m_tid);
+        if (FILE* file = std::fopen(path, "r")) {
+            long long run = 0;
+            long long wait = 0;
+            if (std::fscanf(file, "%lld %lld", &run, &wait) == 2) {
+                s.run = run;
+                s.wait = wait;
+            }
+            std::fclose(file);
+        }
+        return s;
+    }
     static void onSignal(int)
     {
         StallSampler* self = instance();
         if (!self) return;
+        const qint64 since = self->m_since.load();
+        if (since == 0 || now() - since <= self->m_afterNs) return;
         const int slot = self->m_samples.load();
         if (slot >= kMaxSamples) return;
         Sample& sample = self->m_stacks[slot];
         sample.depth = backtrace(sample.frames, kMaxFrames);
         self->m_samples.store(slot + 1);
-    }
-    void watch()
-    {
-        while (!m_quit) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            const qint64 since = m_since.load();
-            if (since > 0 && now() - since > m_afterNs) pthread_kill(m_gui, SIGRTMIN + 3);
-        }
     }
     QString symbol(void* address)
     {
@@ -199,10 +239,10 @@ private:
     }
 
     qint64 m_afterNs = 0;
-    pthread_t m_gui = {};
-    std::thread m_watchdog;
-    std::atomic<bool> m_quit = false;
+    int m_tid = 0;
+    timer_t m_timer = {};
     std::atomic<qint64> m_since = 0;
+    Sched m_atEnter;
     std::atomic<int> m_samples = 0;
     Sample m_stacks[kMaxSamples];
     QHash<void*, QString> m_names;
