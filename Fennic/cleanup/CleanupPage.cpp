@@ -314,9 +314,21 @@ CleanupCard* CleanupPage::card(CleanupKind kind) const
     return c->isHidden() ? nullptr : c;
 }
 
+void CleanupPage::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    if (m_stale) refresh();
+}
+
 void CleanupPage::refresh()
 {
     m_refreshTimer.stop();
+    // Behind another page the cards wait: a scan changes the suggestions many times over.
+    if (window()->isVisible() && !isVisible()) {
+        m_stale = true;
+        return;
+    }
+    m_stale = false;
     const LibraryModel& library = m_app.library();
     const QList<CleanupKinds::Suggestion>& suggestions = library.suggestions();
 
@@ -399,6 +411,7 @@ void CleanupPage::scheduleVisibleUpdate() { m_visibleTimer.start(); }
 
 void CleanupPage::updateVisible()
 {
+    if (!isVisible()) return;
     QSet<QString> paths;
     if (state() == State::overview) {
         for (const CleanupCard* card : std::as_const(m_cards))
@@ -414,7 +427,7 @@ void CleanupPage::updateVisible()
     } else {
         return;
     }
-    if (isVisible()) m_thumbnails.setVisible(paths);
+    m_thumbnails.setVisible(paths);
 }
 
 }  // namespace fennic

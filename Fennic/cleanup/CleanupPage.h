@@ -79,6 +79,7 @@ private:
     QWidget* makeReview();
     QWidget* makeMessage(QLabel*& icon, QLabel*& title, QLabel*& detail, QProgressBar* busy = nullptr);
     void refresh();
+    void showEvent(QShowEvent* event) override;
     void showReview(std::optional<CleanupKind> kind);
     void filesRemoved(const QSet<QString>& paths);
     void updateTotals();
@@ -93,6 +94,7 @@ private:
     std::optional<CleanupKind> m_reviewed;
     QTimer m_refreshTimer;
     QTimer m_visibleTimer;
+    bool m_stale = false;  // the library changed while another page was shown
 
     QStackedWidget* m_stack = nullptr;
     QWidget* m_overview = nullptr;

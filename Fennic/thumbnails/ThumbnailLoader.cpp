@@ -12,6 +12,7 @@ namespace {
 constexpr int kWorkers = 2;
 // Thumbnailing defers to the GUI thread and to the library's own background work.
 constexpr int kNice = 10;
+constexpr qsizetype kFailedKept = 4096;
 
 int costOf(const QImage& image) { return int(std::min<qint64>(image.sizeInBytes() / 1024 + 1, INT32_MAX)); }
 
@@ -130,6 +131,10 @@ void ThumbnailLoader::deliver(const Request& request, const QImage& image)
         m_queuedPaths.remove(request.path);
     }
     if (image.isNull()) {
+        // Kept small: growing a set of tens of thousands of paths copies all of them on the GUI
+        // thread. A path forgotten here is asked for once more, and the worker finds its
+        // failure in the thumbnail cache's fail folder.
+        if (m_failed.size() >= kFailedKept) m_failed.clear();
         m_failed.insert(request.path);
         Q_EMIT failed(request.path);
         return;

@@ -69,7 +69,7 @@ void StatusLine::refresh()
     m_total->setText(Fmt::count(stats.totalCount, QStringLiteral("file"))
                                 + QStringLiteral(" · ") + Fmt::size(stats.totalSize));
     m_scan->setVisible(library.isScanning());
-    m_scan->setText(QStringLiteral("Scanning… ") + Fmt::count(library.scannedCount(), QStringLiteral("file")));
+    setSteadyText(m_scan, QStringLiteral("Scanning… ") + Fmt::count(library.scannedCount(), QStringLiteral("file")));
 
     const ImageIndexer& images = m_app.images();
     const auto [done, total] = images.ocrProgress();
@@ -78,9 +78,10 @@ void StatusLine::refresh()
     m_reading->setVisible(reading || paused);
     m_readingBar->setVisible(reading);
     m_pause->setVisible(reading || paused);
-    m_reading->setText(paused ? QStringLiteral("Image reading paused")
-                              : QStringLiteral("Reading pictures… %1 of %2") .arg(QLocale().toString(done),
-                                                                                  QLocale().toString(total)));
+    setSteadyText(m_reading,
+                  paused ? QStringLiteral("Image reading paused")
+                         : QStringLiteral("Reading pictures… %1 of %2") .arg(QLocale().toString(done),
+                                                                             QLocale().toString(total)));
     m_readingBar->setRange(0, std::max(total, 1));
     m_readingBar->setValue(done);
     if (m_pauseIconFor != int(paused)) {
@@ -90,6 +91,19 @@ void StatusLine::refresh()
     }
     m_pause->setToolTip(paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading"));
     m_pause->setAccessibleName(m_pause->toolTip());
+}
+
+void StatusLine::setSteadyText(QLabel* label, const QString& text)
+{
+    if (label->text() == text) return;
+    // A count that grows by a digit keeps the label's size: when it must grow, it takes room
+    // for a few more digits than it needs.
+    const QFontMetrics metrics = label->fontMetrics();
+    const int width = metrics.horizontalAdvance(text);
+    const bool fixed = label->minimumSize() == label->maximumSize();
+    if (!fixed || label->maximumWidth() < width)
+        label->setFixedSize(width + metrics.horizontalAdvance(QStringLiteral("0000")), label->sizeHint().height());
+    label->setText(text);
 }
 
 QString StatusLine::summary() const

@@ -24,6 +24,9 @@ public:
 
 private:
     void refresh();
+    // Sets a count's text without laying the window out again: the label keeps a fixed size
+    // that only ever grows, so a new number changes nothing around it.
+    static void setSteadyText(QLabel* label, const QString& text);
 
     AppModel& m_app;
     QLabel* m_total;

@@ -90,10 +90,10 @@ public:
         const double wallMs = double(last.at - m_atEnter.at) / 1e6;
         const double runMs = double(last.run - m_atEnter.run) / 1e6;
         const double waitMs = double(last.wait - m_atEnter.wait) / 1e6;
-        const QString split = QStringLiteral("      %1 ms on a processor, %2 ms waiting for one, %3 ms blocked")
-                                                 .arg(runMs, 0, 'f', 1)
-                                                 .arg(waitMs, 0, 'f', 1)
-                                                 .arg(std::max(0.0, wallMs - runMs - waitMs), 0, 'f', 1);
+        QString split = QStringLiteral("      %1 ms on a processor, %2 ms waiting for one, %3 ms blocked")
+                                           .arg(runMs, 0, 'f', 1)
+                                           .arg(waitMs, 0, 'f', 1)
+                                           .arg(std::max(0.0, wallMs - runMs - waitMs), 0, 'f', 1);
         if (taken == 0) return split;
         // Inclusive counts per function (a function counted once per sample however deep it
         // recurses), from the leaf up to the delivery itself, and how far from the delivery each

@@ -9,13 +9,15 @@
 #include <cstdio>
 
 #include "BenchTimer.h"
+#include "StallSampler.h"
 
 // An application that times every event it delivers from the event loop (nested deliveries
 // count in their outermost one) and, with `BENCH_LOG_EVENTS` set in the environment, lists
 // those that took longer than `thresholdMs`: when, how long, the GUI thread's own part of it,
 // the receiver (a timer or helper object by its parent too, since "QTimer" alone says
 // nothing) and the event's type. So a stall seen by the StallMeter can be traced to what
-// caused it. `note` adds a line of the benchmark's own (a slow step done outside the loop).
+// caused it; with `BENCH_SAMPLE_STALLS` as well, the functions inside the slow ones are listed. `note` adds a line of
+// the benchmark's own (a slow step done outside the loop).
 namespace fennic::bench {
 
 class TimedApplication : public QApplication {
@@ -35,9 +37,12 @@ public:
         const double cpu = threadCpuMs();
         QElapsedTimer clock;
         clock.start();
+        m_sampler.enter();
         const bool handled = QApplication::notify(receiver, event);
+        const QString stacks = m_sampler.leave();
         const double ms = double(clock.nsecsElapsed()) / 1e6;
         if (ms > thresholdMs) note(QStringLiteral("%1 (%2)").arg(who, what), ms, threadCpuMs() - cpu);
+        if (!stacks.isEmpty()) m_lines.append(stacks);
         --m_depth;
         return handled;
     }
@@ -90,6 +95,7 @@ private:
     }
 
     bool m_log = qEnvironmentVariableIsSet("BENCH_LOG_EVENTS");
+    StallSampler m_sampler;
     int m_depth = 0;
     QStringList m_lines;
     QElapsedTimer m_since;
