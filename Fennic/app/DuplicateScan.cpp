@@ -97,26 +97,51 @@ void DuplicateScan::findDuplicates()
             [&](double p) { report(0.6 + 0.4 * p); }, stopping.get());
         QMetaObject::invokeMethod(
             this,
-            [this, exact = std::move(exact), alike = std::move(alike)] {
-                // Files trashed while the search ran must not come back through its result.
-                QSet<QString> present;
-                for (const FileItem& i : m_library.items()) present.insert(i.path);
-                QSet<QString> gone;
-                for (const auto* groups : {&exact, &alike})
-                    for (const DuplicateGroup& g : *groups)
-                        for (const FileItem& f : g.files)
-                            if (!present.contains(f.path)) gone.insert(f.path);
-                m_duplicateGroups = DuplicateGroup::prune(exact, gone);
-                m_lookalikeGroups = DuplicateGroup::prune(alike, gone);
-                m_duplicateProgress.reset();
-                m_duplicatesScanned = true;
-                Q_EMIT duplicateGroupsChanged();
-                Q_EMIT lookalikeGroupsChanged();
-                Q_EMIT duplicateProgressChanged();
-                Q_EMIT duplicatesScannedChanged();
+            [this, searched = snapshot, exact = std::move(exact), alike = std::move(alike)]() mutable {
+                land(std::move(searched), std::move(exact), std::move(alike));
             },
             Qt::QueuedConnection);
     });
+}
+
+void DuplicateScan::land(QList<FileItem> searched, QList<DuplicateGroup> exact, QList<DuplicateGroup> alike)
+{
+    QList<FileItem> now = m_library.items();
+    const bool changed = now.constData() != searched.constData() || now.size() != searched.size();
+    // The list searched may be the last copy of an old library: freed on the pool.
+    m_tasks.dispose(std::move(searched));
+    if (changed) {
+        // Files trashed while the search ran must not come back through its result.
+        m_tasks.run([this, now = std::move(now), exact = std::move(exact), alike = std::move(alike)]() mutable {
+            QSet<QString> present;
+            present.reserve(now.size());
+            for (const FileItem& i : std::as_const(now)) present.insert(i.path);
+            QSet<QString> gone;
+            for (const auto* groups : {&exact, &alike})
+                for (const DuplicateGroup& g : *groups)
+                    for (const FileItem& f : g.files)
+                        if (!present.contains(f.path)) gone.insert(f.path);
+            present = {};
+            exact = DuplicateGroup::prune(exact, gone);
+            alike = DuplicateGroup::prune(alike, gone);
+            QMetaObject::invokeMethod(
+                this,
+                [this, now, exact = std::move(exact), alike = std::move(alike)]() mutable {
+                    land(std::move(now), std::move(exact), std::move(alike));
+                },
+                Qt::QueuedConnection);
+        });
+        return;
+    }
+    m_tasks.dispose(std::move(now));
+    m_duplicateGroups = std::move(exact);
+    m_lookalikeGroups = std::move(alike);
+    m_duplicateProgress.reset();
+    m_duplicatesScanned = true;
+    Q_EMIT duplicateGroupsChanged();
+    Q_EMIT lookalikeGroupsChanged();
+    Q_EMIT duplicateProgressChanged();
+    Q_EMIT duplicatesScannedChanged();
 }
 
 }  // namespace fennic

@@ -48,6 +48,10 @@ Q_SIGNALS:
 private:
     // Drops files that left the library from both kinds of group.
     void pruneGroups(const QSet<QString>& removed);
+    // Takes a search's result, made over `searched`. When the library changed meanwhile, the
+    // files that left it are dropped from the groups on the pool first (a set of a whole
+    // library's paths is too much for the GUI thread), and the result comes back here.
+    void land(QList<FileItem> searched, QList<DuplicateGroup> exact, QList<DuplicateGroup> alike);
 
     BackgroundTasks& m_tasks;
     LibraryModel& m_library;

@@ -233,6 +233,25 @@ TEST(DuplicateScan, FindsCopiesAndPrunesAfterTrashAndScans)
     ASSERT_TRUE(m.waitForIdle());
 }
 
+TEST(DuplicateScan, AFileThatLeavesTheLibraryDuringTheSearchStaysOutOfItsResult)
+{
+    AppFixture f;
+    f.tree.writeSized("Documents/a.bin", 5000, 7);
+    const QString copy = f.tree.writeSized("Downloads/a copy.bin", 5000, 7);
+    f.tree.writeSized("Music/b.bin", 6000, 9);
+    f.tree.writeSized("Music/b copy.bin", 6000, 9);
+    AppModel& m = f.make();
+    m.library().scan();
+    ASSERT_TRUE(m.waitForIdle());
+    // The search works on the list as it was; the copy leaves before its result is taken.
+    m.duplicates().findDuplicates();
+    m.library().removeItems({copy});
+    ASSERT_TRUE(m.waitForIdle());
+    EXPECT_TRUE(m.duplicates().duplicatesScanned());
+    ASSERT_EQ(m.duplicates().duplicateGroups().size(), 1) << "the pair that lost a member is not a group";
+    for (const FileItem& file : m.duplicates().duplicateGroups().first().files) EXPECT_NE(file.path, copy);
+}
+
 TEST(DuplicateScan, KeepThisCopyInsteadChangesWhatGoesToTheTrash)
 {
     AppFixture f;
