@@ -7,7 +7,6 @@
 
 #include <QApplication>
 #include <QPainter>
-#include <QPainterPath>
 #include <QTextLayout>
 #include <algorithm>
 #include <cmath>
