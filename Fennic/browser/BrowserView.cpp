@@ -1,6 +1,7 @@
 #include "BrowserView.h"
 
 #include "CardDelegate.h"
+#include "theme/BandedScrollBarStyle.h"
 #include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 
@@ -85,6 +86,12 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     m_grid->setMouseTracking(true);
     m_grid->setFrameShape(QFrame::NoFrame);
     m_grid->setSpacing(0);
+    // Both views scroll through up to hundreds of thousands of files, repainting their tall
+    // scroll bars at every step.
+    if (QStyle* banded = BandedScrollBarStyle::ofApplicationStyle(this)) {
+        m_grid->verticalScrollBar()->setStyle(banded);
+        m_list->verticalScrollBar()->setStyle(banded);
+    }
 
     // The list with columns.
     m_list->setAccessibleName(tr("Results list"));

@@ -99,7 +99,7 @@ QStringList CardDelegate::nameLines(const QString& name, const QFont& font, int 
 
 const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const QFont& font, int width) const
 {
-    const QString key = name + u'\n' + QString::number(width) + u'\n' + font.key();
+    const QString key = name + u'\n' + QString::number(width) + u'\n' + fontKey(font);
     if (const LaidName* laid = m_names.object(key)) return *laid;
 
     auto laid = std::make_unique<LaidName>();
@@ -131,6 +131,34 @@ const CardDelegate::LaidName& CardDelegate::laidName(const QString& name, const 
     const LaidName* kept = laid.get();
     m_names.insert(key, laid.release());
     return *kept;
+}
+
+const QStaticText& CardDelegate::laidDetail(const FileItem& item, const QFont& font, int width) const
+{
+    // Dates show to the minute, so a minute's worth of dates shares one entry.
+    const bool dated = m_detail == SortKey::dateAdded || m_detail == SortKey::dateModified;
+    const Date date = m_detail == SortKey::dateAdded ? item.added : item.modified;
+    const qint64 value = dated ? qint64(std::floor(date.seconds / 60)) : item.size;
+    const QString key = QString::number(int(dated ? m_detail : SortKey::size)) + u':' + QString::number(value) + u'\n'
+        + QString::number(width) + u'\n' + fontKey(font);
+    if (const QStaticText* laid = m_details.object(key)) return *laid;
+    const QString detail = dated ? Fmt::date(date) : Fmt::size(item.size);
+    auto laid = std::make_unique<QStaticText>(QFontMetrics(font).elidedText(detail, Qt::ElideRight, width));
+    laid->setTextFormat(Qt::PlainText);
+    laid->prepare(QTransform(), font);
+    const QStaticText* kept = laid.get();
+    m_details.insert(key, laid.release());
+    return *kept;
+}
+
+const QString& CardDelegate::fontKey(const QFont& font) const
+{
+    // Two fonts at most: the name's and the detail's.
+    for (const auto& [known, key] : m_fontKeys)
+        if (known == font) return key;
+    if (m_fontKeys.size() >= 4) m_fontKeys.clear();
+    m_fontKeys.append({font, font.key()});
+    return m_fontKeys.last().second;
 }
 
 QRectF CardDelegate::pictureRect(const QRectF& card) const
@@ -191,7 +219,9 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& cell, co
 
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->setRenderHint(QPainter::SmoothPixmapTransform);
+    // No smoothing of pictures here: the card's body and its picture are copied at whole pixels,
+    // and with smoothing on the raster engine would blend them row by row on its thread pool.
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
 
     const QRectF card = QRectF(option.rect).adjusted(kMargin, kMargin, -kMargin, -kMargin);
     const QRectF picture = pictureRect(card);
@@ -214,7 +244,9 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& cell, co
         const int iconEdge = int(side * 0.48);
         const QRect iconRect(int(picture.center().x()) - iconEdge / 2, int(picture.center().y()) - iconEdge / 2,
                              iconEdge, iconEdge);
+        painter->setRenderHint(QPainter::SmoothPixmapTransform);  // an icon may be scaled to fit
         icon.paint(painter, iconRect, Qt::AlignCenter, QIcon::Normal);
+        painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
     }
 
     // The name, its marked words, and the detail.
@@ -234,19 +266,12 @@ void CardDelegate::paint(QPainter* painter, const QStyleOptionViewItem& cell, co
     }
     if (name.lines.size() < 2) top += nameMetrics.lineSpacing();
 
-    QString detail;
-    switch (m_detail) {
-    case SortKey::dateAdded: detail = Fmt::date(item.added); break;
-    case SortKey::dateModified: detail = Fmt::date(item.modified); break;
-    default: detail = Fmt::size(item.size); break;
-    }
     const QFont small = detailFont(option.font);
-    const QFontMetrics smallMetrics(small);
+    const QStaticText& laid = laidDetail(item, small, textWidth);
     painter->setFont(small);
     painter->setPen(m_style.secondaryText());
-    const QRectF detailRect(card.left() + kPadding, top + kLineGap, textWidth, smallMetrics.lineSpacing());
-    painter->drawText(detailRect, Qt::AlignHCenter | Qt::AlignTop,
-                      smallMetrics.elidedText(detail, Qt::ElideRight, textWidth));
+    painter->drawStaticText(QPointF(card.left() + kPadding + (textWidth - laid.size().width()) / 2, top + kLineGap),
+                            laid);
     painter->restore();
 }
 

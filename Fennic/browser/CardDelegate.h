@@ -8,6 +8,7 @@
 #include <QCache>
 #include <QHash>
 #include <QPixmap>
+#include <QStaticText>
 #include <QStringList>
 #include <QStyledItemDelegate>
 #include <QTextLayout>
@@ -63,6 +64,12 @@ private:
         QList<QList<QRectF>> marks;
     };
     const LaidName& laidName(const QString& name, const QFont& font, int width) const;
+    // The item's detail line (its size or a date, after the sort) elided to `width`, formatted
+    // and laid out once per value.
+    const QStaticText& laidDetail(const FileItem& item, const QFont& font, int width) const;
+    // `font.key()`, remembered: the key is formatted from every attribute of the font, and
+    // each card's cache lookups need it at every paint.
+    const QString& fontKey(const QFont& font) const;
     QFont detailFont(const QFont& base) const;
     // Where the picture goes within a card.
     QRectF pictureRect(const QRectF& card) const;
@@ -79,6 +86,8 @@ private:
     QStringList m_words;
     SortKey m_detail = SortKey::name;
     mutable QCache<QString, LaidName> m_names{4000};
+    mutable QCache<QString, QStaticText> m_details{1000};
+    mutable QList<std::pair<QFont, QString>> m_fontKeys;
     mutable QHash<QString, QPixmap> m_backgrounds;
 };
 

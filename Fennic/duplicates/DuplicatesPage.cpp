@@ -1,12 +1,12 @@
 #include "DuplicatesPage.h"
 
-#include "BandedScrollBarStyle.h"
 #include "DuplicatesDelegate.h"
 #include "DuplicatesModel.h"
 #include "app/AppModel.h"
 #include "app/DuplicateScan.h"
 #include "app/Organiser.h"
 #include "model/Fmt.h"
+#include "theme/BandedScrollBarStyle.h"
 #include "theme/Icons.h"
 #include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"

@@ -86,7 +86,12 @@ QRectF drawRoundedPicture(QPainter* painter, const QImage& image, const QRectF& 
                        std::max(1, int(std::lround(exact.width()))), std::max(1, int(std::lround(exact.height()))));
     const QPixmap pixmap = roundedPicture(image, pixels.size(), radius * scale, scale);
     const QRectF placed = device.inverted().mapRect(QRectF(pixels));
+    // Copied one to one, so smoothing has nothing to do; asked for, it would also keep the raster
+    // engine off its plain blending path and have it hand the rows to its thread pool.
+    const bool smooth = painter->testRenderHint(QPainter::SmoothPixmapTransform);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
     painter->drawPixmap(placed.topLeft(), pixmap);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, smooth);
     return placed;
 }
 

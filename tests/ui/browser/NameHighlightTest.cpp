@@ -1,9 +1,13 @@
 // Marking the request's words in names: folded comparison, positions in the name as written,
-// and the card's two-line name that keeps the extension when it has to shorten.
+// the card's two-line name that keeps the extension when it has to shorten, and its detail line.
 #include "browser/NameHighlight.h"
+#include "browser/BrowserModel.h"
 #include "browser/CardDelegate.h"
 
 #include <QApplication>
+#include <QImage>
+#include <QPainter>
+#include <QStandardItemModel>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -49,4 +53,56 @@ TEST(CardDelegate, NamesTakeTwoLinesAndKeepTheirEnd)
     EXPECT_TRUE(lines[1].endsWith(QStringLiteral(".pdf"))) << "the extension stays visible";
     const QFontMetrics metrics(font);
     for (const QString& line : lines) EXPECT_LE(metrics.horizontalAdvance(line), 150) << line.toStdString();
+}
+
+// The detail under a card's name is laid out once per value: switching what it shows, or the
+// value changing, must never leave an earlier text on the card.
+TEST(CardDelegate, TheDetailFollowsTheSortAndTheItem)
+{
+    FileItem item;
+    item.path = QStringLiteral("/tmp/report.bin");
+    item.name = QStringLiteral("report.bin");
+    item.size = 123456;
+    item.modified = Date::fromUnix(1700000000);
+    item.added = Date::fromUnix(1600000000);
+    QStandardItemModel model(1, 1);
+    const auto show = [&model](const FileItem& file) {
+        model.setData(model.index(0, 0), QVariant::fromValue(file), BrowserModel::ItemRole);
+    };
+    const auto paint = [&model](CardDelegate& delegate) {
+        QStyleOptionViewItem option;
+        option.font = QApplication::font();
+        option.palette = QApplication::palette();
+        option.rect = QRect(QPoint(0, 0), delegate.cardHint(option));
+        QImage image(option.rect.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::white);
+        QPainter painter(&image);
+        delegate.paint(&painter, option, model.index(0, 0));
+        return image;
+    };
+    // What a delegate that has never painted anything else shows.
+    const auto fresh = [&](SortKey key) {
+        CardDelegate delegate;
+        delegate.setDetail(key);
+        return paint(delegate);
+    };
+
+    show(item);
+    CardDelegate delegate;
+    const QImage bySize = paint(delegate);
+    EXPECT_EQ(bySize, fresh(SortKey::name));
+    delegate.setDetail(SortKey::dateModified);
+    const QImage byModified = paint(delegate);
+    EXPECT_NE(byModified, bySize) << "a date replaces the size";
+    EXPECT_EQ(byModified, fresh(SortKey::dateModified));
+    delegate.setDetail(SortKey::dateAdded);
+    EXPECT_EQ(paint(delegate), fresh(SortKey::dateAdded));
+
+    item.added = Date::fromUnix(1500000000);
+    show(item);
+    EXPECT_EQ(paint(delegate), fresh(SortKey::dateAdded)) << "a new date shows at once";
+    delegate.setDetail(SortKey::size);
+    item.size = 999;
+    show(item);
+    EXPECT_EQ(paint(delegate), fresh(SortKey::size)) << "a new size shows at once";
 }
