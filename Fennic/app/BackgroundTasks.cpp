@@ -24,6 +24,7 @@ void lowerThreadPriority()
 
 BackgroundTasks::BackgroundTasks(QObject* parent) : QObject(parent)
 {
+    m_pool.setObjectName(QStringLiteral("fennic-tasks"));
     // Scans, writes and analysis each get a thread; the machine may have only two cores.
     m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
 }

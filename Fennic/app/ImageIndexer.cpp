@@ -1,6 +1,6 @@
 // The image indexing task: one background task at a time reads the library's pending pictures
-// and hands their records to the GUI thread in batches of eight, so that results show while
-// indexing goes on.
+// and hands their records to the GUI thread in batches of eight or more, so that results show
+// while indexing goes on.
 #include "ImageIndexer.h"
 
 #include "BackgroundTasks.h"
@@ -11,6 +11,7 @@
 #include "library/Scanner.h"
 #include "model/SupportFiles.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLocale>
 #include <algorithm>
@@ -21,11 +22,20 @@ namespace {
 
 QString indexFile() { return SupportFiles::current().imageIndex(); }
 
-// Records are handed over once the batch holds more than this many.
+// Records are handed over once the batch holds more than this many, and no more often than
+// every kHandOverMs: pictures that read quickly would otherwise wake the GUI thread hundreds of
+// times a second, and everything that follows the records (progress, the inspector, searches over
+// text in images) with it.
 constexpr int kBatchLimit = 7;
+constexpr qint64 kHandOverMs = 100;
 
 // How long read records may wait for a save to let go of the index before they are added anyway.
 constexpr qint64 kHoldLimitMs = 10000;
+
+// How long one turn of the event loop spends adding read records to the index. A thousand
+// records usually take a millisecond, but on a busy machine an insert into a large index can
+// take a hundred times longer, and the window must not wait for them.
+constexpr qint64 kApplySliceNs = 4'000'000;
 
 // The path prefixes that pick a chosen folder's files. Chosen folders are kept resolved, while
 // files under a default folder reached through a link (a linked home folder) carry the
@@ -60,6 +70,12 @@ ImageIndexer::ImageIndexer(AppEnvironment environment, AppSettings& settings, Ba
                            LibraryModel& library, QObject* parent)
     : QObject(parent), m_env(std::move(environment)), m_settings(settings), m_tasks(tasks), m_library(library)
 {
+    m_applyTimer.setObjectName(QStringLiteral("ImageIndexer records"));
+    m_applyTimer.setSingleShot(true);
+    m_applyTimer.setInterval(0);
+    connect(&m_applyTimer, &QTimer::timeout, this, [this] {
+        if (imageRecordsFree() || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords(kApplySliceNs);
+    });
     // Settings that change what is read restart the task.
     connect(&m_settings, &AppSettings::indexTextInImagesChanged, this, &ImageIndexer::startImageIndexing);
     connect(&m_settings, &AppSettings::imageFolderModeChanged, this, [this] {
@@ -213,12 +229,15 @@ void ImageIndexer::startImageIndexing()
 
             const int total = int(pending.size());
             QList<ImageRecord> batch;
+            QElapsedTimer sinceHandOver;  // not started: the first full batch goes at once
             for (int i = 0; i < total; ++i) {
                 if (task->cancelled.load()) return;
                 ImageRecord record = ImageAnalyzer::analyze(
                     pending[i], languages, readText ? ImageAnalyzer::Text::read : ImageAnalyzer::Text::skip);
                 batch.append(std::move(record));
-                if (batch.size() > kBatchLimit || i == total - 1) {
+                const bool due = !sinceHandOver.isValid() || sinceHandOver.hasExpired(kHandOverMs);
+                if ((batch.size() > kBatchLimit && due) || i == total - 1) {
+                    sinceHandOver.start();
                     QMetaObject::invokeMethod(
                         this,
                         [this, task, batch, done = i + 1, total] {
@@ -244,13 +263,13 @@ void ImageIndexer::startImageIndexing()
 
 void ImageIndexer::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
 {
-    if (m_heldRecords.isEmpty()) m_heldSince.start();
+    if (m_heldApplied >= m_heldRecords.size()) m_heldSince.start();
     m_heldRecords.append(batch);
     m_ocrProgress = {done, total};
     Q_EMIT ocrProgressChanged();
     // While a save (or a duplicate scan) still holds a snapshot of the records, adding to them
     // would copy the whole map on this thread: new records wait a little for it to let go.
-    if (imageRecordsFree() || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords();
+    if (imageRecordsFree() || m_heldSince.hasExpired(kHoldLimitMs)) applyHeldRecords(kApplySliceNs);
     // A long run keeps what it read so far on disk, should Fennic be stopped. Each save writes
     // the whole index (hundreds of megabytes in a large library), so it also waits until what
     // is new is worth it: a twentieth of the index.
@@ -260,18 +279,32 @@ void ImageIndexer::applyImageBatch(const QList<ImageRecord>& batch, int done, in
         saveImageIndex();
 }
 
-void ImageIndexer::applyHeldRecords()
+void ImageIndexer::applyHeldRecords(qint64 budgetNs)
 {
-    if (m_heldRecords.isEmpty()) return;
-    for (const ImageRecord& record : std::as_const(m_heldRecords)) {
+    if (m_heldApplied >= m_heldRecords.size()) return;
+    QElapsedTimer clock;
+    clock.start();
+    while (m_heldApplied < m_heldRecords.size()) {
+        const ImageRecord& record = m_heldRecords.at(m_heldApplied++);
         m_imageIndex.records.insert(record.path, record);
         if (record.folded.isEmpty())
             m_ocrText.remove(record.path);
         else
             m_ocrText.insert(record.path, record.folded);
+        if (budgetNs > 0 && m_heldApplied % 16 == 0 && clock.nsecsElapsed() > budgetNs) break;
     }
-    m_heldRecords.clear();
+    if (m_heldApplied < m_heldRecords.size())
+        m_applyTimer.start();
+    else
+        forgetHeldRecords();
     Q_EMIT imageRecordsChanged();
+}
+
+void ImageIndexer::forgetHeldRecords()
+{
+    m_heldRecords.clear();
+    m_heldApplied = 0;
+    m_applyTimer.stop();
 }
 
 bool ImageIndexer::imageRecordsFree() const
@@ -285,7 +318,7 @@ void ImageIndexer::saveImageIndex()
         applyHeldRecords();
         return;
     }
-    if (!m_heldRecords.isEmpty() && !imageRecordsFree() && m_indexSavesInFlight > 0) {
+    if (m_heldApplied < m_heldRecords.size() && !imageRecordsFree() && m_indexSavesInFlight > 0) {
         // The save under way still holds the index: adding the waiting records now would copy
         // it here. This save follows that one instead.
         m_saveWhenFree = true;
@@ -321,7 +354,7 @@ void ImageIndexer::saveImageIndex()
 
 void ImageIndexer::deleteImageIndex()
 {
-    m_heldRecords.clear();
+    forgetHeldRecords();
     m_saveWhenFree = false;
     cancelImageIndexing();
     m_imageIndex.records.clear();

@@ -9,6 +9,7 @@
 #include <QObject>
 #include <QPair>
 #include <QStringList>
+#include <QTimer>
 #include <memory>
 #include <optional>
 
@@ -93,7 +94,10 @@ private:
     struct IndexTask;
     void forget(const QSet<QString>& paths);
     void applyImageBatch(const QList<ImageRecord>& batch, int done, int total);
-    void applyHeldRecords();
+    // Adds the waiting records to the index: all of them, or with a budget as many as fit in
+    // it, the rest on the next turn of the event loop.
+    void applyHeldRecords(qint64 budgetNs = -1);
+    void forgetHeldRecords();
     // Whether the GUI thread alone holds the image records, so that changing them copies nothing.
     bool imageRecordsFree() const;
 
@@ -109,7 +113,9 @@ private:
     std::shared_ptr<IndexTask> m_indexTask;
     // Records read but not yet in the index, because a save still held a snapshot of it.
     QList<ImageRecord> m_heldRecords;
+    qsizetype m_heldApplied = 0;  // how many of them are in the index already
     QElapsedTimer m_heldSince;
+    QTimer m_applyTimer;
     QElapsedTimer m_sinceIndexSave;
     int m_readSinceSave = 0;  // records read since the index was last saved
     int m_indexSavesInFlight = 0;

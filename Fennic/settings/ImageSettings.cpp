@@ -11,6 +11,7 @@
 
 #include <QButtonGroup>
 #include <QCheckBox>
+#include <QEvent>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QHBoxLayout>
@@ -233,6 +234,15 @@ void ImageSettings::refreshFolders()
     m_removeFolder->setEnabled(chosen && m_folderList->currentItem() != nullptr);
 }
 
+void ImageSettings::changeEvent(QEvent* event)
+{
+    SettingsSection::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        m_pauseIconFor = -1;  // tinted for the old palette
+        refreshProgress();
+    }
+}
+
 void ImageSettings::refreshProgress()
 {
     const ImageIndexer& images = m_app.images();
@@ -256,8 +266,12 @@ void ImageSettings::refreshProgress()
     m_progressBar->setValue(done);
     m_pause->setText(paused ? QStringLiteral("Resume") : QStringLiteral("Pause"));
     m_pause->setAccessibleName(paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading"));
-    m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
-                                          : QStringLiteral("media-playback-pause"), palette()));
+    // Progress comes several times a second; the icon is looked up only when it changes.
+    if (m_pauseIconFor != int(paused)) {
+        m_pauseIconFor = int(paused);
+        m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
+                                              : QStringLiteral("media-playback-pause"), palette()));
+    }
 }
 
 void ImageSettings::readIndexSize()

@@ -37,6 +37,9 @@ Q_SIGNALS:
     // The index file's size was read again.
     void indexSizeRead();
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void listLanguages(const QStringList& installed);
     void refreshLanguages();
@@ -52,6 +55,7 @@ private:
     QLabel* m_progressLine;
     QProgressBar* m_progressBar;
     QPushButton* m_pause;
+    int m_pauseIconFor = -1;  // the paused state the pause button's icon shows
     QCheckBox* m_automatic;
     QWidget* m_languageBoxes;
     QLabel* m_languagesLoading;

@@ -23,6 +23,7 @@ ThumbnailLoader::ThumbnailLoader(ThumbnailCache cache, ThumbnailCache::Size size
 {
     // QCache counts cost in kilobytes here, so that large budgets fit its int.
     m_memory.setMaxCost(int(std::max<qint64>(1, memoryBytes / 1024)));
+    m_pool.setObjectName(QStringLiteral("fennic-thumbs"));
     m_pool.setMaxThreadCount(kWorkers);
 }
 

@@ -6,6 +6,7 @@
 #include "model/Fmt.h"
 #include "theme/Icons.h"
 
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
@@ -91,6 +92,15 @@ void StatusLine::refresh()
     }
     m_pause->setToolTip(paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading"));
     m_pause->setAccessibleName(m_pause->toolTip());
+}
+
+void StatusLine::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange) {
+        m_pauseIconFor = -1;  // tinted for the old palette
+        refresh();
+    }
 }
 
 void StatusLine::setSteadyText(QLabel* label, const QString& text)

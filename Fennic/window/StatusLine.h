@@ -22,6 +22,9 @@ public:
     // What the line says now, for tests and screen readers.
     QString summary() const;
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     void refresh();
     // Sets a count's text without laying the window out again: the label keeps a fixed size
