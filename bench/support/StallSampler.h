@@ -16,6 +16,7 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 // Where the GUI thread spends a slow event. The event timers say which delivery was slow; this
@@ -46,8 +47,10 @@ public:
         action.sa_flags = SA_RESTART;
         sigemptyset(&action.sa_mask);
         sigaction(SIGPROF, &action, nullptr);
-        clockid_t cpu = 0;
-        pthread_getcpuclockid(pthread_self(), &cpu);
+        // BENCH_SAMPLE_CLOCK=wall samples by the wall clock instead, so that a thread blocked
+        // in a wait is caught where it waits.
+        clockid_t cpu = CLOCK_MONOTONIC;
+        if (qgetenv("BENCH_SAMPLE_CLOCK") != "wall") pthread_getcpuclockid(pthread_self(), &cpu);
         sigevent event = {};
         event.sigev_notify = SIGEV_THREAD_ID;
         event.sigev_signo = SIGPROF;
@@ -79,9 +82,12 @@ public:
         m_since.store(m_atEnter.at);
     }
     // Ends the delivery; returns the report when stacks were taken, otherwise nothing.
-    QString leave(int top = 14)
+    QString leave(int top = 0)
     {
         if (!enabled()) return {};
+        // BENCH_SAMPLE_TOP sets how many functions the report names.
+        if (top <= 0) top = std::max(1, qEnvironmentVariableIntValue("BENCH_SAMPLE_TOP"));
+        if (!qEnvironmentVariableIsSet("BENCH_SAMPLE_TOP")) top = 14;
         const qint64 since = m_since.exchange(0);
         const int taken = std::min(m_samples.load(), kMaxSamples);
         if (now() - since <= m_afterNs) return {};
@@ -90,10 +96,12 @@ public:
         const double wallMs = double(last.at - m_atEnter.at) / 1e6;
         const double runMs = double(last.run - m_atEnter.run) / 1e6;
         const double waitMs = double(last.wait - m_atEnter.wait) / 1e6;
-        QString split = QStringLiteral("      %1 ms on a processor, %2 ms waiting for one, %3 ms blocked")
-                                           .arg(runMs, 0, 'f', 1)
-                                           .arg(waitMs, 0, 'f', 1)
-                                           .arg(std::max(0.0, wallMs - runMs - waitMs), 0, 'f', 1);
+        QString split =
+            QStringLiteral("      %1 ms on a processor, %2 ms waiting for one, %3 ms blocked; %4 page faults")
+                               .arg(runMs, 0, 'f', 1)
+                               .arg(waitMs, 0, 'f', 1)
+                               .arg(std::max(0.0, wallMs - runMs - waitMs), 0, 'f', 1)
+                               .arg(last.faults - m_atEnter.faults);
         if (taken == 0) return split;
         // Inclusive counts per function (a function counted once per sample however deep it
         // recurses), from the leaf up to the delivery itself, and how far from the delivery each
@@ -129,10 +137,10 @@ public:
             return lines.join(u'\n');
         };
         return split
-            + QStringLiteral("\n      %1 samples, one per millisecond on a processor past the threshold; functions "
+            + QStringLiteral("\n      %1 samples, one per millisecond of the sampling clock past the threshold; functions "
                              "holding the thread:\n%2\n      leaves:\n%3")
-                                 .arg(taken)
-                                 .arg(ranked(inclusive, top), ranked(leaves, 6));
+                       .arg(taken)
+                       .arg(ranked(inclusive, top), ranked(leaves, 6));
     }
 
 private:
@@ -159,6 +167,7 @@ private:
         qint64 at = 0;
         qint64 run = 0;
         qint64 wait = 0;
+        qint64 faults = 0;  // minor and major page faults
     };
     Sched sched() const
     {
@@ -172,6 +181,20 @@ private:
             if (std::fscanf(file, "%lld %lld", &run, &wait) == 2) {
                 s.run = run;
                 s.wait = wait;
+            }
+            std::fclose(file);
+        }
+        std::snprintf(path, sizeof path, "/proc/self/task/%d/stat", m_tid);
+        if (FILE* file = std::fopen(path, "r")) {
+            char line[1024];
+            const size_t got = std::fread(line, 1, sizeof line - 1, file);
+            line[got] = 0;
+            // Fields after the command's closing parenthesis: minflt is the 8th, majflt the 10th.
+            if (const char* close = std::strrchr(line, ')')) {
+                long long minor = 0;
+                long long major = 0;
+                if (std::sscanf(close + 2, "%*c %*d %*d %*d %*d %*d %*u %lld %*u %lld", &minor, &major) == 2)
+                    s.faults = minor + major;
             }
             std::fclose(file);
         }
