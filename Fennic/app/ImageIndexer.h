@@ -111,7 +111,8 @@ private:
     QPair<int, int> m_ocrProgress{0, 0};
     bool m_imageIndexPaused = false;
     std::shared_ptr<IndexTask> m_indexTask;
-    // Records read but not yet in the index, because a save still held a snapshot of it.
+    // Records read but not yet all in the index: a save still holds a snapshot of it, or the
+    // rest waits for the next slice.
     QList<ImageRecord> m_heldRecords;
     qsizetype m_heldApplied = 0;  // how many of them are in the index already
     QElapsedTimer m_heldSince;
