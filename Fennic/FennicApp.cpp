@@ -13,6 +13,7 @@
 #include "model/SupportFiles.h"
 #include "quick/HotKey.h"
 #include "selftest/SelfTest.h"
+#include "theme/BandedStyle.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "tray/TrayItem.h"
@@ -74,6 +75,7 @@ int runCapture(int argc, char** argv, const QString& dir)
     offscreenWithoutDisplay();
     QApplication app(argc, argv);
     describeApplication();
+    fennic::BandedStyle::install();
     QTextStream out(stdout);
     return fennic::Snapshot::run(QDir(dir).absolutePath(), scratch.path(), out);
 }
@@ -96,6 +98,7 @@ int runWindow(int argc, char** argv, bool demo)
     }
     QApplication app(argc, argv);
     describeApplication();
+    fennic::BandedStyle::install();
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Your everyday folders in one quiet library."));

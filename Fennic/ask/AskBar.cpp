@@ -129,23 +129,51 @@ void AskBar::updateClearButton()
 void AskBar::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const bool focused = m_field->hasFocus();
-    const double ring = focused ? 2.0 : 1.0;
-    const QRectF frame = QRectF(rect()).adjusted(ring / 2, ring / 2, -ring / 2, -ring / 2);
-    const double radius = std::min(m_theme.fieldRadius(), frame.height() / 2);
-    const QColor outline = focused
-        ? m_theme.accent()
-        : ThemeStyle::withOpacity(palette().color(QPalette::WindowText), DesktopLook::isDark(palette()) ? 0.22 : 0.18);
-    painter.setPen(QPen(outline, ring));
-    painter.setBrush(palette().color(QPalette::Base));
-    painter.drawRoundedRect(frame, radius, radius);
+    // Copied at whole pixels: the field's caret blinks every half second and each blink repaints
+    // the frame beneath it. Stroked afresh, the antialiased ring is long enough for Qt's raster
+    // engine to share it out to other threads and wait for them, which stalls the window while
+    // the library is busy.
+    painter.drawPixmap(0, 0, frame());
 
     if (AskStyles::showsMagnifier(m_field->askStyle()) && !m_magnifier.isNull()) {
+        painter.setRenderHint(QPainter::Antialiasing);
         const double s = AskStyles::scale(m_field->askStyle());
         const QSizeF size = m_magnifier.deviceIndependentSize();
         painter.drawPixmap(QPointF(magnifierLeft(s), std::round((height() - size.height()) / 2)), m_magnifier);
     }
+}
+
+const QPixmap& AskBar::frame()
+{
+    const bool focused = m_field->hasFocus();
+    const QColor outline = focused
+        ? m_theme.accent()
+        : ThemeStyle::withOpacity(palette().color(QPalette::WindowText), DesktopLook::isDark(palette()) ? 0.22 : 0.18);
+    const QColor base = palette().color(QPalette::Base);
+    const qreal ratio = devicePixelRatioF();
+    const double radiusWanted = m_theme.fieldRadius();
+    const QString key = QStringLiteral("%1x%2@%3 %4 %5 %6 %7")
+                                           .arg(width())
+                                           .arg(height())
+                                           .arg(ratio)
+                                           .arg(focused)
+                                           .arg(outline.rgba(), 0, 16)
+                                           .arg(base.rgba(), 0, 16)
+                                           .arg(radiusWanted);
+    if (key == m_frameKey && !m_frame.isNull()) return m_frame;
+    m_frameKey = key;
+    m_frame = QPixmap((QSizeF(size()) * ratio).toSize());
+    m_frame.setDevicePixelRatio(ratio);
+    m_frame.fill(Qt::transparent);
+    QPainter painter(&m_frame);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const double ring = focused ? 2.0 : 1.0;
+    const QRectF frame = QRectF(rect()).adjusted(ring / 2, ring / 2, -ring / 2, -ring / 2);
+    const double radius = std::min(radiusWanted, frame.height() / 2);
+    painter.setPen(QPen(outline, ring));
+    painter.setBrush(base);
+    painter.drawRoundedRect(frame, radius, radius);
+    return m_frame;
 }
 
 void AskBar::resizeEvent(QResizeEvent* event)

@@ -41,11 +41,15 @@ private:
     void layoutParts();
     void updateIcons();
     void updateClearButton();
+    // The frame and its ring, drawn once per size, focus and colours.
+    const QPixmap& frame();
 
     AskField* m_field;
     QToolButton* m_clear;
     ThemeStyle m_theme;
     QPixmap m_magnifier;
+    QPixmap m_frame;
+    QString m_frameKey;
 };
 
 }  // namespace fennic

@@ -1,7 +1,6 @@
 #include "BrowserView.h"
 
 #include "CardDelegate.h"
-#include "theme/BandedScrollBarStyle.h"
 #include "theme/Icons.h"
 #include "thumbnails/ThumbnailLoader.h"
 
@@ -86,12 +85,6 @@ BrowserView::BrowserView(ThumbnailLoader& thumbnails, QWidget* parent)
     m_grid->setMouseTracking(true);
     m_grid->setFrameShape(QFrame::NoFrame);
     m_grid->setSpacing(0);
-    // Both views scroll through up to hundreds of thousands of files, repainting their tall
-    // scroll bars at every step.
-    if (QStyle* banded = BandedScrollBarStyle::ofApplicationStyle(this)) {
-        m_grid->verticalScrollBar()->setStyle(banded);
-        m_list->verticalScrollBar()->setStyle(banded);
-    }
 
     // The list with columns.
     m_list->setAccessibleName(tr("Results list"));
@@ -489,9 +482,10 @@ void BrowserView::updateVisible()
         int last = -1;
         const auto probe = [&](QPoint point) {
             const QModelIndex index = view->indexAt(point);
-            if (!index.isValid()) return;
+            if (!index.isValid()) return false;
             first = std::min(first, index.row());
             last = std::max(last, index.row());
+            return true;
         };
         if (view == m_list) {
             probe(QPoint(1, 1));
@@ -499,14 +493,16 @@ void BrowserView::updateVisible()
             if (first < count && last < 0) last = first;
             if (first < count && view->indexAt(QPoint(1, area.bottom())).row() < 0) last = count - 1;
         } else {
-            // Cards are laid out row by row: every card between the first and last found is
-            // on screen. Probing a third of a card apart can't step over one.
-            const QSize cell = m_grid->gridSize();
-            const int stepX = std::max(8, cell.width() / 3);
-            const int stepY = std::max(8, cell.height() / 3);
-            for (int y = 0; y <= area.bottom() + stepY - 1; y += stepY)
+            // Cards fill their grid cells row by row, so every card from the first of the top row
+            // to the last of the bottom row is on screen. Probing along those two edges a third
+            // of a card apart can't step over one; nothing at the bottom edge means the cards end
+            // above it.
+            const int stepX = std::max(8, m_grid->gridSize().width() / 3);
+            bool atBottom = false;
+            for (const int y : {0, area.bottom()})
                 for (int x = 0; x <= area.right() + stepX - 1; x += stepX)
-                    probe(QPoint(std::min(x, area.right()), std::min(y, area.bottom())));
+                    atBottom |= probe(QPoint(std::min(x, area.right()), y)) && y == area.bottom();
+            if (!atBottom && first < count) last = count - 1;
         }
         if (last >= first) {
             paths.reserve(last - first + 1);

@@ -6,7 +6,6 @@
 #include "app/DuplicateScan.h"
 #include "app/Organiser.h"
 #include "model/Fmt.h"
-#include "theme/BandedScrollBarStyle.h"
 #include "theme/Icons.h"
 #include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
@@ -157,8 +156,6 @@ QWidget* DuplicatesPage::makeResults()
     m_view->setAccessibleDescription(
         QStringLiteral("Press Return on a copy to keep it instead of the one marked Keep."));
     m_view->viewport()->installEventFilter(this);
-    // Thousands of groups make a long scroll bar that repaints with every step.
-    if (QStyle* banded = BandedScrollBarStyle::ofApplicationStyle(this)) m_view->verticalScrollBar()->setStyle(banded);
     connect(m_view, &QListView::activated, this, &DuplicatesPage::rowActivated);
     connect(m_view->verticalScrollBar(), &QScrollBar::valueChanged, this, &DuplicatesPage::scheduleVisibleUpdate);
     connect(m_model, &QAbstractItemModel::modelReset, this, &DuplicatesPage::scheduleVisibleUpdate);

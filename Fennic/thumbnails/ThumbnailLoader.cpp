@@ -10,6 +10,7 @@ namespace fennic {
 namespace {
 
 constexpr int kWorkers = 2;
+constexpr int kInFlight = 2 * kWorkers;
 // Thumbnailing defers to the GUI thread and to the library's own background work.
 constexpr int kNice = 10;
 constexpr qsizetype kFailedKept = 4096;
@@ -29,11 +30,8 @@ ThumbnailLoader::ThumbnailLoader(ThumbnailCache cache, ThumbnailCache::Size size
 
 ThumbnailLoader::~ThumbnailLoader()
 {
-    {
-        std::lock_guard lock(m_mutex);
-        m_stopping = true;
-        m_queue.clear();
-    }
+    m_stopping = true;
+    m_pool.clear();
     m_pool.waitForDone();
 }
 
@@ -41,25 +39,21 @@ std::optional<QImage> ThumbnailLoader::thumbnail(const Request& request)
 {
     if (const QImage* image = m_memory.object(request.path)) return *image;
     if (m_failed.contains(request.path)) return std::nullopt;
-    {
-        std::lock_guard lock(m_mutex);
-        if (!m_queuedPaths.contains(request.path)) {
-            m_queuedPaths.insert(request.path);
-            m_queue.push_back(request);
-        }
+    if (!m_askedPaths.contains(request.path)) {
+        m_askedPaths.insert(request.path);
+        m_queue.push_back(request);
+        dispatch();
     }
-    startWorkers();
     return std::nullopt;
 }
 
 void ThumbnailLoader::setVisible(const QSet<QString>& paths)
 {
-    std::lock_guard lock(m_mutex);
     m_visible = paths;
     // What scrolled away is not made now; the view asks again if it comes back.
     std::erase_if(m_queue, [&](const Request& r) {
         if (paths.contains(r.path)) return false;
-        m_queuedPaths.remove(r.path);
+        m_askedPaths.remove(r.path);
         return true;
     });
 }
@@ -68,33 +62,27 @@ void ThumbnailLoader::clear()
 {
     m_memory.clear();
     m_failed.clear();
-    std::lock_guard lock(m_mutex);
+    for (const Request& r : m_queue) m_askedPaths.remove(r.path);
     m_queue.clear();
-    m_queuedPaths.clear();
 }
 
-int ThumbnailLoader::queued() const
-{
-    std::lock_guard lock(m_mutex);
-    return int(m_queue.size());
-}
+int ThumbnailLoader::queued() const { return int(m_queue.size()) + m_inFlight; }
 
-void ThumbnailLoader::startWorkers()
+void ThumbnailLoader::dispatch()
 {
-    std::lock_guard lock(m_mutex);
-    while (m_running<kWorkers&& int(m_queue.size())> m_running) {
-        ++m_running;
-        m_pool.start([this] { work(); });
+    // A file more than there are workers waits in the pool, so a worker that finishes starts on
+    // the next at once instead of waiting for the GUI thread to hand it one.
+    while (m_inFlight < kInFlight) {
+        auto request = next();
+        if (!request) return;
+        ++m_inFlight;
+        m_pool.start([this, request = std::move(*request)] { make(request); });
     }
 }
 
 std::optional<ThumbnailLoader::Request> ThumbnailLoader::next()
 {
-    std::lock_guard lock(m_mutex);
-    if (m_stopping || m_queue.empty()) {
-        --m_running;
-        return std::nullopt;
-    }
+    if (m_queue.empty()) return std::nullopt;
     // The newest visible request first (the view asks for what it shows last); else the newest.
     auto it = std::find_if(m_queue.rbegin(), m_queue.rend(),
                            [this](const Request& r) { return m_visible.isEmpty() || m_visible.contains(r.path); });
@@ -104,33 +92,30 @@ std::optional<ThumbnailLoader::Request> ThumbnailLoader::next()
     return request;
 }
 
-void ThumbnailLoader::work()
+void ThumbnailLoader::make(const Request& request)
 {
     static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kNice) == 0;
     Q_UNUSED(niced);
-    while (auto request = next()) {
-        QImage image;
-        if (auto stored = m_cache.lookup(request->path, request->mtime, m_size)) {
-            image = std::move(*stored);
-        } else if (!m_cache.hasFailed(request->path, request->mtime) && ThumbnailMaker::canMake(request->ext)) {
-            image = ThumbnailMaker::make(request->path, request->ext, int(m_size));
-            if (image.isNull())
-                m_cache.storeFailure(request->path, request->mtime);
-            else
-                m_cache.store(request->path, request->mtime, m_size, image);
-        }
-        QMetaObject::invokeMethod(
-            this, [this, request = *request, image = std::move(image)] { deliver(request, image); },
-            Qt::QueuedConnection);
+    if (m_stopping) return;
+    QImage image;
+    if (auto stored = m_cache.lookup(request.path, request.mtime, m_size)) {
+        image = std::move(*stored);
+    } else if (!m_cache.hasFailed(request.path, request.mtime) && ThumbnailMaker::canMake(request.ext)) {
+        image = ThumbnailMaker::make(request.path, request.ext, int(m_size));
+        if (image.isNull())
+            m_cache.storeFailure(request.path, request.mtime);
+        else
+            m_cache.store(request.path, request.mtime, m_size, image);
     }
+    QMetaObject::invokeMethod(
+        this, [this, request, image = std::move(image)] { deliver(request, image); }, Qt::QueuedConnection);
 }
 
 void ThumbnailLoader::deliver(const Request& request, const QImage& image)
 {
-    {
-        std::lock_guard lock(m_mutex);
-        m_queuedPaths.remove(request.path);
-    }
+    --m_inFlight;
+    m_askedPaths.remove(request.path);
+    dispatch();
     if (image.isNull()) {
         // Kept small: growing a set of tens of thousands of paths copies all of them on the GUI
         // thread. A path forgotten here is asked for once more, and the worker finds its

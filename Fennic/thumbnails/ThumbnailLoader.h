@@ -9,9 +9,9 @@
 #include <QObject>
 #include <QSet>
 #include <QThreadPool>
+#include <atomic>
 #include <deque>
 #include <memory>
-#include <mutex>
 #include <optional>
 
 namespace fennic {
@@ -24,7 +24,9 @@ namespace fennic {
 //
 // Memory is bounded: the in-memory cache holds at most `memoryBytes` of decoded pictures.
 //
-// Threads: use from the GUI thread; the work runs on two low-priority threads of its own.
+// Threads: use from the GUI thread; the work runs on two low-priority threads of its own. The
+// queue belongs to the GUI thread alone and the workers are handed one file at a time, so the
+// GUI thread never waits for a lock that a low-priority worker, preempted, may be holding.
 class ThumbnailLoader : public QObject {
     Q_OBJECT
 
@@ -47,6 +49,7 @@ public:
     void setVisible(const QSet<QString>& paths);
     // Forgets what is in memory and queued (after the library changed a lot).
     void clear();
+    // Files asked for and not yet answered: queued, or being made.
     int queued() const;
 
 Q_SIGNALS:
@@ -56,23 +59,20 @@ Q_SIGNALS:
     void failed(const QString& path);
 
 private:
-    void startWorkers();
-    void work();
+    void dispatch();
     std::optional<Request> next();
+    void make(const Request& request);
     void deliver(const Request& request, const QImage& image);
 
     const ThumbnailCache m_cache;
     const ThumbnailCache::Size m_size;
-    QCache<QString, QImage> m_memory;  // GUI thread only
-    QSet<QString> m_failed;            // GUI thread only
-
-    // Shared with the workers.
-    mutable std::mutex m_mutex;
+    QCache<QString, QImage> m_memory;
+    QSet<QString> m_failed;
     std::deque<Request> m_queue;
-    QSet<QString> m_queuedPaths;
+    QSet<QString> m_askedPaths;  // queued or being made
     QSet<QString> m_visible;
-    bool m_stopping = false;
-    int m_running = 0;
+    int m_inFlight = 0;
+    std::atomic<bool> m_stopping = false;  // read by the workers
 
     QThreadPool m_pool;
 };

@@ -38,6 +38,7 @@
 #include "support/StallMeter.h"
 #include "support/SyntheticHome.h"
 #include "support/TimedApplication.h"
+#include "theme/BandedStyle.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "welcome/WelcomePage.h"
@@ -275,6 +276,7 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", QFile::encodeName(root + "/.cache"));
     Prefs::configure();
     DesktopLook::ensureIconTheme();
+    BandedStyle::install();
     {
         const auto plan = bench::plan(files, kSeed);
         if (!bench::isWritten(root, files, kSeed)) {

@@ -28,6 +28,7 @@
 #include "support/StallMeter.h"
 #include "support/StallSampler.h"
 #include "support/SyntheticHome.h"
+#include "theme/BandedStyle.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "window/MainWindow.h"
@@ -139,6 +140,7 @@ int main(int argc, char** argv)
     qputenv("XDG_CACHE_HOME", QFile::encodeName(root + "/.cache"));
     Prefs::configure();
     DesktopLook::ensureIconTheme();
+    BandedStyle::install();
     {
         const auto plan = bench::plan(files, seed);
         if (!bench::isWritten(root, files, seed)) {

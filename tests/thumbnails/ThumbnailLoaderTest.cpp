@@ -87,3 +87,37 @@ TEST(ThumbnailLoader, ReusesTheSharedCacheAndMemoryStaysBounded)
     EXPECT_TRUE(second.thumbnail(other));
     EXPECT_FALSE(second.thumbnail(photo)) << "pushed out of memory, asked of the disk cache again";
 }
+
+// Scrolling: files that left the screen before a worker reached them are not made, the visible
+// ones still are, and a file that comes back is asked for again.
+TEST(ThumbnailLoader, ServesWhatIsVisibleAndDropsWhatScrolledAway)
+{
+    TempTree tree;
+    QList<ThumbnailLoader::Request> pictures;
+    for (int i = 0; i < 24; ++i) {
+        const QString name = QStringLiteral("Pictures/p%1.png").arg(i);
+        pictures.append({writePicture(tree, name, QSize(400, 300), QColor::fromHsv(i * 15, 200, 200)), "png", i});
+    }
+    ThumbnailLoader loader{ThumbnailCache(tree.path("cache"))};
+    QSignalSpy ready(&loader, &ThumbnailLoader::ready);
+    QSignalSpy failed(&loader, &ThumbnailLoader::failed);
+    for (const auto& request : pictures) loader.thumbnail(request);
+    const QSet<QString> shown{pictures[20].path, pictures[21].path};
+    loader.setVisible(shown);
+    EXPECT_LE(loader.queued(), 2 + 8) << "only the shown files and those already started stay asked for";
+
+    for (int i = 0; i < 100 && loader.queued() > 0; ++i) ready.wait(100);
+    ASSERT_EQ(loader.queued(), 0);
+    QSet<QString> answered;
+    for (const auto& call : ready) answered.insert(call.at(0).toString());
+    EXPECT_TRUE(answered.contains(shown)) << "the visible files are made";
+    EXPECT_LT(answered.size(), 12) << "most of those that scrolled away are not";
+    EXPECT_EQ(failed.count(), 0);
+
+    const auto back = std::find_if(pictures.begin(), pictures.end(),
+                                   [&](const auto& request) { return !answered.contains(request.path); });
+    ASSERT_NE(back, pictures.end());
+    EXPECT_FALSE(loader.thumbnail(*back));
+    ASSERT_TRUE(ready.wait(10000)) << "a file that comes back is asked for again";
+    EXPECT_EQ(ready.last().at(0).toString(), back->path);
+}

@@ -10,9 +10,11 @@
 #include <QAction>
 #include <QApplication>
 #include <QContextMenuEvent>
+#include <QFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QListView>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QTreeView>
@@ -226,4 +228,59 @@ TEST_F(BrowserViewTest, CardsFollowTheCardSizeAndCtrlWheelZooms)
     QApplication::sendEvent(viewport, &wheel);
     ASSERT_EQ(zoom.count(), 1);
     EXPECT_EQ(zoom.at(0).at(0).toDouble(), BrowserView::kZoomStep);
+}
+
+// Paging quickly down a long grid and back up asks for every page's pictures as it paints; once
+// the scrolling settles, only the cards then on screen (and the few a worker had already
+// started) are made, neither the pages above nor those below.
+TEST_F(BrowserViewTest, MakesThumbnailsForTheCardsLeftOnScreen)
+{
+    // One large photograph under many names, so that each takes a worker a while to read.
+    tree.mkdir(QStringLiteral("Pictures"));
+    QImage photo(3000, 2000, QImage::Format_RGB32);
+    photo.fill(QColor(30, 120, 200));
+    const QString original = tree.path(QStringLiteral("photo.png"));
+    ASSERT_TRUE(photo.save(original));
+    QList<FileItem> pictures;
+    for (int i = 0; i < 600; ++i) {
+        const QString path = tree.path(QStringLiteral("Pictures/IMG_%1.png").arg(i, 4, 10, QChar(u'0')));
+        ASSERT_TRUE(QFile::link(original, path));
+        pictures.append(datedItem(path, 2000, FileKind::image, "2025-03-01T10:00:00Z"));
+    }
+    view.setItems(pictures);
+    QListView* grid = view.gridView();
+    const auto settle = [this] {
+        for (int i = 0; i < 200 && loader.queued() > 0; ++i) QTest::qWait(25);
+        QTest::qWait(100);  // past the view's pause after scrolling
+        for (int i = 0; i < 200 && loader.queued() > 0; ++i) QTest::qWait(25);
+    };
+    settle();
+    QSignalSpy ready(&loader, &ThumbnailLoader::ready);
+    QSignalSpy failed(&loader, &ThumbnailLoader::failed);
+
+    QScrollBar* bar = grid->verticalScrollBar();
+    ASSERT_GT(bar->maximum(), 10 * bar->pageStep()) << "a grid many pages long";
+    const auto cardsOnScreen = [&] {
+        QSet<QString> paths;
+        for (int row = 0; row < view.model().rowCount(); ++row)
+            if (grid->visualRect(view.model().index(row, 0)).intersects(grid->viewport()->rect()))
+                paths.insert(view.model().item(row).path);
+        return paths;
+    };
+    QSet<QString> asked;
+    for (const int page : {1, 2, 3, 4, 5, 6, 7, 8, 7, 6, 5, 4}) {
+        bar->setValue(page * bar->pageStep());
+        grid->viewport()->repaint();
+        asked += cardsOnScreen();
+    }
+    settle();
+    ASSERT_EQ(loader.queued(), 0);
+
+    const QSet<QString> onScreen = cardsOnScreen();
+    ASSERT_FALSE(onScreen.isEmpty());
+    QSet<QString> answered;
+    for (const QSignalSpy* spy : {&ready, &failed})
+        for (const auto& call : *spy) answered.insert(call.at(0).toString());
+    EXPECT_TRUE(answered.contains(onScreen)) << "every card on screen gets its picture (or its icon for good)";
+    EXPECT_LT((answered - onScreen).size(), (asked - onScreen).size() / 4) << "the pages scrolled past are not made";
 }
