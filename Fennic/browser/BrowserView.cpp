@@ -471,44 +471,54 @@ void BrowserView::updateGridSize()
 
 void BrowserView::scheduleVisibleUpdate() { m_visibleTimer.start(); }
 
+std::pair<int, int> BrowserView::rowsOnScreen() const
+{
+    const int count = m_model->rowCount();
+    if (count == 0 || m_empty) return {0, -1};
+    const QAbstractItemView* view = currentView();
+    const QRect area = view->viewport()->rect();
+    int first = count;
+    int last = -1;
+    const auto probe = [&](QPoint point) {
+        const QModelIndex index = view->indexAt(point);
+        if (!index.isValid()) return false;
+        first = std::min(first, index.row());
+        last = std::max(last, index.row());
+        return true;
+    };
+    if (view == m_list) {
+        probe(QPoint(1, 1));
+        probe(QPoint(1, area.bottom()));
+        if (first < count && last < 0) last = first;
+        if (first < count && view->indexAt(QPoint(1, area.bottom())).row() < 0) last = count - 1;
+    } else {
+        // Cards are laid out row by row, each inside its grid cell with a margin around it, so
+        // every card from the first of the top row on screen to the last of the bottom row is
+        // on screen. Those rows are found probing down from the top edge and up from the bottom
+        // one, a third of a card apart, which can't step over a card.
+        const int stepX = std::max(8, m_grid->gridSize().width() / 3);
+        const int stepY = std::max(8, m_grid->gridSize().height() / 3);
+        const auto probeRow = [&](int y) {
+            bool hit = false;
+            for (int x = 0; x <= area.right() + stepX - 1; x += stepX)
+                hit |= probe(QPoint(std::min(x, area.right()), y));
+            return hit;
+        };
+        for (int y = 0; y <= area.bottom(); y += stepY)
+            if (probeRow(y)) break;
+        for (int y = area.bottom(); y >= 0; y -= stepY)
+            if (probeRow(y)) break;
+    }
+    if (last < first) return {0, -1};
+    return {first, last};
+}
+
 void BrowserView::updateVisible()
 {
-    QAbstractItemView* view = currentView();
-    const int count = m_model->rowCount();
+    const auto [first, last] = rowsOnScreen();
     QSet<QString> paths;
-    if (count > 0 && !m_empty) {
-        const QRect area = view->viewport()->rect();
-        int first = count;
-        int last = -1;
-        const auto probe = [&](QPoint point) {
-            const QModelIndex index = view->indexAt(point);
-            if (!index.isValid()) return false;
-            first = std::min(first, index.row());
-            last = std::max(last, index.row());
-            return true;
-        };
-        if (view == m_list) {
-            probe(QPoint(1, 1));
-            probe(QPoint(1, area.bottom()));
-            if (first < count && last < 0) last = first;
-            if (first < count && view->indexAt(QPoint(1, area.bottom())).row() < 0) last = count - 1;
-        } else {
-            // Cards fill their grid cells row by row, so every card from the first of the top row
-            // to the last of the bottom row is on screen. Probing along those two edges a third
-            // of a card apart can't step over one; nothing at the bottom edge means the cards end
-            // above it.
-            const int stepX = std::max(8, m_grid->gridSize().width() / 3);
-            bool atBottom = false;
-            for (const int y : {0, area.bottom()})
-                for (int x = 0; x <= area.right() + stepX - 1; x += stepX)
-                    atBottom |= probe(QPoint(std::min(x, area.right()), y)) && y == area.bottom();
-            if (!atBottom && first < count) last = count - 1;
-        }
-        if (last >= first) {
-            paths.reserve(last - first + 1);
-            for (int row = first; row <= last; ++row) paths.insert(m_model->item(row).path);
-        }
-    }
+    paths.reserve(std::max(0, last - first + 1));
+    for (int row = first; row <= last; ++row) paths.insert(m_model->item(row).path);
     m_thumbnails.setVisible(paths);
 }
 

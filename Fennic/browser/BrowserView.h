@@ -12,6 +12,7 @@
 #include <QTimer>
 #include <QWidget>
 #include <optional>
+#include <utility>
 
 class QAbstractItemView;
 class QItemSelectionModel;
@@ -54,6 +55,8 @@ public:
     ~BrowserView() override;
 
     BrowserModel& model() { return *m_model; }
+    // The rows of the cards or lines on screen, first and last; none as (0, -1).
+    std::pair<int, int> rowsOnScreen() const;
     // Shows a new list, keeping the selection of the files still in it. `diff` as for
     // BrowserModel::setItems.
     void setItems(const QList<FileItem>& items, const VisibleListDiff* diff = nullptr);

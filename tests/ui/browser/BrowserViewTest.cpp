@@ -284,3 +284,44 @@ TEST_F(BrowserViewTest, MakesThumbnailsForTheCardsLeftOnScreen)
     EXPECT_TRUE(answered.contains(onScreen)) << "every card on screen gets its picture (or its icon for good)";
     EXPECT_LT((answered - onScreen).size(), (asked - onScreen).size() / 4) << "the pages scrolled past are not made";
 }
+
+// The rows on screen, wherever the grid or the list stops: between two rows of cards, part way
+// into a row, at either end, and in a list shorter than the window.
+TEST_F(BrowserViewTest, FindsTheRowsOnScreenWhereverTheScrollingStops)
+{
+    QList<FileItem> many;
+    for (int i = 0; i < 500; ++i)
+        many.append(datedItem(QStringLiteral("/srv/files/%1.txt").arg(i, 4, 10, QChar(u'0')), 10, FileKind::document,
+                                             "2025-03-01T10:00:00Z"));
+    const auto check = [this](QAbstractItemView* shown, const char* what) {
+        int first = view.model().rowCount();
+        int last = -1;
+        for (int row = 0; row < view.model().rowCount(); ++row) {
+            if (shown->visualRect(view.model().index(row, 0)).intersects(shown->viewport()->rect())) {
+                first = std::min(first, row);
+                last = std::max(last, row);
+            }
+        }
+        const auto [foundFirst, foundLast] = view.rowsOnScreen();
+        EXPECT_EQ(foundFirst, first) << what << " at " << shown->verticalScrollBar()->value();
+        EXPECT_EQ(foundLast, last) << what << " at " << shown->verticalScrollBar()->value();
+    };
+    for (const ViewMode mode : {ViewMode::grid, ViewMode::list}) {
+        view.setViewMode(mode);
+        view.setItems(many);
+        QCoreApplication::processEvents();
+        QAbstractItemView* shown = mode == ViewMode::grid ? static_cast<QAbstractItemView*>(view.gridView())
+                                                          : static_cast<QAbstractItemView*>(view.listView());
+        QScrollBar* bar = shown->verticalScrollBar();
+        ASSERT_GT(bar->maximum(), 0);
+        for (int value = 0; value <= 600; value += 7) {
+            bar->setValue(value);
+            check(shown, mode == ViewMode::grid ? "grid" : "list");
+        }
+        bar->setValue(bar->maximum());
+        check(shown, "the end");
+        view.setItems(itemsNamed("abc"));
+        QCoreApplication::processEvents();
+        check(shown, "a short list");
+    }
+}
