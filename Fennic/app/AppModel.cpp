@@ -9,6 +9,7 @@
 #include "SearchSession.h"
 #include "Toast.h"
 #include "library/Prefs.h"
+#include "search/SearchParser.h"
 
 namespace fennic {
 
@@ -33,6 +34,7 @@ AppModel::AppModel(AppEnvironment environment, QObject* parent) : QObject(parent
         m_images->startImageIndexing();
     });
     if (m_env.loadCacheOnStart && !m_env.isDemo()) loadCache();
+    m_tasks->run([] { SearchParser::prepare(); });
 }
 
 AppModel::~AppModel()

@@ -53,6 +53,9 @@ SearchSession::SearchSession(AppEnvironment environment, AppSettings& settings, 
     // Lists are worked out on a thread of their own: the shared pool may be busy reading
     // pictures for minutes, and a person waiting for results must not queue behind that.
     m_pool.setMaxThreadCount(1);
+    // Kept, not retired after half a minute idle: the first key after a pause would otherwise
+    // wait for a thread to be made.
+    m_pool.setExpiryTimeout(-1);
     m_pool.setObjectName(QStringLiteral("fennic-lists"));
     m_settleTimer.setObjectName(QStringLiteral("SearchSession settle"));
     m_settleTimer.setSingleShot(true);

@@ -26,6 +26,7 @@ ThumbnailLoader::ThumbnailLoader(ThumbnailCache cache, ThumbnailCache::Size size
     m_memory.setMaxCost(int(std::max<qint64>(1, memoryBytes / 1024)));
     m_pool.setObjectName(QStringLiteral("fennic-thumbs"));
     m_pool.setMaxThreadCount(kWorkers);
+    m_pool.setExpiryTimeout(-1);  // scrolling after a pause doesn't wait for threads to be made
 }
 
 ThumbnailLoader::~ThumbnailLoader()

@@ -602,6 +602,8 @@ Analysis Parser::run()
 
 }  // namespace
 
+void prepare() { patterns(); }
+
 Analysis analyze(const QString& text, Date now, const Calendar& calendar, const QString& home)
 {
     return Parser(text, now, calendar, home).run();
