@@ -151,17 +151,9 @@ const QPixmap& AskBar::frame()
         : ThemeStyle::withOpacity(palette().color(QPalette::WindowText), DesktopLook::isDark(palette()) ? 0.22 : 0.18);
     const QColor base = palette().color(QPalette::Base);
     const qreal ratio = devicePixelRatioF();
-    const double radiusWanted = m_theme.fieldRadius();
-    const QString key = QStringLiteral("%1x%2@%3 %4 %5 %6 %7")
-                                           .arg(width())
-                                           .arg(height())
-                                           .arg(ratio)
-                                           .arg(focused)
-                                           .arg(outline.rgba(), 0, 16)
-                                           .arg(base.rgba(), 0, 16)
-                                           .arg(radiusWanted);
-    if (key == m_frameKey && !m_frame.isNull()) return m_frame;
-    m_frameKey = key;
+    const FrameLook look{size(), ratio, focused, outline.rgba(), base.rgba(), m_theme.fieldRadius()};
+    if (look == m_frameLook && !m_frame.isNull()) return m_frame;
+    m_frameLook = look;
     m_frame = QPixmap((QSizeF(size()) * ratio).toSize());
     m_frame.setDevicePixelRatio(ratio);
     m_frame.fill(Qt::transparent);
@@ -169,7 +161,7 @@ const QPixmap& AskBar::frame()
     painter.setRenderHint(QPainter::Antialiasing);
     const double ring = focused ? 2.0 : 1.0;
     const QRectF frame = QRectF(rect()).adjusted(ring / 2, ring / 2, -ring / 2, -ring / 2);
-    const double radius = std::min(radiusWanted, frame.height() / 2);
+    const double radius = std::min(look.radius, frame.height() / 2);
     painter.setPen(QPen(outline, ring));
     painter.setBrush(base);
     painter.drawRoundedRect(frame, radius, radius);

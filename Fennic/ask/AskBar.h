@@ -48,8 +48,17 @@ private:
     QToolButton* m_clear;
     ThemeStyle m_theme;
     QPixmap m_magnifier;
+    struct FrameLook {
+        QSize size;
+        qreal ratio = 0;
+        bool focused = false;
+        QRgb outline = 0;
+        QRgb base = 0;
+        double radius = 0;
+        friend bool operator==(const FrameLook&, const FrameLook&) = default;
+    };
     QPixmap m_frame;
-    QString m_frameKey;
+    FrameLook m_frameLook;  // what m_frame was drawn for
 };
 
 }  // namespace fennic
