@@ -2,6 +2,7 @@
 
 #include "CardDelegate.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QContextMenuEvent>
@@ -246,11 +247,11 @@ void BrowserView::setEmptyState(std::optional<EmptyState> state)
     m_empty = std::move(state);
     if (m_empty) {
         m_emptyTitle->setText(m_empty->title);
-        m_emptyTitle->setAccessibleName(m_empty->title);
+        setSpokenName(m_emptyTitle, m_empty->title);
         m_emptyDetail->setText(m_empty->detail);
-        m_emptyDetail->setAccessibleName(m_empty->detail);
+        setSpokenName(m_emptyDetail, m_empty->detail);
         m_emptyDetail->setVisible(!m_empty->detail.isEmpty());
-        m_emptyPage->setAccessibleName(m_empty->title);
+        setSpokenName(m_emptyPage, m_empty->title);
         updateEmptyLook();
     }
     showPage();

@@ -11,6 +11,7 @@
 #include "desktop/DesktopActions.h"
 #include "model/Fmt.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 
 #include <QApplication>
 #include <QButtonGroup>
@@ -337,6 +338,7 @@ void FindImagesPage::setThemeStyle(const ThemeStyle& style)
     m_ask->field()->setThemeStyle(style);
     m_delegate->setThemeStyle(style);
     updateLook();
+    m_pauseIconFor = -1;  // tinted for the old look
     updateProgress();
     updateState();
     m_grid->viewport()->update();
@@ -459,12 +461,15 @@ void FindImagesPage::updateProgress()
             QStringLiteral("Reading pictures… %1 of %2").arg(QLocale().toString(done), QLocale().toString(total)));
     else
         m_progress->setText(QStringLiteral("Reading pictures…"));
-    m_progress->setAccessibleName(m_progress->text());
+    setSpokenName(m_progress, m_progress->text());
     m_pause->setText(paused ? QStringLiteral("Resume") : QStringLiteral("Pause"));
-    m_pause->setAccessibleName(paused ? QStringLiteral("Resume reading pictures")
-                                      : QStringLiteral("Pause reading pictures"));
-    m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
-                                          : QStringLiteral("media-playback-pause"), m_style.palette()));
+    setSpokenName(m_pause,
+                  paused ? QStringLiteral("Resume reading pictures") : QStringLiteral("Pause reading pictures"));
+    if (m_pauseIconFor != int(paused)) {
+        m_pauseIconFor = int(paused);
+        m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
+                                              : QStringLiteral("media-playback-pause"), m_style.palette()));
+    }
 }
 
 void FindImagesPage::updateSimilarBar()
@@ -474,7 +479,7 @@ void FindImagesPage::updateSimilarBar()
     if (similar) {
         const QString name = similar->section(u'/', -1);
         m_similarLabel->setText(QStringLiteral("Pictures that look like “%1”").arg(name));
-        m_similarLabel->setAccessibleName(m_similarLabel->text());
+        setSpokenName(m_similarLabel, m_similarLabel->text());
     }
 }
 
@@ -536,7 +541,7 @@ void FindImagesPage::updateState()
         m_count->setText(Fmt::count(std::max(0, shown - 1), QStringLiteral("look-alike")));
     else
         m_count->setText(Fmt::count(shown, QStringLiteral("picture")));
-    m_count->setAccessibleName(m_count->text());
+    setSpokenName(m_count, m_count->text());
     m_more->setVisible(!state);
     if (!state) {
         m_stack->setCurrentWidget(m_grid);

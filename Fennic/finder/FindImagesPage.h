@@ -114,6 +114,7 @@ private:
     QWidget* m_progressBar;
     QLabel* m_progress;
     QPushButton* m_pause;
+    int m_pauseIconFor = -1;  // the paused state the pause button's icon shows, for this look
     QLabel* m_count;
     QPushButton* m_more;
     QStackedWidget* m_stack;

@@ -15,6 +15,7 @@
 #include "search/SearchParser.h"
 #include "sidebar/SidebarSections.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "window/SessionResults.h"
 
@@ -351,7 +352,7 @@ void HomePage::refreshKinds()
 {
     const LibraryStats& stats = m_app.library().stats();
     m_summary->setText(stats.totalCount > 0 ? sizeAndCount(stats.totalCount, stats.totalSize) : QString());
-    m_summary->setAccessibleName(m_summary->text());
+    setSpokenName(m_summary, m_summary->text());
     QPalette secondary = m_summary->palette();
     secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
     m_summary->setPalette(secondary);
@@ -432,8 +433,8 @@ void HomePage::refreshEmptyState()
         m_emptyAdd->show();
     }
     m_emptyIcon->setPixmap(Icons::themed(icon, palette, {QStringLiteral("folder")}).pixmap(64, 64));
-    m_emptyTitle->setAccessibleName(m_emptyTitle->text());
-    m_emptyDetail->setAccessibleName(m_emptyDetail->text());
+    setSpokenName(m_emptyTitle, m_emptyTitle->text());
+    setSpokenName(m_emptyDetail, m_emptyDetail->text());
     QPalette secondary = m_emptyDetail->palette();
     secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
     m_emptyDetail->setPalette(secondary);

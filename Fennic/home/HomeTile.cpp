@@ -1,5 +1,7 @@
 #include "HomeTile.h"
 
+#include "theme/Labels.h"
+
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
@@ -58,8 +60,8 @@ void HomeTile::updateAccessibleName()
     QStringList parts{m_title};
     if (!m_detail.isEmpty()) parts << m_detail;
     if (!m_note.isEmpty()) parts << m_note;
-    setAccessibleName(parts.join(QStringLiteral(", ")));
-    setToolTip(parts.join(QStringLiteral(" · ")));
+    setSpokenName(this, parts.join(QStringLiteral(", ")));
+    setHint(this, parts.join(QStringLiteral(" · ")));
 }
 
 QSize HomeTile::sizeHint() const

@@ -17,10 +17,23 @@ inline QLabel* plainLabel(const QString& text, QWidget* parent)
     return label;
 }
 
+// Qt tells screen readers of a new name at every call, even one that repeats the old name: a
+// label refreshed a few times a second would keep interrupting them.
+inline void setSpokenName(QWidget* widget, const QString& name)
+{
+    if (widget->accessibleName() != name) widget->setAccessibleName(name);
+}
+
+// The same for a tooltip, which Qt also announces at every call.
+inline void setHint(QWidget* widget, const QString& hint)
+{
+    if (widget->toolTip() != hint) widget->setToolTip(hint);
+}
+
 inline void setLabelText(QLabel* label, const QString& text)
 {
     label->setText(text);
-    label->setAccessibleName(text);
+    setSpokenName(label, text);
 }
 
 // The widget's font scaled from the desktop's, for headings.

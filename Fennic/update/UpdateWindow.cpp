@@ -128,11 +128,11 @@ void UpdateWindow::refresh()
     case Phase::downloading: step = QStringLiteral("Check Again"); break;
     }
     m_main->setText(step);
-    m_main->setAccessibleName(step);
+    setSpokenName(m_main, step);
     m_main->setEnabled(m_updater.isEnabled() && phase != Phase::checking && phase != Phase::downloading);
     m_later->setText(phase == Phase::upToDate || phase == Phase::idle ? QStringLiteral("Close")
                                                                       : QStringLiteral("Later"));
-    m_later->setAccessibleName(m_later->text());
+    setSpokenName(m_later, m_later->text());
     adjustSize();
 }
 

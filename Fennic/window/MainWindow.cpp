@@ -20,6 +20,7 @@
 #include "home/HomePage.h"
 #include "inspector/InspectorView.h"
 #include "library/Library.h"
+#include "model/Fmt.h"
 #include "quicklook/QuickLookWindow.h"
 #include "quickpanel/QuickPanel.h"
 #include "search/SearchParser.h"
@@ -29,6 +30,7 @@
 #include "sidebar/SidebarView.h"
 #include "theme/DesktopLook.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "toast/ToastOverlay.h"
 #include "update/UpdateWindow.h"
@@ -38,6 +40,7 @@
 #include <QApplication>
 #include <QCloseEvent>
 #include <QHBoxLayout>
+#include <QLocale>
 #include <QMenu>
 #include <QMenuBar>
 #include <QProgressBar>
@@ -453,12 +456,14 @@ void MainWindow::updateScanProgress()
     if (library.isScanning()) {
         m_scanProgress->setRange(0, 0);  // a scan doesn't know its end: busy
         m_scanProgress->show();
-        m_scanProgress->setToolTip(QStringLiteral("Scanning… %1 files").arg(library.scannedCount()));
+        setHint(m_scanProgress,
+                QStringLiteral("Scanning… ") + Fmt::count(library.scannedCount(), QStringLiteral("file")));
     } else if (m_app.images().isIndexingImages() && total > 0 && done < total) {
         m_scanProgress->setRange(0, total);
         m_scanProgress->setValue(done);
         m_scanProgress->show();
-        m_scanProgress->setToolTip(QStringLiteral("Reading pictures… %1 of %2").arg(done).arg(total));
+        setHint(m_scanProgress,
+                QStringLiteral("Reading pictures… %1 of %2").arg(QLocale().toString(done), QLocale().toString(total)));
     } else {
         m_scanProgress->hide();
     }

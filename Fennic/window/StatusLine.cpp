@@ -5,6 +5,7 @@
 #include "app/LibraryModel.h"
 #include "model/Fmt.h"
 #include "theme/Icons.h"
+#include "theme/Labels.h"
 
 #include <QEvent>
 #include <QHBoxLayout>
@@ -90,8 +91,9 @@ void StatusLine::refresh()
         m_pause->setIcon(Icons::themed(paused ? QStringLiteral("media-playback-start")
                                               : QStringLiteral("media-playback-pause"), palette()));
     }
-    m_pause->setToolTip(paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading"));
-    m_pause->setAccessibleName(m_pause->toolTip());
+    const QString pauseName = paused ? QStringLiteral("Resume image reading") : QStringLiteral("Pause image reading");
+    setHint(m_pause, pauseName);
+    setSpokenName(m_pause, pauseName);
 }
 
 void StatusLine::changeEvent(QEvent* event)

@@ -39,6 +39,7 @@
 #include <QFile>
 #include <QKeyEvent>
 #include <QListView>
+#include <QMetaEnum>
 #include <QScrollBar>
 #include <QTimer>
 #include <algorithm>
@@ -69,19 +70,20 @@ public:
         // A timer is known by its name (the window's own timers are named after their owners).
         const QByteArray name = receiver->objectName().isEmpty() ? QByteArray(receiver->metaObject()->className())
                                                                  : receiver->objectName().toUtf8();
-        const int type = int(event->type());
+        // The event by its name ("UpdateRequest" is a repaint, "LayoutRequest" a new layout).
+        const char* known = QMetaEnum::fromType<QEvent::Type>().valueToKey(int(event->type()));
+        const QByteArray type = known ? QByteArray(known) : QByteArray::number(int(event->type()));
         m_sampler.enter();
         const bool handled = QApplication::notify(receiver, event);
         const QString stacks = m_sampler.leave();
         const double ms = double(clock.nsecsElapsed()) / 1e6;
         if (ms > 4 && m_log)
-            m_events.append(
-                QStringLiteral("%1 ms %2 (event %3)").arg(ms, 0, 'f', 1).arg(QString::fromUtf8(name)).arg(type));
+            m_events.append(QStringLiteral("%1 ms %2 (%3)").arg(ms, 0, 'f', 1).arg(QString::fromUtf8(name), QString::fromUtf8(type)));
         if (!stacks.isEmpty())
-            std::printf("    %.1f ms in %s (event %d):\n%s\n", ms, name.constData(), type, qPrintable(stacks));
+            std::printf("    %.1f ms in %s (%s):\n%s\n", ms, name.constData(), type.constData(), qPrintable(stacks));
         if (ms > m_slowestMs) {
             m_slowestMs = ms;
-            m_slowest = QStringLiteral("%1 (event %2)").arg(QString::fromUtf8(name)).arg(type);
+            m_slowest = QStringLiteral("%1 (%2)").arg(QString::fromUtf8(name), QString::fromUtf8(type));
         }
         --m_depth;
         return handled;

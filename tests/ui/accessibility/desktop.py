@@ -6,6 +6,7 @@ import tempfile
 import time
 
 import pyatspi
+from gi.repository import GLib
 
 
 def fail(message):
@@ -51,13 +52,25 @@ def showing(node):
         return False
 
 
+def pump(seconds):
+    """Waits, delivering the accessibility bus's events to the listeners meanwhile."""
+    deadline = time.time() + seconds
+    context = GLib.MainContext.default()
+    while True:
+        while context.iteration(False):
+            pass
+        if time.time() >= deadline:
+            return
+        time.sleep(min(0.02, max(0.0, deadline - time.time())))
+
+
 def wait_for(condition, timeout, step=0.3):
     deadline = time.time() + timeout
     while time.time() < deadline:
         value = condition()
         if value:
             return value
-        time.sleep(step)
+        pump(step)
     return None
 
 

@@ -3,21 +3,35 @@
 
 Run by run-on-desktop under a private session bus and a real X server (Xvfb): starts
 `fennic --demo`, finds the window on the bus, checks that every control has a name, types
-a request with real key presses and reads the result names back.
+a request with real key presses and reads the result names back. Meanwhile it listens to what
+the window announces, as a screen reader does: a name said again unchanged would be read out
+again, so a line that refreshes during the scan must not repeat itself.
 """
+import collections
 import subprocess
 import sys
 import time
 
 import pyatspi
 
-from desktop import fail, find_application, named, private_environment, showing, wait_for, walk
+from desktop import fail, find_application, named, private_environment, pump, showing, wait_for, walk
 
 FENNIC = sys.argv[1]
 
 
 def main():
     _, env = private_environment("fennic-a11y-")
+    announced = collections.Counter()
+
+    def heard(event):
+        try:
+            if event.host_application.name == "Fennic":
+                # The same object telling its name again; a new object with the same name is news.
+                announced[(event.source.path, event.source.getRoleName(), event.source.name)] += 1
+        except Exception:
+            pass
+
+    pyatspi.Registry.registerEventListener(heard, "object:property-change:accessible-name")
     app_process = subprocess.Popen([FENNIC, "--demo"], env=env)
     try:
         app = find_application("Fennic", 90)
@@ -73,6 +87,11 @@ def main():
         typed = text.getText(0, text.characterCount)
         if typed != "receipt":
             fail("the Ask field reads %r" % typed)
+        pump(1)
+        repeated = ["%s %r (%d times)" % (role, name, count) for (_, role, name), count in announced.items() if count > 2]
+        if repeated:
+            fail("names announced again unchanged: " + "; ".join(repeated))
+        print("ok: %d names announced, none repeated" % sum(announced.values()))
         print("ok: %d controls checked, results read: %s" % (sum(1 for _ in walk(frame)), ", ".join(n for n in names if n)))
     finally:
         app_process.terminate()
