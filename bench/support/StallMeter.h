@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QTimer>
 #include <algorithm>
+#include <chrono>
 
 #include "BenchTimer.h"
 
@@ -23,6 +24,7 @@ public:
             const qint64 now = m_clock.nsecsElapsed();
             const double cpu = threadCpuMs();
             if (m_last >= 0) {
+                if (now - m_last > m_longest) m_longestEnd = std::chrono::steady_clock::now();
                 m_longest = std::max(m_longest, now - m_last);
                 m_longestBusy = std::max(m_longestBusy, cpu - m_lastCpu);
             }
@@ -40,6 +42,12 @@ public:
     }
     void stop() { m_timer.stop(); }
     double longestMs() const { return double(m_longest) / 1e6; }
+    // When the longest stall ended and began, on the steady clock.
+    std::chrono::steady_clock::time_point longestEnd() const { return m_longestEnd; }
+    std::chrono::steady_clock::time_point longestStart() const
+    {
+        return m_longestEnd - std::chrono::nanoseconds(m_longest);
+    }
     // The most processor time the GUI thread spent between two ticks.
     double longestBusyMs() const { return m_longestBusy; }
 
@@ -48,6 +56,7 @@ private:
     QElapsedTimer m_clock;
     qint64 m_last = -1;
     qint64 m_longest = 0;
+    std::chrono::steady_clock::time_point m_longestEnd;
     double m_lastCpu = 0;
     double m_longestBusy = 0;
 };

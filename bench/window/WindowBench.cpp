@@ -24,6 +24,7 @@
 #include "quickpanel/QuickPanel.h"
 #include "support/BenchTimer.h"
 #include "support/PaintCounter.h"
+#include "support/PressureLog.h"
 #include "support/Pump.h"
 #include "support/StallMeter.h"
 #include "support/StallSampler.h"
@@ -67,6 +68,7 @@ public:
         }
         QElapsedTimer clock;
         clock.start();
+        const auto began = bench::PressureLog::Clock::now();
         // A timer is known by its name (the window's own timers are named after their owners).
         const QByteArray name = receiver->objectName().isEmpty() ? QByteArray(receiver->metaObject()->className())
                                                                  : receiver->objectName().toUtf8();
@@ -78,7 +80,8 @@ public:
         const QString stacks = m_sampler.leave();
         const double ms = double(clock.nsecsElapsed()) / 1e6;
         if (ms > 4 && m_log)
-            m_events.append(QStringLiteral("%1 ms %2 (%3)").arg(ms, 0, 'f', 1).arg(QString::fromUtf8(name), QString::fromUtf8(type)));
+            m_events.append({QStringLiteral("%1 ms %2 (%3)").arg(ms, 0, 'f', 1).arg(QString::fromUtf8(name), QString::fromUtf8(type)), began,
+                bench::PressureLog::Clock::now(), ms > 16});
         if (!stacks.isEmpty())
             std::printf("    %.1f ms in %s (%s):\n%s\n", ms, name.constData(), type.constData(), qPrintable(stacks));
         if (ms > m_slowestMs) {
@@ -89,10 +92,22 @@ public:
         return handled;
     }
     bool m_log = qEnvironmentVariableIsSet("BENCH_LOG_EVENTS");
-    QStringList m_events;
+    struct Event {
+        QString text;
+        bench::PressureLog::Clock::time_point began;
+        bench::PressureLog::Clock::time_point ended;
+        bool stall;  // over 16 ms: what the machine waited for meanwhile is added
+    };
+    QList<Event> m_events;
+    bench::PressureLog m_pressure;
     void resetSlowest()
     {
-        if (m_log && !m_events.isEmpty()) std::printf("  events over 4 ms: %s\n", qPrintable(m_events.join(u"; ")));
+        QStringList events;
+        for (const Event& event : std::as_const(m_events))
+            events << (event.stall ? QStringLiteral("%1 [%2]").arg(
+                event.text, bench::PressureLog::describe(m_pressure.between(event.began, event.ended)))
+                                   : event.text);
+        if (m_log && !events.isEmpty()) std::printf("  events over 4 ms: %s\n", qPrintable(events.join(u"; ")));
         m_events.clear();
         m_slowestMs = 0;
         m_slowest.clear();
@@ -315,6 +330,9 @@ int main(int argc, char** argv)
                 seconds, meter.longestMs(), meter.longestBusyMs());
     std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest),
                 qPrintable(app.slowest()));
+    std::printf(
+        "during the longest stall the machine's %s\n",
+        qPrintable(bench::PressureLog::describe(app.m_pressure.between(meter.longestStart(), meter.longestEnd()))));
     app.resetSlowest();
 
     // 6. Memory with the thumbnail cache filled by scrolling through the library.

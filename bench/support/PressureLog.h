@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QFile>
+#include <QString>
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <vector>
+
+// The kernel's pressure-stall totals (/proc/pressure), sampled every two milliseconds on a thread
+// of its own, so that a slow event on the GUI thread can be set beside what the whole machine
+// waited for meanwhile: tasks waiting for a core (cpu), for memory to be reclaimed or read back
+// (memory), or for the disk (io). They count "some" time: at least one task was waiting. A
+// stall with none of these is time the process spent running, or time the machine lost below
+// the kernel, which it does not see.
+namespace fennic::bench {
+
+class PressureLog {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    struct Waits {
+        double cpuMs = 0;
+        double memoryMs = 0;
+        double ioMs = 0;
+        bool known = false;
+    };
+
+    PressureLog()
+    {
+        if (!readTotals()) return;  // a kernel without pressure-stall information
+        m_thread = std::thread([this] {
+            while (!m_stop.load()) {
+                if (const auto totals = readTotals()) {
+                    const std::lock_guard lock(m_mutex);
+                    m_samples.push_back({Clock::now(), *totals});
+                }
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+        });
+    }
+    ~PressureLog()
+    {
+        m_stop = true;
+        if (m_thread.joinable()) m_thread.join();
+    }
+    PressureLog(const PressureLog&) = delete;
+    PressureLog& operator=(const PressureLog&) = delete;
+
+    // What the machine waited for between two moments (to the nearest samples around them).
+    Waits between(Clock::time_point from, Clock::time_point to) const
+    {
+        const std::lock_guard lock(m_mutex);
+        const auto byTime = [](const Sample& sample, Clock::time_point when) { return sample.when < when; };
+        auto first = std::lower_bound(m_samples.begin(), m_samples.end(), from, byTime);
+        auto last = std::lower_bound(m_samples.begin(), m_samples.end(), to, byTime);
+        if (first != m_samples.begin()) --first;
+        if (last == m_samples.end()) {
+            if (m_samples.empty()) return {};
+            --last;
+        }
+        if (first >= last) return {};
+        return {(last->totals[0] - first->totals[0]) / 1e3, (last->totals[1] - first->totals[1]) / 1e3,
+                (last->totals[2] - first->totals[2]) / 1e3, true};
+    }
+
+    static QString describe(const Waits& waits)
+    {
+        if (!waits.known) return QStringLiteral("pressure unknown");
+        return QStringLiteral("pressure meanwhile: cpu %1 ms, memory %2 ms, io %3 ms")
+                                  .arg(waits.cpuMs, 0, 'f', 1)
+                                  .arg(waits.memoryMs, 0, 'f', 1)
+                                  .arg(waits.ioMs, 0, 'f', 1);
+    }
+
+private:
+    using Totals = std::array<double, 3>;  // microseconds of "some" waiting: cpu, memory, io
+    struct Sample {
+        Clock::time_point when;
+        Totals totals;
+    };
+
+    static std::optional<Totals> readTotals()
+    {
+        Totals totals{};
+        int at = 0;
+        for (const char* name : {"/proc/pressure/cpu", "/proc/pressure/memory", "/proc/pressure/io"}) {
+            QFile file(QString::fromLatin1(name));
+            if (!file.open(QIODevice::ReadOnly)) return std::nullopt;
+            const QByteArray some = file.readLine();  // "some avg10=… avg60=… avg300=… total=N"
+            const qsizetype total = some.indexOf("total=");
+            if (total < 0) return std::nullopt;
+            totals[at++] = some.mid(total + 6).trimmed().toDouble();
+        }
+        return totals;
+    }
+
+    mutable std::mutex m_mutex;
+    std::vector<Sample> m_samples;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+}  // namespace fennic::bench
