@@ -1,5 +1,6 @@
 #include "FileStrip.h"
 
+#include "theme/Labels.h"
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QApplication>
@@ -8,6 +9,7 @@
 #include <QPainterPath>
 #include <QToolButton>
 #include <cmath>
+#include <utility>
 
 namespace fennic {
 
@@ -20,34 +22,66 @@ FileStrip::FileStrip(ThumbnailLoader& thumbnails, QWidget* parent)
 
 void FileStrip::setFiles(const QList<FileItem>& files)
 {
+    // A file still in the row keeps its card, wherever it moves, and a card whose file left
+    // takes a new one: the card under the person's keys keeps the focus while a scan refreshes
+    // the row, and a screen reader hears only the cards whose file changed.
+    QHash<QString, FileItem> shown;
+    for (const FileItem& item : std::as_const(m_files)) shown.insert(item.path, item);
+    QHash<QString, QToolButton*> byPath = std::exchange(m_byPath, {});
+    QList<QToolButton*> cards(files.size(), nullptr);
+    for (qsizetype i = 0; i < files.size(); ++i) cards[i] = byPath.take(files.at(i).path);
+    QList<QToolButton*> spare;
+    for (QToolButton* card : std::as_const(m_cards))
+        if (!cards.contains(card)) spare << card;
+
     m_files = files;
-    for (QToolButton* card : std::as_const(m_cards)) {
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        const FileItem& item = files.at(i);
+        if (!cards[i]) cards[i] = spare.isEmpty() ? newCard() : spare.takeFirst();
+        m_byPath.insert(item.path, cards[i]);
+    }
+    for (QToolButton* card : std::as_const(spare)) {
         card->hide();
         card->deleteLater();
     }
-    m_cards.clear();
-    m_byPath.clear();
-
-    const QFontMetrics fm(font());
+    m_cards = cards;
     for (qsizetype i = 0; i < files.size(); ++i) {
         const FileItem& item = files.at(i);
-        auto* card = new QToolButton(this);
-        card->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
-        card->setAutoRaise(true);
-        card->setFocusPolicy(Qt::StrongFocus);
-        card->setIconSize(QSize(kThumbSize, kThumbSize));
-        card->setText(fm.elidedText(item.name, Qt::ElideMiddle, kThumbSize + 8));
-        card->setToolTip(item.name);
-        card->setAccessibleName(item.name);
-        card->setAccessibleDescription(item.folderName());
-        const auto cached = m_thumbnails.thumbnail({item.path, item.ext, qint64(std::floor(item.modified.toUnix()))});
-        card->setIcon(cached ? QIcon(rounded(*cached)) : typeIcon(item));
-        connect(card, &QToolButton::clicked, this, [this, item] { Q_EMIT activated(item); });
-        m_cards.append(card);
-        m_byPath.insert(item.path, card);
+        const auto before = shown.constFind(item.path);
+        const bool same = before != shown.cend() && m_cards.at(i)->property("path").toString() == item.path
+            && before->name == item.name && before->modified == item.modified && before->ext == item.ext;
+        if (!same) showFile(i);
+        if (i > 0) setTabOrder(m_cards.at(i - 1), m_cards.at(i));
     }
     placeCards();
     updateGeometry();
+}
+
+QToolButton* FileStrip::newCard()
+{
+    auto* card = new QToolButton(this);
+    card->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    card->setAutoRaise(true);
+    card->setFocusPolicy(Qt::StrongFocus);
+    card->setIconSize(QSize(kThumbSize, kThumbSize));
+    connect(card, &QToolButton::clicked, this, [this, card] {
+        const qsizetype index = m_cards.indexOf(card);
+        if (index >= 0 && index < m_files.size()) Q_EMIT activated(m_files.at(index));
+    });
+    return card;
+}
+
+void FileStrip::showFile(qsizetype index)
+{
+    const FileItem& item = m_files.at(index);
+    QToolButton* card = m_cards.at(index);
+    card->setProperty("path", item.path);
+    card->setText(QFontMetrics(font()).elidedText(item.name, Qt::ElideMiddle, kThumbSize + 8));
+    setHint(card, item.name);
+    setSpokenName(card, item.name);
+    card->setAccessibleDescription(item.folderName());
+    const auto cached = m_thumbnails.thumbnail({item.path, item.ext, qint64(std::floor(item.modified.toUnix()))});
+    card->setIcon(cached ? QIcon(rounded(*cached)) : typeIcon(item));
 }
 
 void FileStrip::placeCards()
@@ -80,7 +114,8 @@ void FileStrip::resizeEvent(QResizeEvent* event)
 void FileStrip::setThemeStyle(const ThemeStyle& theme)
 {
     m_theme = theme;
-    setFiles(m_files);  // the thumbnails' corners follow the theme
+    // The thumbnails' corners follow the theme.
+    for (qsizetype i = 0; i < m_files.size(); ++i) showFile(i);
 }
 
 void FileStrip::showThumbnail(const QString& path, const QImage& image)

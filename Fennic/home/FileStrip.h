@@ -15,7 +15,8 @@ class ThumbnailLoader;
 
 // A short row of files as small cards: the thumbnail (its type's icon until the loader has
 // one) over the name. Each card is a button with the file's name for screen readers;
-// pressing one (click, Space, Return) reports the file. A narrow row shows the cards that fit
+// pressing one (click, Space, Return) reports the file. A file that stays in the row keeps
+// its card when the row is refreshed, so the focus stays on it. A narrow row shows the cards that fit
 // and hides the rest, so the row never makes the page wider than the window.
 class FileStrip : public QWidget {
     Q_OBJECT
@@ -44,6 +45,8 @@ protected:
 
 private:
     void placeCards();
+    QToolButton* newCard();
+    void showFile(qsizetype index);
     void showThumbnail(const QString& path, const QImage& image);
     QIcon typeIcon(const FileItem& item) const;
     QPixmap rounded(const QImage& image) const;

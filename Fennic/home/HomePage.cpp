@@ -28,6 +28,7 @@
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <algorithm>
 #include <utility>
 
 namespace fennic {
@@ -454,15 +455,23 @@ void HomePage::requestDigest()
         });
 }
 
-void HomePage::clearLayout(QVBoxLayout* layout)
+HomePage::RecentRow HomePage::recentRow(Lately::Bucket bucket)
 {
-    while (QLayoutItem* item = layout->takeAt(0)) {
-        if (QWidget* w = item->widget()) {
-            w->hide();
-            w->deleteLater();
-        }
-        delete item;
-    }
+    RecentRow row;
+    row.bucket = bucket;
+    const QString title = Lately::title(bucket);
+    QPushButton* all = nullptr;
+    row.header = sectionHeader(title, &row.detail, &all, QStringLiteral("Show all recent files"));
+    row.header->setParent(m_recentSection);
+    connect(all, &QPushButton::clicked, this, [this] { openSidebar(SidebarItem::page(K::recents)); });
+    QPalette secondary = row.detail->palette();
+    secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
+    row.detail->setPalette(secondary);
+    row.strip = new FileStrip(m_thumbnails, m_recentSection);
+    row.strip->setAccessibleName(title);
+    row.strip->setThemeStyle(m_theme);
+    connect(row.strip, &FileStrip::activated, this, &HomePage::fileActivated);
+    return row;
 }
 
 void HomePage::applyDigest()
@@ -470,52 +479,82 @@ void HomePage::applyDigest()
     const LibraryStats& stats = m_app.library().stats();
     const QPalette& palette = m_theme.palette();
 
+    // Rows and tiles stay while their day or source does and only take the new files and
+    // counts: a scan refreshes the page many times, and rebuilding them would take the focus
+    // from a card under the person's keys and have screen readers announce every one again.
+
     // Recent files, a row per day.
-    clearLayout(m_recentRows);
-    m_recentStrips.clear();
+    const QList<FileStrip*> stripsBefore = m_recentStrips;
+    QList<RecentRow> rows;
     for (const HomeDigest::Recent& group : std::as_const(m_digest.recent)) {
-        const QString title = Lately::title(group.bucket);
-        QLabel* detail = nullptr;
-        QPushButton* all = nullptr;
-        m_recentRows->addWidget(sectionHeader(title, &detail, &all, QStringLiteral("Show all recent files")));
-        detail->setText(Fmt::count(group.total, QStringLiteral("file")));
-        connect(all, &QPushButton::clicked, this, [this] { openSidebar(SidebarItem::page(K::recents)); });
-        auto* strip = new FileStrip(m_thumbnails, m_recentSection);
-        strip->setAccessibleName(title);
-        strip->setThemeStyle(m_theme);
-        strip->setFiles(group.newest);
-        connect(strip, &FileStrip::activated, this, &HomePage::fileActivated);
-        m_recentRows->addWidget(strip);
-        m_recentStrips << strip;
+        const auto kept = std::find_if(m_recent.begin(), m_recent.end(),
+                                       [&](const RecentRow& row) { return row.bucket == group.bucket; });
+        RecentRow row;
+        if (kept != m_recent.end()) {
+            row = *kept;
+            m_recent.erase(kept);
+        } else {
+            row = recentRow(group.bucket);
+        }
+        row.detail->setText(Fmt::count(group.total, QStringLiteral("file")));
+        row.strip->setFiles(group.newest);
+        rows << row;
+    }
+    for (const RecentRow& gone : std::as_const(m_recent))
+        for (QWidget* w : {gone.header, static_cast<QWidget*>(gone.strip)}) {
+            w->hide();
+            w->deleteLater();
+        }
+    m_recent = rows;
+    m_recentStrips.clear();
+    for (const RecentRow& row : std::as_const(m_recent)) m_recentStrips << row.strip;
+    if (m_recentStrips != stripsBefore) {
+        while (QLayoutItem* item = m_recentRows->takeAt(0)) delete item;  // the rows themselves stay
+        for (const RecentRow& row : std::as_const(m_recent)) {
+            m_recentRows->addWidget(row.header);
+            m_recentRows->addWidget(row.strip);
+        }
     }
     m_recentSection->setVisible(!m_digest.recent.isEmpty());
 
     // Downloads by source.
-    for (HomeTile* tile : std::as_const(m_sourceTiles)) {
-        m_sources->removeWidget(tile);
-        tile->hide();
-        tile->deleteLater();
-    }
-    m_sourceTiles.clear();
+    const QList<HomeTile*> tilesBefore = m_sourceTiles;
+    QList<HomeTile*> tiles;
     for (const HomeDigest::Source& s : std::as_const(m_digest.sources)) {
-        auto* tile = new HomeTile(m_sources->parentWidget());
+        const auto kept = std::find_if(m_sourceTiles.begin(), m_sourceTiles.end(), [&](const HomeTile* tile) {
+            return tile->property("sourceKey").toString() == s.source.key;
+        });
+        HomeTile* tile = nullptr;
+        if (kept != m_sourceTiles.end()) {
+            tile = *kept;
+            m_sourceTiles.erase(kept);
+        } else {
+            tile = new HomeTile(m_sources->parentWidget());
+            tile->setProperty("sourceKey", s.source.key);
+            connect(tile, &HomeTile::clicked, this,
+                    [this, key = s.source.key] { openSidebar(SidebarItem::downloadedFrom(key)); });
+        }
         tile->setContent(iconFor(SidebarSections::downloadSourceIconNames(s.source.key), palette), s.source.name,
                          Fmt::count(s.count, QStringLiteral("file")));
         tile->setThemeStyle(m_theme);
-        tile->setProperty("sourceKey", s.source.key);
-        connect(tile, &HomeTile::clicked, this,
-                [this, key = s.source.key] { openSidebar(SidebarItem::downloadedFrom(key)); });
-        m_sources->addWidget(tile);
-        m_sourceTiles << tile;
+        tiles << tile;
     }
+    for (HomeTile* gone : std::as_const(m_sourceTiles)) {
+        m_sources->removeWidget(gone);
+        gone->hide();
+        gone->deleteLater();
+    }
+    if (tiles != tilesBefore) {
+        for (HomeTile* tile : std::as_const(tiles)) m_sources->removeWidget(tile);
+        for (HomeTile* tile : std::as_const(tiles)) m_sources->addWidget(tile);
+    }
+    m_sourceTiles = tiles;
     m_downloadDetail->setText(Fmt::count(stats.downloadedFrom, QStringLiteral("file")));
     m_downloadSection->setVisible(!m_digest.sources.isEmpty());
 
-    m_screenshots->setThemeStyle(m_theme);
     m_screenshots->setFiles(m_digest.screenshots);
     m_screenshotDetail->setText(Fmt::count(stats.screenshots, QStringLiteral("screenshot")));
     m_screenshotSection->setVisible(stats.screenshots > 0);
-    m_largest->setThemeStyle(m_theme);
     m_largest->setFiles(m_digest.largest);
     m_largeDetail->setText(QStringLiteral("%1 over %2") .arg(Fmt::count(stats.largeFiles, QStringLiteral("file")),
                                                                         Fmt::size(LibraryStats::largeFileSize)));
@@ -573,6 +612,14 @@ void HomePage::setThemeStyle(const ThemeStyle& theme)
     refreshKinds();
     refreshCleanup();
     refreshEmptyState();
+    QList<FileStrip*> strips = m_recentStrips;
+    strips << m_screenshots << m_largest;
+    for (FileStrip* strip : std::as_const(strips)) strip->setThemeStyle(theme);
+    for (const RecentRow& row : std::as_const(m_recent)) {
+        QPalette secondary = row.detail->palette();
+        secondary.setColor(QPalette::WindowText, theme.secondaryText());
+        row.detail->setPalette(secondary);
+    }
     applyDigest();
 }
 

@@ -87,8 +87,14 @@ private:
     void refreshCleanup();
     void refreshEmptyState();
     void requestDigest();
+    struct RecentRow {
+        Lately::Bucket bucket = Lately::Bucket::today;
+        QWidget* header = nullptr;
+        QLabel* detail = nullptr;
+        FileStrip* strip = nullptr;
+    };
+    RecentRow recentRow(Lately::Bucket bucket);
     void applyDigest();
-    void clearLayout(QVBoxLayout* layout);
     void addFolder();
     void tellVisibleThumbnails();
     void openSidebar(const SidebarItem& entry);
@@ -115,6 +121,7 @@ private:
     HomeTile* m_cleanup = nullptr;
     QWidget* m_recentSection = nullptr;
     QVBoxLayout* m_recentRows = nullptr;
+    QList<RecentRow> m_recent;
     QList<FileStrip*> m_recentStrips;
     QWidget* m_downloadSection = nullptr;
     QLabel* m_downloadDetail = nullptr;

@@ -17,6 +17,7 @@
 #include "thumbnails/ThumbnailLoader.h"
 
 #include <QAbstractItemView>
+#include <QApplication>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -258,4 +259,65 @@ TEST(HomePage, DownloadSourcesAndLargeFilesComeFromTheWholeLibrary)
     ASSERT_EQ(page.largeFileStrip()->files().size(), 1);
     EXPECT_EQ(page.largeFileStrip()->files().first().name, "disk.iso");
     EXPECT_TRUE(page.largeFileStrip()->isVisibleTo(&page));
+}
+
+TEST(HomePage, ARefreshKeepsTheRowsCardsAndTilesSoTheFocusStays)
+{
+    HomeFixture f;
+    HomePage& page = f.open();
+    page.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&page));
+    QList<FileItem> items = f.model->library().items();
+    const auto add = [&](const QString& name, std::optional<QString> source) {
+        FileItem item = items.first();
+        for (const FileItem& other : std::as_const(items)) item.added = std::max(item.added, other.added + 1);
+        item.modified = item.added;
+        item.path = f.tree.path("Downloads/" + name);
+        item.name = name;
+        item.sourceKey = std::move(source);
+        items << item;
+    };
+    const auto refreshWith = [&] {
+        f.model->library().replaceItems(items);
+        ASSERT_TRUE(f.model->waitForIdle());
+        ASSERT_TRUE(QTest::qWaitFor([&] { return page.isDigestCurrent(); }, 5000));
+    };
+    add("statement.pdf", "gmail");
+    refreshWith();
+
+    ASSERT_FALSE(page.recentStrips().isEmpty());
+    FileStrip* today = page.recentStrips().first();
+    ASSERT_GE(today->cards().size(), 2);
+    QToolButton* focused = today->cards().at(1);
+    const QString focusedName = focused->accessibleName();
+    focused->setFocus(Qt::TabFocusReason);
+    ASSERT_EQ(QApplication::focusWidget(), focused);
+    HomeTile* gmail = page.sourceTiles().value(0);
+    ASSERT_NE(gmail, nullptr);
+
+    // A scan finds a newer file: it joins the row at the front, the others keep their cards.
+    add("invoice.pdf", "gmail");
+    refreshWith();
+    ASSERT_EQ(page.recentStrips().first(), today) << "the row stays";
+    EXPECT_EQ(today->files().first().name, "invoice.pdf");
+    EXPECT_EQ(today->cards().first()->accessibleName(), "invoice.pdf");
+    EXPECT_TRUE(today->cards().contains(focused));
+    EXPECT_EQ(focused->accessibleName(), focusedName) << "the focused card still names its file";
+    EXPECT_EQ(QApplication::focusWidget(), focused);
+    EXPECT_EQ(page.sourceTiles().value(0), gmail) << "the source's tile stays";
+    EXPECT_EQ(gmail->detail(), "2 files");
+
+    // Pressing a card that moved opens the file it shows now.
+    QSignalSpy opened(&page, &HomePage::fileActivated);
+    QTest::keyClick(focused, Qt::Key_Space);
+    ASSERT_EQ(opened.count(), 1);
+    EXPECT_EQ(opened.first().first().value<FileItem>().name, focusedName);
+
+    // A file that left takes its card with it; the row never holds more than it shows.
+    items.removeIf([&](const FileItem& item) { return item.name == focusedName; });
+    refreshWith();
+    EXPECT_FALSE(today->cards().contains(focused));
+    EXPECT_EQ(today->cards().size(), today->files().size());
+    for (qsizetype i = 0; i < today->files().size(); ++i)
+        EXPECT_EQ(today->cards().at(i)->accessibleName(), today->files().at(i).name);
 }
