@@ -16,7 +16,8 @@
 // waited for meanwhile: tasks waiting for a core (cpu), for memory to be reclaimed or read back
 // (memory), or for the disk (io). They count "some" time: at least one task was waiting. A
 // stall with none of these is time the process spent running, or time the machine lost below
-// the kernel, which it does not see.
+// the kernel, which it does not see. Beside them goes the time the hypervisor ran something
+// else on this machine's cores (steal, from /proc/stat, in ticks of 10 ms, summed over cores).
 namespace fennic::bench {
 
 class PressureLog {
@@ -27,6 +28,7 @@ public:
         double cpuMs = 0;
         double memoryMs = 0;
         double ioMs = 0;
+        double stealMs = 0;
         bool known = false;
     };
 
@@ -65,20 +67,22 @@ public:
         }
         if (first >= last) return {};
         return {(last->totals[0] - first->totals[0]) / 1e3, (last->totals[1] - first->totals[1]) / 1e3,
-                (last->totals[2] - first->totals[2]) / 1e3, true};
+                (last->totals[2] - first->totals[2]) / 1e3, (last->totals[3] - first->totals[3]) / 1e3, true};
     }
 
     static QString describe(const Waits& waits)
     {
         if (!waits.known) return QStringLiteral("pressure unknown");
-        return QStringLiteral("pressure meanwhile: cpu %1 ms, memory %2 ms, io %3 ms")
+        return QStringLiteral("pressure meanwhile: cpu %1 ms, memory %2 ms, io %3 ms; steal %4 ms")
                                   .arg(waits.cpuMs, 0, 'f', 1)
                                   .arg(waits.memoryMs, 0, 'f', 1)
-                                  .arg(waits.ioMs, 0, 'f', 1);
+                                  .arg(waits.ioMs, 0, 'f', 1)
+                                  .arg(waits.stealMs, 0, 'f', 0);
     }
 
 private:
-    using Totals = std::array<double, 3>;  // microseconds of "some" waiting: cpu, memory, io
+    // Microseconds of "some" waiting (cpu, memory, io), then of steal.
+    using Totals = std::array<double, 4>;
     struct Sample {
         Clock::time_point when;
         Totals totals;
@@ -96,6 +100,11 @@ private:
             if (total < 0) return std::nullopt;
             totals[at++] = some.mid(total + 6).trimmed().toDouble();
         }
+        QFile stat(QStringLiteral("/proc/stat"));
+        if (!stat.open(QIODevice::ReadOnly)) return std::nullopt;
+        // "cpu  user nice system idle iowait irq softirq steal …", in ticks of 1/100 s.
+        const QList<QByteArray> fields = stat.readLine().simplified().split(' ');
+        totals[3] = fields.size() > 8 ? fields.at(8).toDouble() * 1e4 : 0;
         return totals;
     }
 

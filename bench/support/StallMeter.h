@@ -24,7 +24,10 @@ public:
             const qint64 now = m_clock.nsecsElapsed();
             const double cpu = threadCpuMs();
             if (m_last >= 0) {
-                if (now - m_last > m_longest) m_longestEnd = std::chrono::steady_clock::now();
+                if (now - m_last > m_longest) {
+                    m_longestEnd = std::chrono::steady_clock::now();
+                    m_busyOfLongest = cpu - m_lastCpu;
+                }
                 m_longest = std::max(m_longest, now - m_last);
                 m_longestBusy = std::max(m_longestBusy, cpu - m_lastCpu);
             }
@@ -38,6 +41,7 @@ public:
         m_last = -1;
         m_longest = 0;
         m_longestBusy = 0;
+        m_busyOfLongest = 0;
         m_timer.start(1);
     }
     void stop() { m_timer.stop(); }
@@ -50,6 +54,9 @@ public:
     }
     // The most processor time the GUI thread spent between two ticks.
     double longestBusyMs() const { return m_longestBusy; }
+    // The GUI thread's processor time during the longest stall: far less than the stall means
+    // the thread was off its core, waiting for one or blocked.
+    double busyOfLongestMs() const { return m_busyOfLongest; }
 
 private:
     QTimer m_timer;
@@ -59,6 +66,7 @@ private:
     std::chrono::steady_clock::time_point m_longestEnd;
     double m_lastCpu = 0;
     double m_longestBusy = 0;
+    double m_busyOfLongest = 0;
 };
 
 }  // namespace fennic::bench

@@ -316,18 +316,22 @@ int main(int argc, char** argv)
     scroller.start(250);
     pumpUntil([&] { return !model.library().isScanning(); }, 120000);
     const double scanStall = meter.longestMs();
-    const double scanBusy = meter.longestBusyMs();
+    const double scanBusy = meter.busyOfLongestMs();
+    const double scanBusiest = meter.longestBusyMs();
     const QString scanSlowest = app.slowest();
     app.resetSlowest();
     pump(seconds * 1000);
     scroller.stop();
     meter.stop();
-    // The busy figure is the GUI thread's own processor time in its longest gap: the rest of a
-    // stall is time spent waiting for a core that the scan's and the pool's threads hold.
-    std::printf("scan of %lld items with the window open: longest stall %.1f ms (busy %.1f ms); with image reading "
-                "(%d read) and thumbnailing for %d s more: longest stall %.1f ms (busy %.1f ms)\n",
-                qlonglong(model.library().items().size()), scanStall, scanBusy, model.images().ocrProgress().first,
-                seconds, meter.longestMs(), meter.longestBusyMs());
+    // "Busy" is the GUI thread's own processor time in the longest stall: the rest of that
+    // stall it was off its core, waiting for one or blocked. The busiest gap is the most
+    // processor time it spent between two ticks anywhere in the run.
+    std::printf("scan of %lld items with the window open: longest stall %.1f ms (busy %.1f ms; busiest gap %.1f ms); "
+                "with image reading (%d read) and thumbnailing for %d s more: longest stall %.1f ms (busy %.1f ms; "
+                "busiest gap %.1f ms)\n",
+                qlonglong(model.library().items().size()), scanStall, scanBusy, scanBusiest,
+                model.images().ocrProgress().first, seconds, meter.longestMs(), meter.busyOfLongestMs(),
+                meter.longestBusyMs());
     std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest),
                 qPrintable(app.slowest()));
     std::printf(
