@@ -4,6 +4,7 @@
 #include <QDeadlineTimer>
 #include <QThread>
 #include <algorithm>
+#include <sched.h>
 #include <sys/resource.h>
 
 namespace fennic {
@@ -14,10 +15,16 @@ constexpr int kBackgroundNice = 5;
 
 // Background work yields to the GUI thread: on Linux a thread's nice value is its own, and
 // threads it starts (the scanner's helper) inherit it.
-void lowerThreadPriority()
+void lowerThreadPriority(BackgroundTasks::Share share)
 {
-    static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
-    Q_UNUSED(niced);
+    static thread_local const bool lowered = [share] {
+        if (share == BackgroundTasks::Share::spare) {
+            const sched_param none{};
+            if (::sched_setscheduler(0, SCHED_IDLE, &none) == 0) return true;
+        }
+        return ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
+    }();
+    Q_UNUSED(lowered);
 }
 
 }  // namespace
@@ -27,22 +34,25 @@ BackgroundTasks::BackgroundTasks(QObject* parent) : QObject(parent)
     m_pool.setObjectName(QStringLiteral("fennic-tasks"));
     // Scans, writes and analysis each get a thread; the machine may have only two cores.
     m_pool.setMaxThreadCount(std::max(3, QThread::idealThreadCount()));
+    m_spare.setObjectName(QStringLiteral("fennic-spare"));
+    m_spare.setMaxThreadCount(1);
 }
 
 BackgroundTasks::~BackgroundTasks()
 {
     stop();
-    m_pool.waitForDone();
+    waitForDone();
 }
 
 void BackgroundTasks::stop() { m_stopping->store(true); }
 
-void BackgroundTasks::run(std::function<void()> work, int priority)
+void BackgroundTasks::run(std::function<void()> work, int priority, Share share)
 {
     ++m_inFlight;
-    m_pool.start(
-        [this, work = std::move(work)]() mutable {
-            lowerThreadPriority();
+    QThreadPool& pool = share == Share::spare ? m_spare : m_pool;
+    pool.start(
+        [this, share, work = std::move(work)]() mutable {
+            lowerThreadPriority(share);
             work();
             // What the task captured is freed here: the pool deletes a finished task while
             // holding the lock that the GUI thread needs to start the next one, and freeing a

@@ -30,13 +30,25 @@ public:
         imageIndex
     };
 
+    // How a task shares the processor with the GUI thread and the rest of the desktop.
+    enum class Share : quint8 {
+        // Below the GUI thread (a higher nice value), above nothing: scans, saves, searches
+        // the person asked for.
+        background,
+        // Only cycles no other thread on the machine wants (the idle scheduling class): long
+        // reading that can wait, which would otherwise keep the GUI thread from a core for
+        // tens of milliseconds at a time on a machine with two. These run on threads of their
+        // own, one at a time, since a thread cannot leave the idle class again.
+        spare,
+    };
+
     explicit BackgroundTasks(QObject* parent = nullptr);
     ~BackgroundTasks() override;
 
     // Runs `work` on the pool at a lower thread priority than the GUI thread. Higher
     // `priority` values start first: 2 for scans, 1 for derived values, 0 for analysis, -1 for
     // writes and freeing. Whatever `work` captured is freed on the pool too.
-    void run(std::function<void()> work, int priority = 0);
+    void run(std::function<void()> work, int priority = 0, Share share = Share::background);
 
     // Hands a large value the GUI thread no longer needs to the pool to be freed there:
     // freeing a quarter of a million items takes tens of milliseconds.
@@ -53,7 +65,11 @@ public:
     const std::shared_ptr<std::atomic<bool>>& stopping() const { return m_stopping; }
     void stop();
     // Blocks until every task has returned (results they posted may still be waiting).
-    void waitForDone() { m_pool.waitForDone(); }
+    void waitForDone()
+    {
+        m_pool.waitForDone();
+        m_spare.waitForDone();
+    }
 
     // Waits, running the event loop, until no task is in flight (every result a task posted
     // has been applied, since the count drops only after them) and `alsoBusy` says nothing
@@ -62,6 +78,7 @@ public:
 
 private:
     QThreadPool m_pool;
+    QThreadPool m_spare;
     std::atomic<int> m_inFlight{0};
     std::shared_ptr<LatestWrite> m_writes[3] = {std::make_shared<LatestWrite>(), std::make_shared<LatestWrite>(),
                                                 std::make_shared<LatestWrite>()};

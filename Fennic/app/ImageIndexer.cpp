@@ -258,7 +258,7 @@ void ImageIndexer::startImageIndexing()
                 },
                 Qt::QueuedConnection);
         },
-        /*priority=*/0);
+        /*priority=*/0, BackgroundTasks::Share::spare);
 }
 
 void ImageIndexer::applyImageBatch(const QList<ImageRecord>& batch, int done, int total)
