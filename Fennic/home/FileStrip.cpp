@@ -29,7 +29,11 @@ void FileStrip::setFiles(const QList<FileItem>& files)
     for (const FileItem& item : std::as_const(m_files)) shown.insert(item.path, item);
     QHash<QString, QToolButton*> byPath = std::exchange(m_byPath, {});
     QList<QToolButton*> cards(files.size(), nullptr);
-    for (qsizetype i = 0; i < files.size(); ++i) cards[i] = byPath.take(files.at(i).path);
+    QList<bool> kept(files.size(), false);  // the card showed this file already
+    for (qsizetype i = 0; i < files.size(); ++i) {
+        cards[i] = byPath.take(files.at(i).path);
+        kept[i] = cards[i] != nullptr;
+    }
     QList<QToolButton*> spare;
     for (QToolButton* card : std::as_const(m_cards))
         if (!cards.contains(card)) spare << card;
@@ -48,8 +52,8 @@ void FileStrip::setFiles(const QList<FileItem>& files)
     for (qsizetype i = 0; i < files.size(); ++i) {
         const FileItem& item = files.at(i);
         const auto before = shown.constFind(item.path);
-        const bool same = before != shown.cend() && m_cards.at(i)->property("path").toString() == item.path
-            && before->name == item.name && before->modified == item.modified && before->ext == item.ext;
+        const bool same =
+            kept.at(i) && before->name == item.name && before->modified == item.modified && before->ext == item.ext;
         if (!same) showFile(i);
         if (i > 0) setTabOrder(m_cards.at(i - 1), m_cards.at(i));
     }
@@ -75,7 +79,6 @@ void FileStrip::showFile(qsizetype index)
 {
     const FileItem& item = m_files.at(index);
     QToolButton* card = m_cards.at(index);
-    card->setProperty("path", item.path);
     card->setText(QFontMetrics(font()).elidedText(item.name, Qt::ElideMiddle, kThumbSize + 8));
     setHint(card, item.name);
     setSpokenName(card, item.name);

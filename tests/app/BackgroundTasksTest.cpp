@@ -33,14 +33,17 @@ TEST(BackgroundTasks, ReadingTakesSpareCyclesAndEverythingElseStaysBelowTheWindo
     QMutex lock;
     QList<Seen> ordinary;
     QList<Seen> spare;
+    const auto runSpare = [&] {
+        tasks.run(
+            [&] {
+                const QMutexLocker locked(&lock);
+                spare << here();
+            },
+            0, BackgroundTasks::Share::spare);
+    };
     // The spare task first, so that its thread would be the one free for what follows if the
     // two kinds shared threads.
-    tasks.run(
-        [&] {
-            const QMutexLocker locked(&lock);
-            spare << here();
-        },
-        0, BackgroundTasks::Share::spare);
+    runSpare();
     ASSERT_TRUE(tasks.waitForIdle(10000));
     // Several at once, so that every thread of the ordinary pool is used.
     QSemaphore together;
@@ -52,12 +55,7 @@ TEST(BackgroundTasks, ReadingTakesSpareCyclesAndEverythingElseStaysBelowTheWindo
             const QMutexLocker locked(&lock);
             ordinary << here();
         });
-    tasks.run(
-        [&] {
-            const QMutexLocker locked(&lock);
-            spare << here();
-        },
-        0, BackgroundTasks::Share::spare);
+    runSpare();
     ASSERT_TRUE(tasks.waitForIdle(10000));
 
     const int windowNice = ::getpriority(PRIO_PROCESS, 0);
