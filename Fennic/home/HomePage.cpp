@@ -44,6 +44,14 @@ QIcon iconFor(const QStringList& names, const QPalette& palette)
     return Icons::themed(names.value(0), palette, names.mid(1));
 }
 
+// A label's text in the theme's quieter colour.
+void soften(QWidget* label, const ThemeStyle& theme)
+{
+    QPalette secondary = label->palette();
+    secondary.setColor(QPalette::WindowText, theme.secondaryText());
+    label->setPalette(secondary);
+}
+
 QString sizeAndCount(qint64 count, qint64 bytes)
 {
     return Fmt::count(count, QStringLiteral("file")) + QStringLiteral(" · ") + Fmt::size(bytes);
@@ -354,9 +362,7 @@ void HomePage::refreshKinds()
     const LibraryStats& stats = m_app.library().stats();
     m_summary->setText(stats.totalCount > 0 ? sizeAndCount(stats.totalCount, stats.totalSize) : QString());
     setSpokenName(m_summary, m_summary->text());
-    QPalette secondary = m_summary->palette();
-    secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
-    m_summary->setPalette(secondary);
+    soften(m_summary, m_theme);
 
     // The tiles stay while the same kinds have files, so a tile keeps the focus across scans.
     QList<FileKind> kinds;
@@ -436,9 +442,7 @@ void HomePage::refreshEmptyState()
     m_emptyIcon->setPixmap(Icons::themed(icon, palette, {QStringLiteral("folder")}).pixmap(64, 64));
     setSpokenName(m_emptyTitle, m_emptyTitle->text());
     setSpokenName(m_emptyDetail, m_emptyDetail->text());
-    QPalette secondary = m_emptyDetail->palette();
-    secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
-    m_emptyDetail->setPalette(secondary);
+    soften(m_emptyDetail, m_theme);
 }
 
 void HomePage::requestDigest()
@@ -464,14 +468,19 @@ HomePage::RecentRow HomePage::recentRow(Lately::Bucket bucket)
     row.header = sectionHeader(title, &row.detail, &all, QStringLiteral("Show all recent files"));
     row.header->setParent(m_recentSection);
     connect(all, &QPushButton::clicked, this, [this] { openSidebar(SidebarItem::page(K::recents)); });
-    QPalette secondary = row.detail->palette();
-    secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
-    row.detail->setPalette(secondary);
+    soften(row.detail, m_theme);
     row.strip = new FileStrip(m_thumbnails, m_recentSection);
     row.strip->setAccessibleName(title);
     row.strip->setThemeStyle(m_theme);
     connect(row.strip, &FileStrip::activated, this, &HomePage::fileActivated);
     return row;
+}
+
+QList<FileStrip*> HomePage::recentStrips() const
+{
+    QList<FileStrip*> strips;
+    for (const RecentRow& row : m_recent) strips << row.strip;
+    return strips;
 }
 
 void HomePage::applyDigest()
@@ -484,7 +493,7 @@ void HomePage::applyDigest()
     // from a card under the person's keys and have screen readers announce every one again.
 
     // Recent files, a row per day.
-    const QList<FileStrip*> stripsBefore = m_recentStrips;
+    const QList<FileStrip*> stripsBefore = recentStrips();
     QList<RecentRow> rows;
     for (const HomeDigest::Recent& group : std::as_const(m_digest.recent)) {
         const auto kept = std::find_if(m_recent.begin(), m_recent.end(),
@@ -506,9 +515,7 @@ void HomePage::applyDigest()
             w->deleteLater();
         }
     m_recent = rows;
-    m_recentStrips.clear();
-    for (const RecentRow& row : std::as_const(m_recent)) m_recentStrips << row.strip;
-    if (m_recentStrips != stripsBefore) {
+    if (recentStrips() != stripsBefore) {
         while (QLayoutItem* item = m_recentRows->takeAt(0)) delete item;  // the rows themselves stay
         for (const RecentRow& row : std::as_const(m_recent)) {
             m_recentRows->addWidget(row.header);
@@ -561,9 +568,7 @@ void HomePage::applyDigest()
     m_largeSection->setVisible(stats.largeFiles > 0);
 
     for (QLabel* label : {m_downloadDetail, m_screenshotDetail, m_largeDetail}) {
-        QPalette secondary = label->palette();
-        secondary.setColor(QPalette::WindowText, m_theme.secondaryText());
-        label->setPalette(secondary);
+        soften(label, m_theme);
     }
     if (m_stack->currentWidget() == m_overview) tellVisibleThumbnails();
 }
@@ -573,7 +578,7 @@ void HomePage::tellVisibleThumbnails()
     // The overview's few pictures come first while it is on screen.
     if (!isVisible()) return;
     QSet<QString> paths;
-    QList<FileStrip*> strips = m_recentStrips;
+    QList<FileStrip*> strips = recentStrips();
     strips << m_screenshots << m_largest;
     for (const FileStrip* strip : std::as_const(strips))
         for (const FileItem& item : strip->files()) paths.insert(item.path);
@@ -612,14 +617,10 @@ void HomePage::setThemeStyle(const ThemeStyle& theme)
     refreshKinds();
     refreshCleanup();
     refreshEmptyState();
-    QList<FileStrip*> strips = m_recentStrips;
+    QList<FileStrip*> strips = recentStrips();
     strips << m_screenshots << m_largest;
     for (FileStrip* strip : std::as_const(strips)) strip->setThemeStyle(theme);
-    for (const RecentRow& row : std::as_const(m_recent)) {
-        QPalette secondary = row.detail->palette();
-        secondary.setColor(QPalette::WindowText, theme.secondaryText());
-        row.detail->setPalette(secondary);
-    }
+    for (const RecentRow& row : std::as_const(m_recent)) soften(row.detail, theme);
     applyDigest();
 }
 

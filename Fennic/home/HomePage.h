@@ -58,7 +58,7 @@ public:
     QList<HomeTile*> kindTiles() const { return m_kindTiles; }
     HomeTile* cleanupTile() const { return m_cleanup; }
     QList<HomeTile*> sourceTiles() const { return m_sourceTiles; }
-    QList<FileStrip*> recentStrips() const { return m_recentStrips; }
+    QList<FileStrip*> recentStrips() const;
     FileStrip* screenshotStrip() const { return m_screenshots; }
     FileStrip* largeFileStrip() const { return m_largest; }
     // The pick of files for the rows has arrived for the current items.
@@ -122,7 +122,6 @@ private:
     QWidget* m_recentSection = nullptr;
     QVBoxLayout* m_recentRows = nullptr;
     QList<RecentRow> m_recent;
-    QList<FileStrip*> m_recentStrips;
     QWidget* m_downloadSection = nullptr;
     QLabel* m_downloadDetail = nullptr;
     FlowLayout* m_sources = nullptr;
