@@ -29,6 +29,9 @@ public:
         double memoryMs = 0;
         double ioMs = 0;
         double stealMs = 0;
+        // The longest the sampling thread itself went between two samples (it sleeps 2 ms):
+        // far longer means that thread, on whichever core, was held up as well.
+        double samplerGapMs = 0;
         bool known = false;
     };
 
@@ -66,18 +69,27 @@ public:
             --last;
         }
         if (first >= last) return {};
-        return {(last->totals[0] - first->totals[0]) / 1e3, (last->totals[1] - first->totals[1]) / 1e3,
-                (last->totals[2] - first->totals[2]) / 1e3, (last->totals[3] - first->totals[3]) / 1e3, true};
+        double gapMs = 0;
+        for (auto sample = first; sample != last; ++sample)
+            gapMs =
+                std::max(gapMs, std::chrono::duration<double, std::milli>((sample + 1)->when - sample->when).count());
+        return {(last->totals[0] - first->totals[0]) / 1e3,
+                (last->totals[1] - first->totals[1]) / 1e3,
+                (last->totals[2] - first->totals[2]) / 1e3,
+                (last->totals[3] - first->totals[3]) / 1e3,
+                gapMs,
+                true};
     }
 
     static QString describe(const Waits& waits)
     {
         if (!waits.known) return QStringLiteral("pressure unknown");
-        return QStringLiteral("pressure meanwhile: cpu %1 ms, memory %2 ms, io %3 ms; steal %4 ms")
-                                  .arg(waits.cpuMs, 0, 'f', 1)
-                                  .arg(waits.memoryMs, 0, 'f', 1)
-                                  .arg(waits.ioMs, 0, 'f', 1)
-                                  .arg(waits.stealMs, 0, 'f', 0);
+        return QStringLiteral("pressure meanwhile: cpu %1 ms, memory %2 ms, io %3 ms; steal %4 ms; sampler's longest gap %5 ms")
+                .arg(waits.cpuMs, 0, 'f', 1)
+                .arg(waits.memoryMs, 0, 'f', 1)
+                .arg(waits.ioMs, 0, 'f', 1)
+                .arg(waits.stealMs, 0, 'f', 0)
+                .arg(waits.samplerGapMs, 0, 'f', 1);
     }
 
 private:

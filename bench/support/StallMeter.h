@@ -2,71 +2,121 @@
 
 #include <QElapsedTimer>
 #include <QObject>
+#include <QString>
 #include <QTimer>
+#include <sys/resource.h>
+
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 
 #include "BenchTimer.h"
 
 // How long the GUI thread goes without turning its event loop: a timer ticks every
 // millisecond and the longest gap between two ticks is the longest stall. Needs the event loop
-// to run between start() and stop(). On a shared machine the gap also holds the time the
-// process waited for a core, so compare with an idle measurement taken in the same run; the
-// longest busy gap (the GUI thread's own processor time between two ticks) leaves that out.
+// to run between start() and stop(). Each tick also notes the thread's own accounting, so the
+// longest stall can be split into the thread's processor time ("busy"), its waiting for a core
+// (the kernel's run delay), and the rest, when it was asleep; and the switches away from its
+// core: voluntary (it went to sleep) and involuntary (it was preempted).
 namespace fennic::bench {
 
 class StallMeter {
 public:
+    // The GUI thread's accounting at one tick.
+    struct Snapshot {
+        qint64 wallNs = 0;
+        double cpuMs = 0;
+        double runDelayMs = 0;
+        long voluntary = 0;
+        long involuntary = 0;
+    };
+
     StallMeter()
     {
         m_timer.setTimerType(Qt::PreciseTimer);
         QObject::connect(&m_timer, &QTimer::timeout, [this] {
-            const qint64 now = m_clock.nsecsElapsed();
-            const double cpu = threadCpuMs();
-            if (m_last >= 0) {
-                if (now - m_last > m_longest) {
+            const Snapshot now = snapshot();
+            if (m_ticked) {
+                if (now.wallNs - m_last.wallNs > longestNs()) {
+                    m_longestFrom = m_last;
+                    m_longestTo = now;
                     m_longestEnd = std::chrono::steady_clock::now();
-                    m_busyOfLongest = cpu - m_lastCpu;
                 }
-                m_longest = std::max(m_longest, now - m_last);
-                m_longestBusy = std::max(m_longestBusy, cpu - m_lastCpu);
+                m_longestBusy = std::max(m_longestBusy, now.cpuMs - m_last.cpuMs);
             }
             m_last = now;
-            m_lastCpu = cpu;
+            m_ticked = true;
         });
     }
     void start()
     {
         m_clock.start();
-        m_last = -1;
-        m_longest = 0;
+        m_ticked = false;
+        m_longestFrom = m_longestTo = {};
         m_longestBusy = 0;
-        m_busyOfLongest = 0;
         m_timer.start(1);
     }
     void stop() { m_timer.stop(); }
-    double longestMs() const { return double(m_longest) / 1e6; }
+    double longestMs() const { return double(longestNs()) / 1e6; }
     // When the longest stall ended and began, on the steady clock.
     std::chrono::steady_clock::time_point longestEnd() const { return m_longestEnd; }
     std::chrono::steady_clock::time_point longestStart() const
     {
-        return m_longestEnd - std::chrono::nanoseconds(m_longest);
+        return m_longestEnd - std::chrono::nanoseconds(longestNs());
     }
     // The most processor time the GUI thread spent between two ticks.
     double longestBusyMs() const { return m_longestBusy; }
     // The GUI thread's processor time during the longest stall: far less than the stall means
     // the thread was off its core, waiting for one or blocked.
-    double busyOfLongestMs() const { return m_busyOfLongest; }
+    double busyOfLongestMs() const { return m_longestTo.cpuMs - m_longestFrom.cpuMs; }
+    // The longest stall split up: "busy 1.2 ms, waiting for a core 0.3 ms, neither 20.1 ms;
+    // 1 voluntary and 0 involuntary switches". "Neither" is time asleep when the thread went to
+    // sleep (a voluntary switch), or time the hypervisor held its core (steal), which the
+    // thread's own accounting does not see.
+    QString describeLongest() const
+    {
+        const double busy = busyOfLongestMs();
+        const double waiting = m_longestTo.runDelayMs - m_longestFrom.runDelayMs;
+        return QStringLiteral("busy %1 ms, waiting for a core %2 ms, neither %3 ms; %4 voluntary and %5 involuntary "
+                              "switches")
+                                  .arg(busy, 0, 'f', 1)
+                                  .arg(waiting, 0, 'f', 1)
+                                  .arg(std::max(0.0, longestMs() - busy - waiting), 0, 'f', 1)
+                                  .arg(m_longestTo.voluntary - m_longestFrom.voluntary)
+                                  .arg(m_longestTo.involuntary - m_longestFrom.involuntary);
+    }
 
 private:
+    qint64 longestNs() const { return m_longestTo.wallNs - m_longestFrom.wallNs; }
+
+    Snapshot snapshot() const
+    {
+        Snapshot now;
+        now.wallNs = m_clock.nsecsElapsed();
+        now.cpuMs = threadCpuMs();
+        // "/proc/thread-self/schedstat": time on a core, time waiting for one (ns), slices.
+        if (std::FILE* file = std::fopen("/proc/thread-self/schedstat", "r")) {
+            unsigned long long onCore = 0;
+            unsigned long long waited = 0;
+            if (std::fscanf(file, "%llu %llu", &onCore, &waited) == 2) now.runDelayMs = double(waited) / 1e6;
+            std::fclose(file);
+        }
+        rusage usage{};
+        if (::getrusage(RUSAGE_THREAD, &usage) == 0) {
+            now.voluntary = usage.ru_nvcsw;
+            now.involuntary = usage.ru_nivcsw;
+        }
+        return now;
+    }
+
     QTimer m_timer;
     QElapsedTimer m_clock;
-    qint64 m_last = -1;
-    qint64 m_longest = 0;
+    bool m_ticked = false;
+    Snapshot m_last;
+    Snapshot m_longestFrom;
+    Snapshot m_longestTo;
     std::chrono::steady_clock::time_point m_longestEnd;
-    double m_lastCpu = 0;
     double m_longestBusy = 0;
-    double m_busyOfLongest = 0;
 };
 
 }  // namespace fennic::bench
