@@ -212,21 +212,6 @@ TEST(LibraryModel, BecomingActiveRescansOnlyAfterFiveMinutes)
     ASSERT_TRUE(m.waitForIdle());
 }
 
-TEST(LibraryModel, DerivedValuesFollowTheItems)
-{
-    AppFixture f;
-    f.tree.writeSized("Movies/big.mp4", 1000);
-    f.tree.write("Documents/a.txt", "a");
-    AppModel& m = f.make();
-    QSignalSpy stats(&m.library(), &LibraryModel::statsChanged);
-    m.library().scan();
-    ASSERT_TRUE(m.waitForIdle());
-    EXPECT_GE(stats.count(), 1);
-    EXPECT_EQ(m.library().stats().totalCount, 2);
-    EXPECT_EQ(m.library().stats().total(FileKind::video).count, 1);
-    EXPECT_EQ(m.library().stats().total(FileKind::video).size, 1000);
-}
-
 TEST(LibraryModel, DemonstrationModeShowsItsItemsAndWritesNothingOfFennics)
 {
     AppFixture f;

@@ -139,41 +139,6 @@ TEST_F(DuplicatesPageTest, NoDuplicatesFound)
     EXPECT_FALSE(p.cleanButton()->isVisible());
 }
 
-TEST_F(DuplicatesPageTest, FiveThousandGroupsOpenAtOnce)
-{
-    QList<DuplicateGroup> groups;
-    for (int g = 0; g < 5000; ++g) {
-        DuplicateGroup group;
-        group.id = QUuid::createUuid();
-        for (int m = 0; m < 2; ++m) {
-            FileItem item;
-            item.path = QStringLiteral("/nowhere/%1/copy %2.txt").arg(g).arg(m);
-            item.name = QStringLiteral("copy %1.txt").arg(m);
-            item.ext = QStringLiteral("txt");
-            item.size = 1000;
-            group.files.append(item);
-        }
-        group.keep = group.files.first().path;
-        groups.append(group);
-    }
-    DuplicatesModel model(thumbnails);
-    QListView view;
-    DuplicatesDelegate delegate;
-    view.setItemDelegate(&delegate);
-    view.setUniformItemSizes(true);
-    view.setModel(&model);
-    view.resize(900, 600);
-    view.show();
-    ASSERT_TRUE(QTest::qWaitForWindowExposed(&view));
-    model.setGroups(groups, {});
-    view.viewport()->repaint();
-    EXPECT_EQ(model.rowCount(), 1 + 5000 * 3);
-}
-
-}  // namespace
-
-namespace {
-
 TEST_F(DuplicatesPageTest, KeepingAnotherCopyUpdatesRowsInPlace)
 {
     f.tree.writeSized("Documents/a.bin", 5000, 7);

@@ -1,9 +1,7 @@
-// The finder's search over plain values: which pictures take part, the filters, look-alikes,
-// and how long a description over a large library takes.
+// The finder's search over plain values: which pictures take part, the filters and look-alikes.
 #include "finder/ImageFinder.h"
 #include "FinderFixture.h"
 
-#include <QRandomGenerator>
 #include <gtest/gtest.h>
 
 using namespace fennic;
@@ -78,31 +76,4 @@ TEST(ImageFinder, FiltersNarrowAndLookAlikesComeNearestFirst)
     EXPECT_EQ(pathsOf(ImageFinder::find(request, *pictures)), QStringList{"/h/near.jpg"});
     request.favouritesOnly = false;
     EXPECT_EQ(pathsOf(ImageFinder::find(request, *pictures)), (QStringList{"/h/o.jpg", "/h/near.jpg"}));
-}
-
-TEST(ImageFinder, ADescriptionOverTwentyThousandPicturesIsQuick)
-{
-    const QStringList labels{"beach", "ocean", "island", "snow", "mountain", "receipt", "cup", "dog", "building"};
-    QList<FileItem> library;
-    QHash<QString, ImageRecord> records;
-    QRandomGenerator random(7);
-    for (int i = 0; i < 20000; ++i) {
-        const QString path = QStringLiteral("/h/Pictures/photo %1.jpg").arg(i);
-        library.append(test::itemAt(path));
-        QHash<QString, float> scores;
-        for (int k = 0; k < 4; ++k)
-            scores.insert(labels[random.bounded(labels.size())], float(random.generateDouble()));
-        ImageRecord record =
-            recordFor(path, scores, {test::lineAt(QStringLiteral("line %1 total").arg(i), 0, 0, 1, 0.1f)});
-        record.colors = {{"white", float(random.generateDouble() * 0.5)},
-                         {"blue", float(random.generateDouble() * 0.5)}};
-        records.insert(path, record);
-    }
-    const auto pictures = ImageFinder::gather(library, records);
-    ImageFinder::Request request;
-    request.query = "a white island in a blue ocean";
-    request.mode = VisualSearch::Mode::describe;
-
-    const QList<FoundPicture> found = ImageFinder::find(request, *pictures);
-    EXPECT_FALSE(found.isEmpty());
 }

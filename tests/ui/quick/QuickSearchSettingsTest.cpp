@@ -6,10 +6,8 @@
 #include "settings/QuickSearchSettings.h"
 #include "settings/ShortcutRecorder.h"
 #include "theme/DesktopLook.h"
-#include "theme/ThemeStyle.h"
 
 #include <QCheckBox>
-#include <QDir>
 #include <QLabel>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -93,23 +91,4 @@ TEST_F(QuickSearchSettingsX11Test, ShowsTheRouteAndRegistersARecordedShortcutAtO
     record(section->recorder(), Qt::Key_K, Qt::ControlModifier | Qt::AltModifier);
     EXPECT_EQ(hotKey.current(), (Shortcut{40, Shortcut::cmd | Shortcut::option}));
     EXPECT_TRUE(section->statusLabel()->text().startsWith("Ctrl+Alt+K works"));
-}
-
-// Renders the section with a refusal in both palettes and both themes, for looking at:
-//   FENNIC_RENDER_DIR=/tmp/out quick_tests --gtest_also_run_disabled_tests --gtest_filter=*Render*
-TEST_F(QuickSearchSettingsTest, DISABLED_Render)
-{
-    HotKey hotKey(HotKey::Route::none);
-    give(hotKey);
-    const QString dir = qEnvironmentVariable("FENNIC_RENDER_DIR", QDir::tempPath());
-    for (const Theme theme : {Theme::playful, Theme::minimal})
-        for (const bool dark : {false, true}) {
-            const QPalette palette = dark ? DesktopLook::darkPalette() : DesktopLook::lightPalette();
-            section->setPalette(palette);
-            section->setThemeStyle(ThemeStyle(theme, palette));
-            section->setAutoFillBackground(true);
-            const QString name = QStringLiteral("%1/quick-settings-%2-%3.png") .arg(
-                dir, theme == Theme::playful ? "playful" : "minimal", dark ? "dark" : "light");
-            EXPECT_TRUE(section->grab().save(name));
-        }
 }

@@ -124,26 +124,6 @@ TEST_F(SettingsWindowTest, ControlsFollowChangesMadeElsewhere)
     EXPECT_FALSE(window->imageSection()->textInImages()->isChecked());
 }
 
-TEST_F(SettingsWindowTest, RulesReadAsTheyDo)
-{
-    RulesSettings* rules = window->rulesSection();
-    EXPECT_EQ(rules->installerRule()->text(),
-              "Move installers (.deb, .rpm, .flatpak, …) older than 30 days to the Trash");
-    EXPECT_EQ(rules->screenshotRule()->text(), "File Desktop screenshots into Pictures › Screenshots by month");
-    // Every extension the text names is one the installer rule really takes.
-    for (const char* ext : {"deb", "rpm", "flatpak"}) {
-        FileItem item;
-        item.ext = QString::fromLatin1(ext);
-        EXPECT_TRUE(item.isInstaller()) << ext;
-    }
-    const QList<QLabel*> labels = rules->findChildren<QLabel*>();
-    EXPECT_TRUE(std::any_of(labels.begin(), labels.end(), [](const QLabel* l) {
-        return l->text()
-            == "These rules are off until you turn them on. Files only ever go to the Trash, and "
-               "Fennic tells you each time it tidies something.";
-    }));
-}
-
 TEST_F(SettingsWindowTest, TheShortcutRecorderRefusesWhatCantBeUsedAndStoresTheRest)
 {
     window->showTab(SettingsWindow::Tab::quickSearch);
