@@ -3,10 +3,8 @@
 // a package manager keeps current.
 #include "update/UpdateWindow.h"
 #include "SabloKit/Updater.h"
-#include "TestHttpServer.h"
 #include "UpdateFixture.h"
 #include "settings/UpdateSettings.h"
-#include "support/TempTree.h"
 #include "update/UpdateTexts.h"
 
 #include <QCheckBox>
@@ -24,52 +22,7 @@ using Phase = Updater::Phase;
 
 namespace {
 
-class UpdateUi : public ::testing::Test {
-protected:
-    void SetUp() override
-    {
-        installedInfo = {QStringLiteral("io.github.fennic.Fennic"), "2.9", server.url("/feed.json"), key.publicKey()};
-        test::makeApp(installed, installedInfo);
-    }
-
-    void publish(const QString& version)
-    {
-        const QString folder = tree.path("release/Fennic");
-        test::makeApp(folder, BundleInfo{installedInfo.identifier, version, {}, {}});
-        const QByteArray archive = test::zipFolder(folder);
-        UpdateFeed feed;
-        feed.version = version;
-        feed.url = server.url("/about");
-        feed.notes = QStringLiteral("Pictures are found by any word.");
-        feed.download = {server.url("/Fennic.zip"), archive.size(), key.sign(archive)};
-        server.serve("/Fennic.zip", archive);
-        server.serve("/feed.json", feed.encode());
-    }
-
-    std::unique_ptr<Updater> makeUpdater()
-    {
-        UpdaterEnvironment env;
-        env.settingsFile = tree.path("settings.ini");
-        env.stagingFolder = tree.path("cache/SabloUpdate");
-        env.systemVersion = QStringLiteral("12");
-        env.quit = [this] { ++quitRequests; };
-        return std::make_unique<Updater>(installed, installedInfo, env);
-    }
-
-    static void settle(Updater& updater)
-    {
-        QSignalSpy changed(&updater, &Updater::phaseChanged);
-        while (updater.phase() == Phase::checking || updater.phase() == Phase::downloading)
-            if (!changed.wait(30000)) break;
-    }
-
-    test::TempTree tree;
-    test::TestHttpServer server;
-    test::SigningKey key;
-    QString installed = tree.path("opt/Fennic");
-    BundleInfo installedInfo;
-    int quitRequests = 0;
-};
+using UpdateUi = test::UpdaterFixture;
 
 }  // namespace
 
@@ -90,7 +43,7 @@ TEST_F(UpdateUi, TheWindowLeadsFromTheOfferThroughTheDownloadToInstallAndRelaunc
     ASSERT_EQ(updater->phase(), Phase::available) << updater->message().toStdString();
     EXPECT_EQ(window.status()->text(), "Fennic 2.10 is available. You have 2.9.");
     EXPECT_TRUE(window.notes()->isVisible());
-    EXPECT_EQ(window.notes()->toPlainText(), "Pictures are found by any word.");
+    EXPECT_EQ(window.notes()->toPlainText(), "Better in every way.");
     EXPECT_EQ(window.mainButton()->text(), "Download");
 
     QList<int> progress;
