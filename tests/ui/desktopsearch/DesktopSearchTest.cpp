@@ -6,6 +6,7 @@
 #include "desktopsearch/DesktopSearch.h"
 #include "desktopsearch/KRunnerMatch.h"
 #include "library/Library.h"
+#include "support/PrivateBus.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -14,43 +15,12 @@
 #include <QDBusReply>
 #include <QDateTime>
 #include <QFile>
-#include <QProcess>
 #include <QSignalSpy>
 #include <gtest/gtest.h>
 
 using namespace fennic;
 
 namespace {
-
-// A session bus daemon of the test's own, so nothing is published on the user's bus.
-class PrivateBus {
-public:
-    PrivateBus()
-    {
-        m_daemon.start(QStringLiteral("dbus-daemon"),
-                                      {QStringLiteral("--session"),
-                                                      QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        if (!m_daemon.waitForStarted(5000) || !m_daemon.waitForReadyRead(5000)) return;
-        m_address = QString::fromUtf8(m_daemon.readLine()).trimmed();
-    }
-    ~PrivateBus()
-    {
-        for (const QString& name : m_names) QDBusConnection::disconnectFromBus(name);
-        m_daemon.kill();
-        m_daemon.waitForFinished(5000);
-    }
-    bool isRunning() const { return !m_address.isEmpty(); }
-    QDBusConnection connect(const QString& name)
-    {
-        m_names << name;
-        return QDBusConnection::connectToBus(m_address, name);
-    }
-
-private:
-    QProcess m_daemon;
-    QString m_address;
-    QStringList m_names;
-};
 
 class DesktopSearchTest : public ::testing::Test {
 protected:
@@ -113,7 +83,7 @@ protected:
     }
 
     test::AppFixture f;
-    PrivateBus bus;
+    test::PrivateBus bus;
     AppModel* app = nullptr;
     std::unique_ptr<DesktopSearch> search;
     std::unique_ptr<QDBusConnection> client;

@@ -4,13 +4,13 @@
 // answers from a thread of its own, since the route waits for its answers.
 #include "quick/HotKeyKde.h"
 #include "StandInAccelerators.h"
+#include "support/PrivateBus.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusObjectPath>
 #include <QMutex>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -24,33 +24,25 @@ class HotKeyKdeTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        daemon.start(QStringLiteral("dbus-daemon"),
-                                    {QStringLiteral("--session"),
-                                                    QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        if (!daemon.waitForStarted(5000) || !daemon.waitForReadyRead(5000)) GTEST_SKIP() << "needs dbus-daemon";
-        const QString address = QString::fromUtf8(daemon.readLine()).trimmed();
+        if (!bus.isRunning()) GTEST_SKIP() << "needs dbus-daemon";
         qDBusRegisterMetaType<QList<int>>();
-        QDBusConnection serviceBus = QDBusConnection::connectToBus(address, QStringLiteral("accelerators"));
+        QDBusConnection serviceBus = bus.connect(QStringLiteral("accelerators"));
         service.busName = QStringLiteral("accelerators");
         service.moveToThread(&serviceThread);
         serviceThread.start();
         ASSERT_TRUE(
             serviceBus.registerObject(QStringLiteral("/kglobalaccel"), &service, QDBusConnection::ExportAllSlots));
         ASSERT_TRUE(serviceBus.registerService(QStringLiteral("org.kde.kglobalaccel")));
-        client = QDBusConnection::connectToBus(address, QStringLiteral("client"));
+        client = bus.connect(QStringLiteral("client"));
     }
     void TearDown() override
     {
         route.reset();
         serviceThread.quit();
         serviceThread.wait();
-        QDBusConnection::disconnectFromBus(QStringLiteral("client"));
-        QDBusConnection::disconnectFromBus(QStringLiteral("accelerators"));
-        daemon.kill();
-        daemon.waitForFinished(5000);
     }
 
-    QProcess daemon;
+    test::PrivateBus bus;
     QThread serviceThread;
     StandInAccelerators service;
     QDBusConnection client{QString()};

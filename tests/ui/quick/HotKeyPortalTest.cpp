@@ -4,6 +4,7 @@
 // waits for its answer.
 #include "quick/HotKeyPortal.h"
 #include "StandInPortal.h"
+#include "support/PrivateBus.h"
 
 #include <QDBusArgument>
 #include <QDBusConnection>
@@ -11,7 +12,6 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QMutex>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 #include <QThread>
@@ -26,35 +26,27 @@ class HotKeyPortalTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        daemon.start(QStringLiteral("dbus-daemon"),
-                                    {QStringLiteral("--session"),
-                                                    QStringLiteral("--nofork"), QStringLiteral("--print-address")});
-        if (!daemon.waitForStarted(5000) || !daemon.waitForReadyRead(5000)) GTEST_SKIP() << "needs dbus-daemon";
-        const QString address = QString::fromUtf8(daemon.readLine()).trimmed();
+        if (!bus.isRunning()) GTEST_SKIP() << "needs dbus-daemon";
         qDBusRegisterMetaType<BoundShortcut>();
         qDBusRegisterMetaType<QList<BoundShortcut>>();
 
-        portalBus = QDBusConnection::connectToBus(address, QStringLiteral("portal"));
+        portalBus = bus.connect(QStringLiteral("portal"));
         portal.m_busName = QStringLiteral("portal");
         portal.moveToThread(&portalThread);
         portalThread.start();
         ASSERT_TRUE(portalBus.registerObject(kPortalPath, &portal,
                                              QDBusConnection::ExportAllSlots | QDBusConnection::ExportAllProperties));
         ASSERT_TRUE(portalBus.registerService(QStringLiteral("org.freedesktop.portal.Desktop")));
-        client = QDBusConnection::connectToBus(address, QStringLiteral("client"));
+        client = bus.connect(QStringLiteral("client"));
     }
     void TearDown() override
     {
         route.reset();
         portalThread.quit();
         portalThread.wait();
-        QDBusConnection::disconnectFromBus(QStringLiteral("client"));
-        QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
-        daemon.kill();
-        daemon.waitForFinished(5000);
     }
 
-    QProcess daemon;
+    test::PrivateBus bus;
     QThread portalThread;
     StandInPortal portal;
     QDBusConnection portalBus{QString()};
