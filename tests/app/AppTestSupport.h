@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LibraryHome.h"
 #include "Pictures.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
@@ -10,9 +11,7 @@
 #include "app/Organiser.h"
 #include "app/SearchSession.h"
 #include "app/Toast.h"
-#include "library/Prefs.h"
 #include "model/SupportFiles.h"
-#include "support/TempTree.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -21,28 +20,17 @@
 
 namespace fennic::test {
 
-// A library fixture for the application model: a fresh FENNIC_LIBRARY_ROOT with the six
-// default folders, a settings file of its own and a clock the test moves by hand.
-class AppFixture {
+// A library fixture for the application model: a fresh library home, a clock the test moves
+// by hand, and the sounds the model played.
+class AppFixture : public LibraryHome {
 public:
     AppFixture()
     {
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
         env.now = [this] { return now; };
         env.calendar = [] { return Calendar{}; };
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
         env.playSound = [this](const QString& name) { sounds << name; };
     }
-    ~AppFixture()
-    {
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
-    }
+    ~AppFixture() { model.reset(); }
 
     AppModel& make()
     {
@@ -50,9 +38,7 @@ public:
         return *model;
     }
 
-    TempTree tree;
     Date now = Date::fromIso("2026-03-10T12:00:00Z");
-    AppEnvironment env;
     std::unique_ptr<AppModel> model;
     QStringList sounds;  // the sounds the model played
 

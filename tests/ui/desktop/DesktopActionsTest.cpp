@@ -2,9 +2,9 @@
 // an application installed in the private XDG data folder and a URL handler standing in for
 // the desktop's opener.
 #include "desktop/DesktopActions.h"
-#include "UrlRecorder.h"
 #include "support/TempTree.h"
 #include "support/TestItems.h"
+#include "support/UrlRecorder.h"
 #include "theme/DesktopLook.h"
 
 #include <QClipboard>

@@ -280,7 +280,7 @@ TEST_F(FindImages, AHiddenPageCatchesUpWhenShown)
 
 TEST_F(FindImages, ReturnOpensTheChosenPicture)
 {
-    test::OpenedUrls opened;
+    test::UrlRecorder opened;
     type("receipt");
     ASSERT_FALSE(shownNames().isEmpty());
     QTest::keyClick(page->askBar()->field(), Qt::Key_Down);

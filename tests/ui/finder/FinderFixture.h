@@ -2,15 +2,14 @@
 
 #include "Pictures.h"
 #include "app/AppModel.h"
+#include "app/LibraryHome.h"
 #include "images/ImageIndex.h"
 #include "library/LibraryCache.h"
-#include "library/Prefs.h"
 #include "model/SupportFiles.h"
-#include "support/TempTree.h"
 #include "support/TestItems.h"
+#include "support/UrlRecorder.h"
 #include "thumbnails/ThumbnailLoader.h"
 
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
 #include <memory>
@@ -30,41 +29,11 @@ inline TextLine lineAt(const QString& text, float x, float y, float w, float h)
     return TextLine{text, x, y, w, h, 0.9f};
 }
 
-// Receives what would have gone to the desktop's default application.
-class OpenedUrls : public QObject {
-    Q_OBJECT
-
-public:
-    OpenedUrls() { QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "open"); }
-    ~OpenedUrls() override { QDesktopServices::unsetUrlHandler(QStringLiteral("file")); }
-    QList<QUrl> urls;
-
-public Q_SLOTS:
-    void open(const QUrl& url) { urls << url; }
-};
-
 // A library of real drawn pictures in a temporary home, with their records already in the
 // image index (as a finished reading leaves them), a library cache naming them, and a
 // thumbnail cache of its own. Nothing is read again unless a test starts indexing.
-class FinderFixture {
+class FinderFixture : public LibraryHome {
 public:
-    FinderFixture()
-    {
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
-        env.playSound = [](const QString&) {};
-    }
-    ~FinderFixture()
-    {
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
-    }
-
     // Draws the picture into Pictures/ and gives it a record; returns its path.
     QString addPicture(const QString& name, const QImage& image, QHash<QString, float> labels,
                        QList<TextLine> lines = {}, std::optional<QByteArray> print = std::nullopt)
@@ -100,8 +69,6 @@ public:
         return *model;
     }
 
-    TempTree tree;
-    AppEnvironment env;
     ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
     QList<FileItem> items;
     QHash<QString, ImageRecord> records;

@@ -3,6 +3,7 @@
 // shows its results in place and Esc brings the overview back, and an empty library says so.
 #include "home/HomePage.h"
 #include "app/AppModel.h"
+#include "app/LibraryHome.h"
 #include "app/LibraryModel.h"
 #include "app/SearchSession.h"
 #include "ask/AskBar.h"
@@ -10,9 +11,7 @@
 #include "browser/BrowserView.h"
 #include "home/FileStrip.h"
 #include "home/HomeTile.h"
-#include "library/Prefs.h"
 #include "model/Fmt.h"
-#include "support/TempTree.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 
@@ -25,17 +24,14 @@
 #include <gtest/gtest.h>
 
 using namespace fennic;
-using fennic::test::TempTree;
 
 namespace {
 
-class HomeFixture {
+class HomeFixture : public test::LibraryHome {
 public:
     explicit HomeFixture(bool withFiles = true)
     {
         DesktopLook::ensureIconTheme();
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
         if (withFiles) {
             tree.write("Documents/alpha report.txt", QByteArray(300, 'a'));
             tree.write("Documents/beta notes.txt", QByteArray(100, 'b'));
@@ -45,19 +41,7 @@ public:
             tree.write(shot, QByteArray(700, 'p'));
             tree.setTimes(shot, Date::fromIso("2025-01-02T10:00:00Z"));
         }
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
         env.settleDelayMs = 150;
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
-        env.playSound = [](const QString&) {};
-    }
-    ~HomeFixture()
-    {
-        page.reset();
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
     }
 
     // The page over the scanned library.
@@ -88,8 +72,6 @@ public:
     }
 
     const QString shot = QStringLiteral("Pictures/Screenshot from 2025-01-02 10-00-00.png");
-    TempTree tree;
-    AppEnvironment env;
     ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
     std::unique_ptr<AppModel> model;
     std::unique_ptr<HomePage> page;

@@ -2,13 +2,12 @@
 // moving, opening, previewing, the Trash from the keyboard, and closing.
 #include "quickpanel/QuickPanel.h"
 #include "app/AppModel.h"
+#include "app/LibraryHome.h"
 #include "app/LibraryModel.h"
 #include "app/Organiser.h"
 #include "ask/AskBar.h"
 #include "ask/AskField.h"
-#include "library/Prefs.h"
 #include "quicklook/QuickLookWindow.h"
-#include "support/TempTree.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 #include "window/MainWindow.h"
@@ -21,27 +20,19 @@
 #include <gtest/gtest.h>
 
 using namespace fennic;
-using fennic::test::TempTree;
 
 namespace {
 
-class PanelFixture {
+class PanelFixture : public test::LibraryHome {
 public:
     PanelFixture()
     {
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
         // More invoices than the panel shows.
         for (int i = 1; i <= 15; ++i)
             tree.write(QStringLiteral("Documents/invoice %1.pdf").arg(i, 2, 10, QLatin1Char('0')),
                                       QByteArray("%PDF-1.4\n") + QByteArray(qsizetype(100) * i, 'i'));
         tree.write("Documents/holiday notes.txt", QByteArray(300, 'h'));
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
         DesktopLook::ensureIconTheme();
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
-        env.playSound = [](const QString&) {};
         env.flashMs = 60000;
         model = std::make_unique<AppModel>(env);
         model->library().finishWelcome();
@@ -52,21 +43,12 @@ public:
         panel->present();
         EXPECT_TRUE(QTest::qWaitForWindowActive(panel.get()));
     }
-    ~PanelFixture()
-    {
-        panel.reset();
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
-    }
 
     AskField* field() const { return panel->askBar()->field(); }
     int shownRows() const { return panel->resultList()->model()->rowCount(); }
     QString selectedName() const { return panel->resultList()->currentIndex().data(Qt::DisplayRole).toString(); }
     void key(int key, Qt::KeyboardModifiers mods = Qt::NoModifier) { QTest::keyClick(field(), Qt::Key(key), mods); }
 
-    TempTree tree;
-    AppEnvironment env;
     ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
     std::unique_ptr<AppModel> model;
     std::unique_ptr<QuickPanel> panel;

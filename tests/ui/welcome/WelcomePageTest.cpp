@@ -5,10 +5,9 @@
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
 #include "app/ImageIndexer.h"
+#include "app/LibraryHome.h"
 #include "app/LibraryModel.h"
 #include "library/Library.h"
-#include "library/Prefs.h"
-#include "support/TempTree.h"
 #include "theme/DesktopLook.h"
 #include "thumbnails/ThumbnailLoader.h"
 
@@ -21,25 +20,17 @@
 #include <gtest/gtest.h>
 
 using namespace fennic;
-using fennic::test::TempTree;
 
 namespace {
 
 // A first run: an empty cache and no welcome finished yet.
-class WelcomeFixture {
+class WelcomeFixture : public test::LibraryHome {
 public:
     WelcomeFixture()
     {
         DesktopLook::ensureIconTheme();
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
         tree.write("Documents/letter.txt", QByteArray(120, 'l'));
         tree.write("Projects/plan.txt", QByteArray(80, 'p'));
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
-        env.playSound = [](const QString&) {};
         model = std::make_unique<AppModel>(env);
         scans = std::make_unique<QSignalSpy>(&model->library(), &LibraryModel::scanStarted);
         model->library().finishLaunching();
@@ -53,9 +44,6 @@ public:
         page.reset();
         scans.reset();
         if (model) model->waitForIdle();
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
     }
 
     QStringList listedFolders() const
@@ -65,8 +53,6 @@ public:
         return shown;
     }
 
-    TempTree tree;
-    AppEnvironment env;
     ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
     std::unique_ptr<AppModel> model;
     std::unique_ptr<QSignalSpy> scans;

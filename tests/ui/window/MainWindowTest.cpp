@@ -4,6 +4,7 @@
 #include "window/MainWindow.h"
 #include "app/AppModel.h"
 #include "app/AppSettings.h"
+#include "app/LibraryHome.h"
 #include "app/LibraryModel.h"
 #include "app/Organiser.h"
 #include "app/SearchSession.h"
@@ -38,29 +39,15 @@ namespace {
 
 // A window over a small real library in a temporary home, with its own Trash and
 // thumbnail cache, and a short settle delay.
-class WindowFixture {
+class WindowFixture : public test::LibraryHome {
 public:
     WindowFixture()
     {
-        for (const char* folder : {"Desktop", "Documents", "Downloads", "Pictures", "Movies", "Music"})
-            tree.mkdir(QString::fromLatin1(folder));
         tree.write("Documents/alpha report.txt", QByteArray(300, 'a'));
         tree.write("Documents/beta notes.txt", QByteArray(100, 'b'));
         tree.write("Documents/gamma.pdf", QByteArray("%PDF-1.4\n") + QByteArray(2000, 'g'));
         tree.write("Music/song.mp3", QByteArray("ID3") + QByteArray(5000, 's'));
-        qputenv("FENNIC_LIBRARY_ROOT", QFile::encodeName(tree.root()));
-        Prefs::resetForTesting();
-        Prefs::configure();
         env.settleDelayMs = 150;
-        env.settingsFile = tree.path(".fennic-support/settings.ini");
-        env.playSound = [](const QString&) {};
-    }
-    ~WindowFixture()
-    {
-        window.reset();
-        model.reset();
-        qunsetenv("FENNIC_LIBRARY_ROOT");
-        Prefs::resetForTesting();
     }
 
     MainWindow& open()
@@ -90,8 +77,6 @@ public:
         return names;
     }
 
-    TempTree tree;
-    AppEnvironment env;
     ThumbnailLoader thumbnails{ThumbnailCache(tree.path(".thumbnails"))};
     std::unique_ptr<AppModel> model;
     std::unique_ptr<MainWindow> window;
