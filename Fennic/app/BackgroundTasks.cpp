@@ -1,11 +1,12 @@
 #include "BackgroundTasks.h"
 
+#include "system/ThreadPriority.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QThread>
 #include <algorithm>
 #include <sched.h>
-#include <sys/resource.h>
 
 namespace fennic {
 namespace {
@@ -22,7 +23,7 @@ void lowerThreadPriority(BackgroundTasks::Share share)
             const sched_param none{};
             if (::sched_setscheduler(0, SCHED_IDLE, &none) == 0) return true;
         }
-        return ::setpriority(PRIO_PROCESS, 0, kBackgroundNice) == 0;
+        return ThreadPriority::belowWindow(kBackgroundNice);
     }();
     Q_UNUSED(lowered);
 }

@@ -1,10 +1,10 @@
 #include "ThumbnailLoader.h"
 
 #include "ThumbnailMaker.h"
+#include "system/ThreadPriority.h"
 
 #include <QMetaObject>
 #include <algorithm>
-#include <sys/resource.h>
 
 namespace fennic {
 namespace {
@@ -95,7 +95,7 @@ std::optional<ThumbnailLoader::Request> ThumbnailLoader::next()
 
 void ThumbnailLoader::make(const Request& request)
 {
-    static thread_local const bool niced = ::setpriority(PRIO_PROCESS, 0, kNice) == 0;
+    static thread_local const bool niced = ThreadPriority::belowWindow(kNice);
     Q_UNUSED(niced);
     if (m_stopping) return;
     QImage image;

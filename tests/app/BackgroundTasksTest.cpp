@@ -29,6 +29,12 @@ Seen here()
 
 TEST(BackgroundTasks, ReadingTakesSpareCyclesAndEverythingElseStaysBelowTheWindow)
 {
+    // A window that itself runs below the usual level (started with `nice`): its background
+    // work goes lower still, not back up to a fixed level. Raising one's own nice value needs
+    // no privilege; only a privileged run can undo it at the end, and nothing else here
+    // depends on it.
+    const int windowNiceBefore = ::getpriority(PRIO_PROCESS, 0);
+    ::setpriority(PRIO_PROCESS, 0, std::min(19, windowNiceBefore + 3));
     BackgroundTasks tasks;
     QMutex lock;
     QList<Seen> ordinary;
@@ -64,6 +70,7 @@ TEST(BackgroundTasks, ReadingTakesSpareCyclesAndEverythingElseStaysBelowTheWindo
     ASSERT_EQ(ordinary.size(), kTasks);
     for (const Seen& seen : std::as_const(ordinary)) {
         EXPECT_EQ(seen.policy, SCHED_OTHER) << "an ordinary task ran on a thread left in the idle class";
-        EXPECT_GE(seen.nice, std::max(windowNice, 5)) << "ordinary tasks run below the GUI thread";
+        EXPECT_GE(seen.nice, std::min(19, windowNice + 5)) << "ordinary tasks run below the GUI thread";
     }
+    ::setpriority(PRIO_PROCESS, 0, windowNiceBefore);
 }
