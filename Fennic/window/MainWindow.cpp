@@ -163,6 +163,9 @@ MainWindow::MainWindow(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     m_resultsTimer.setObjectName(QStringLiteral("MainWindow results"));
     m_resultsTimer.setSingleShot(true);
     connect(&m_resultsTimer, &QTimer::timeout, this, &MainWindow::showResults);
+    m_prepareTimer.setObjectName(QStringLiteral("MainWindow list"));
+    m_prepareTimer.setSingleShot(true);
+    connect(&m_prepareTimer, &QTimer::timeout, this, &MainWindow::prepareResults);
     connect(&search, &SearchSession::queryChanged, this, [this] { m_lastKey.start(); });
     for (auto signal : {&SearchSession::shownItemsChanged, &SearchSession::searchSettledChanged})
         connect(&search, signal, this, &MainWindow::scheduleResults);
@@ -427,18 +430,29 @@ void MainWindow::showPage()
     m_actions->refresh();
 }
 
-void MainWindow::scheduleResults()
+void MainWindow::prepareResults()
 {
-    // The list is worked out on the pool while the person is still typing, so that it is
-    // ready to show when the typing pause ends; a later key drops it and starts another.
     SearchSession& search = m_app.search();
     if (!search.isVisibleReady() && (m_content->currentWidget() == m_browser || m_content->currentWidget() == m_home))
         search.prepareVisibleItems();
+}
+
+void MainWindow::scheduleResults()
+{
+    // The list is worked out on its thread while the person is still typing, so that it is
+    // ready to show when the typing pause ends; a later key drops it and starts another. A key
+    // starts it a frame later: woken at once, that thread takes a core from the key's own
+    // repaint whenever the other core is busy.
     const bool typing = m_lastKey.isValid() && m_lastKey.elapsed() < kTypingPauseMs;
-    if (typing)
-        m_resultsTimer.start(kTypingPauseMs);
-    else if (!m_resultsTimer.isActive())
-        m_resultsTimer.start(0);
+    if (typing) {
+        m_prepareTimer.start(kKeyPaintMs);
+        // The pause counts from the last key, not from this call (the list arriving, news
+        // from a scan), so the list is shown when the pause ends.
+        m_resultsTimer.start(int(kTypingPauseMs - m_lastKey.elapsed()));
+    } else {
+        prepareResults();
+        if (!m_resultsTimer.isActive()) m_resultsTimer.start(0);
+    }
 }
 
 void MainWindow::showResults()

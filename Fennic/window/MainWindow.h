@@ -100,6 +100,7 @@ private:
     QWidget* buildToolbar();
     void showPage();
     void scheduleResults();
+    void prepareResults();
     void showResults();
     void updateScanProgress();
     void restoreGeometry();
@@ -138,7 +139,10 @@ private:
     std::unique_ptr<WindowActions> m_actions;
     // Keys closer together than this count as typing.
     static constexpr int kTypingPauseMs = 120;
+    // While keys come, the list's work starts this long after a key, once its chips are painted.
+    static constexpr int kKeyPaintMs = 16;
     QTimer m_resultsTimer;
+    QTimer m_prepareTimer;
     QTimer m_progressTimer;  // the toolbar's progress follows counts a few times a second
     QElapsedTimer m_lastKey;
 };
