@@ -43,6 +43,7 @@ public:
                     m_longestEnd = std::chrono::steady_clock::now();
                 }
                 m_longestBusy = std::max(m_longestBusy, now.cpuMs - m_last.cpuMs);
+                m_longestUnheld = std::max(m_longestUnheld, unheldMs(m_last, now));
             }
             m_last = now;
             m_ticked = true;
@@ -54,6 +55,7 @@ public:
         m_ticked = false;
         m_longestFrom = m_longestTo = {};
         m_longestBusy = 0;
+        m_longestUnheld = 0;
         m_timer.start(1);
     }
     void stop() { m_timer.stop(); }
@@ -86,7 +88,19 @@ public:
                                   .arg(m_longestTo.involuntary - m_longestFrom.involuntary);
     }
 
+    // The longest stall with the hypervisor's holds taken out. A gap in which the thread never
+    // left its core (no switch of either kind) yet ran for less than the gap lost the rest to
+    // the hypervisor, which held the virtual core: only its running and waiting count. Any
+    // other gap counts whole, since time asleep may be the application's own (a lock, a wait).
+    double longestUnheldMs() const { return m_longestUnheld; }
+
 private:
+    static double unheldMs(const Snapshot& from, const Snapshot& to)
+    {
+        const double gap = double(to.wallNs - from.wallNs) / 1e6;
+        if (to.voluntary != from.voluntary || to.involuntary != from.involuntary) return gap;
+        return std::min(gap, (to.cpuMs - from.cpuMs) + (to.runDelayMs - from.runDelayMs));
+    }
     qint64 longestNs() const { return m_longestTo.wallNs - m_longestFrom.wallNs; }
 
     Snapshot snapshot() const
@@ -117,6 +131,7 @@ private:
     Snapshot m_longestTo;
     std::chrono::steady_clock::time_point m_longestEnd;
     double m_longestBusy = 0;
+    double m_longestUnheld = 0;
 };
 
 }  // namespace fennic::bench
