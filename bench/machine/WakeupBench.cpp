@@ -45,39 +45,47 @@ int main(int argc, char** argv)
     }
     const Clock::time_point start = Clock::now();
     const Clock::time_point end = start + std::chrono::seconds(seconds);
+    // Oversleeps per thread: over 2, 4 and 16 ms, and the longest.
+    struct Counts {
+        long sleeps = 0;
+        long over2 = 0;
+        long over4 = 0;
+        long over16 = 0;
+        double longest = 0;
+    };
     std::mutex mutex;
     std::vector<Late> lates;
-    std::vector<long> sleeps(std::size_t(threads), 0);
-    std::vector<long> over(std::size_t(threads * 3), 0);  // over 2, 4 and 16 ms, per thread
-    std::vector<double> worst(std::size_t(threads), 0);
+    std::vector<Counts> counts(static_cast<std::size_t>(threads));
     std::vector<std::thread> pool;
+    pool.reserve(std::size_t(threads));
     for (int t = 0; t < threads; ++t) {
         pool.emplace_back([&, t] {
+            Counts& mine = counts[std::size_t(t)];
             const timespec oneMs{0, 1000000};
             while (Clock::now() < end) {
                 const Clock::time_point before = Clock::now();
                 ::clock_nanosleep(CLOCK_MONOTONIC, 0, &oneMs, nullptr);
-                const Clock::time_point after = Clock::now();
-                const double slept = msBetween(before, after);
-                ++sleeps[std::size_t(t)];
-                worst[std::size_t(t)] = std::max(worst[std::size_t(t)], slept);
-                if (slept > 2) ++over[std::size_t(t * 3)];
+                const double slept = msBetween(before, Clock::now());
+                ++mine.sleeps;
+                mine.longest = std::max(mine.longest, slept);
+                if (slept > 2) ++mine.over2;
+                if (slept > 16) ++mine.over16;
                 if (slept > 4) {
-                    ++over[std::size_t(t * 3 + 1)];
+                    ++mine.over4;
                     const std::lock_guard lock(mutex);
                     lates.push_back({msBetween(start, before), slept, t});
                 }
-                if (slept > 16) ++over[std::size_t(t * 3 + 2)];
             }
         });
     }
     for (std::thread& thread : pool) thread.join();
 
     std::printf("%d threads, each sleeping 1 ms at a time for %d s\n", threads, seconds);
-    for (int t = 0; t < threads; ++t)
+    for (int t = 0; t < threads; ++t) {
+        const Counts& c = counts[std::size_t(t)];
         std::printf("thread %d: %ld sleeps; over 2 ms %ld, over 4 ms %ld, over 16 ms %ld; longest %.1f ms\n", t,
-                    sleeps[std::size_t(t)], over[std::size_t(t * 3)], over[std::size_t(t * 3 + 1)],
-                    over[std::size_t(t * 3 + 2)], worst[std::size_t(t)]);
+                    c.sleeps, c.over2, c.over4, c.over16, c.longest);
+    }
     std::sort(lates.begin(), lates.end(), [](const Late& a, const Late& b) { return a.atMs < b.atMs; });
     // Oversleeps of different threads that overlap in time: the machine held all of them up.
     int together = 0;
