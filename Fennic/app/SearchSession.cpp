@@ -22,6 +22,7 @@
 #include <QPointer>
 #include <QThreadPool>
 #include <algorithm>
+#include <utility>
 
 namespace fennic {
 namespace {
@@ -123,7 +124,7 @@ void SearchSession::setQuery(const QString& text)
     // Every change reads the clock again, so "today" is always the day of typing.
     m_parsed = SearchParser::parse(text, m_env.now(), m_env.calendar(), Library::home());
     Q_EMIT parsedChanged();
-    if (m_parsed.filters.isEmpty()) m_heldResults.clear();
+    if (m_parsed.filters.isEmpty()) freeOnPool(std::exchange(m_heldResults, {}), {});
     m_searchSettled = false;
     Q_EMIT searchSettledChanged();
     m_settleTimer.start(m_env.settleDelayMs);
@@ -186,8 +187,8 @@ const QList<FileItem>& SearchSession::visibleItems()
     // Asked for now: worked out here, and whatever was being prepared is no longer needed.
     cancelPreparation();
     m_visibleDirty = false;
-    m_shownDiff.reset();
-    m_visibleItems = VisibleList::compute(listInputs(m_sidebar, true));
+    dropShownDiff();
+    freeOnPool(std::exchange(m_visibleItems, VisibleList::compute(listInputs(m_sidebar, true))), {});
     return m_visibleItems;
 }
 
@@ -212,9 +213,16 @@ void SearchSession::prepareVisibleItems()
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
             [self, cancel, generation, list = std::move(list), diff = std::move(diff)]() mutable {
-                if (!self || cancel->load() || generation != self->m_listGeneration) return;
+                if (!self || cancel->load() || generation != self->m_listGeneration) {
+                    // Overtaken while it was made (a key came): this list and its diff are
+                    // as long as one that is shown, and nothing else holds them.
+                    freeOnPool(std::move(list), std::move(diff));
+                    return;
+                }
                 self->m_preparing.reset();
-                self->m_visibleItems = std::move(list);
+                // A list that arrived but was never shown is held by nothing else either.
+                self->dropShownDiff();
+                freeOnPool(std::exchange(self->m_visibleItems, std::move(list)), {});
                 self->m_visibleDirty = false;
                 self->m_shownDiff = std::move(diff);
                 Q_EMIT self->shownItemsChanged();
@@ -223,13 +231,19 @@ void SearchSession::prepareVisibleItems()
     });
 }
 
+void SearchSession::freeOnPool(QList<FileItem> list, std::optional<VisibleListDiff> diff)
+{
+    // Freeing a long list's strings is more than a frame's work. When this is not the last
+    // holder, it is only a count going down wherever it happens.
+    if (list.isEmpty() && !diff) return;
+    WorkerPool::shared()->start([gone = std::move(list), goneDiff = std::move(diff)] {});
+}
+
 void SearchSession::dropShownDiff()
 {
-    // The diff may hold the last copy of the list shown before, and freeing a long list's
-    // strings is more than a frame's work: that happens on the pool.
+    // The diff may hold the last copy of the list shown before.
     if (!m_shownDiff) return;
-    WorkerPool::shared()->start([gone = std::move(*m_shownDiff)] {});
-    m_shownDiff.reset();
+    freeOnPool({}, std::exchange(m_shownDiff, std::nullopt));
 }
 
 void SearchSession::cancelPreparation()
@@ -271,7 +285,7 @@ void SearchSession::setSidebar(const SidebarItem& entry)
 {
     if (entry == m_sidebar) return;
     m_sidebar = entry;
-    m_heldResults.clear();
+    freeOnPool(std::exchange(m_heldResults, {}), {});
     // Dirty before anyone hears of the change, so that a listener asking for the shown items
     // at once gets the new entry's, and the list is not worked out twice.
     dropVisibleItems();
@@ -296,7 +310,7 @@ void SearchSession::saveCurrentSearch()
     searches.append(*saved);
     setSavedSearches(searches);
     setSidebar(SidebarItem::savedSearch(saved->id));
-    m_heldResults.clear();
+    freeOnPool(std::exchange(m_heldResults, {}), {});
     setQuery(QString());
     m_toast.show(QStringLiteral("Saved “") + saved->name
                                 + QStringLiteral("” to the sidebar"), QStringLiteral("bookmark"));

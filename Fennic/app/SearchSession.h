@@ -129,6 +129,8 @@ private:
     // Marks the shown list for working out again, and drops one on its way from the pool.
     void dropVisibleItems();
     void cancelPreparation();
+    // Lets go of a list, and a diff, on the pool rather than here.
+    static void freeOnPool(QList<FileItem> list, std::optional<VisibleListDiff> diff);
     VisibleList::Inputs listInputs(const SidebarItem& entry, bool withIndex) const;
     void dropRemoved(const QSet<QString>& paths);
 
