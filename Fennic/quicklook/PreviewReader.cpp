@@ -1,6 +1,7 @@
 #include "PreviewReader.h"
 
 #include "PoolReply.h"
+#include "thumbnails/PdfMessages.h"
 
 #include <QFileInfo>
 #include <QImageReader>
@@ -80,6 +81,7 @@ Pages readPdfPage(const QString& path, int page, QSize bound)
     out.page = page;
     out.error = unreadableReason(path);
     if (!out.error.isEmpty()) return out;
+    PdfMessages::toLog();
     const std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
     if (!document || document->isLocked()) {
         out.error = document ? QStringLiteral("The document is protected by a password.")

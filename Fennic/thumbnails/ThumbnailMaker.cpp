@@ -1,4 +1,5 @@
 #include "ThumbnailMaker.h"
+#include "PdfMessages.h"
 
 #include <QImageReader>
 #include <QProcess>
@@ -58,6 +59,7 @@ QImage fromVideo(const QString& path, int edge)
 
 QImage fromPdf(const QString& path, int edge)
 {
+    PdfMessages::toLog();
     std::unique_ptr<Poppler::Document> document = Poppler::Document::load(path);
     if (!document || document->isLocked() || document->numPages() < 1) return {};
     std::unique_ptr<Poppler::Page> page = document->page(0);

@@ -7,6 +7,7 @@
 
 #include <QCryptographicHash>
 #include <QFile>
+#include <QLoggingCategory>
 #include <QPageSize>
 #include <QPainter>
 #include <QPdfWriter>
@@ -120,4 +121,29 @@ TEST(ThumbnailMaker, PdfsShowTheirFirstPageAndOtherFilesNothing)
     EXPECT_TRUE(ThumbnailMaker::canMake("jpg"));
     EXPECT_FALSE(ThumbnailMaker::canMake("txt"));
     EXPECT_TRUE(ThumbnailMaker::make(tree.write("Movies/clip.mp4", "not a video"), "mp4", 128).isNull());
+}
+
+namespace {
+QStringList heard;
+void hear(QtMsgType, const QMessageLogContext& context, const QString& message)
+{
+    heard << QStringLiteral("%1: %2").arg(QString::fromLatin1(context.category ? context.category : ""), message);
+}
+}  // namespace
+
+TEST(ThumbnailMaker, DamagedPdfsAreQuietUnlessTheirLogIsOn)
+{
+    TempTree tree;
+    const QString broken = tree.write("Downloads/half.pdf", "%PDF-1.4\nthe rest never came");
+    const QtMessageHandler before = qInstallMessageHandler(hear);
+    heard.clear();
+    EXPECT_TRUE(ThumbnailMaker::make(broken, "pdf", 128).isNull());
+    EXPECT_TRUE(heard.isEmpty()) << heard.join(u'\n').toStdString();
+
+    QLoggingCategory::setFilterRules(QStringLiteral("fennic.pdf.debug=true"));
+    EXPECT_TRUE(ThumbnailMaker::make(broken, "pdf", 128).isNull());
+    QLoggingCategory::setFilterRules(QString());
+    qInstallMessageHandler(before);
+    ASSERT_FALSE(heard.isEmpty()) << "the reader's complaints are kept for whoever asks";
+    EXPECT_TRUE(heard.first().startsWith("fennic.pdf: ")) << heard.first().toStdString();
 }
