@@ -70,9 +70,11 @@ public:
     // The same, to be kept by work on another thread while the library moves on.
     std::shared_ptr<const SearchIndex> sharedSearchIndex();
     // The search text derived in the background when it fits the current items, else none.
-    const SearchIndex* preparedSearchIndex() const
+    const SearchIndex* preparedSearchIndex() const { return preparedSharedSearchIndex().get(); }
+    // The same, to be kept by work on another thread.
+    std::shared_ptr<const SearchIndex> preparedSharedSearchIndex() const
     {
-        return m_searchIndex && m_searchIndex->isFor(m_items) ? m_searchIndex.get() : nullptr;
+        return m_searchIndex && m_searchIndex->isFor(m_items) ? m_searchIndex : nullptr;
     }
 
     // The launch step: a first run without a cache shows the welcome screen and does not

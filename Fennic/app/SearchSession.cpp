@@ -253,20 +253,30 @@ void SearchSession::cancelPreparation()
     m_preparing.reset();
 }
 
-QList<FileItem> SearchSession::matching(const QList<SearchFilter>& filters, qsizetype limit)
+SearchSession::MatchInputs SearchSession::matchInputs() const
 {
-    auto context = searchContext();
+    return {m_library.items(), m_library.preparedSharedSearchIndex(),
+            SearchSources::of(m_images.imageRecords(), m_images.ocrText(), m_organiser.shelf()), m_settings.sortKey(),
+            m_settings.sortAscending()};
+}
+
+QList<FileItem> SearchSession::matching(const MatchInputs& in, const QList<SearchFilter>& filters, qsizetype limit,
+                                        const std::atomic<bool>* cancel)
+{
+    SearchContext context(in.lookups);
     std::vector<qsizetype> positions;
-    const QList<FileItem>& items = m_library.items();
-    if (const SearchIndex* index = m_library.preparedSearchIndex()) {
-        positions = index->filter(filters, *context);
+    if (in.index && in.index->isFor(in.items)) {
+        positions = in.index->filter(filters, context, cancel);
     } else {
-        for (qsizetype i = 0; i < items.size(); ++i)
-            if (SearchParser::matches(items.at(i), filters, *context)) positions.push_back(i);
+        for (qsizetype i = 0; i < in.items.size(); ++i) {
+            if (cancel && (i & 1023) == 0 && cancel->load(std::memory_order_relaxed)) return {};
+            if (SearchParser::matches(in.items.at(i), filters, context)) positions.push_back(i);
+        }
     }
-    SortKeys::sortPositions(m_settings.sortKey(), items, positions, m_settings.sortAscending());
+    if (cancel && cancel->load()) return {};
+    SortKeys::sortPositions(in.sortKey, in.items, positions, in.ascending);
     QList<FileItem> found;
-    for (size_t i = 0; i < positions.size() && found.size() < limit; ++i) found.append(items.at(positions[i]));
+    for (size_t i = 0; i < positions.size() && found.size() < limit; ++i) found.append(in.items.at(positions[i]));
     return found;
 }
 

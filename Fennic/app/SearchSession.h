@@ -92,9 +92,21 @@ public:
     void setSidebar(const SidebarItem& entry);
     // A fresh context over the image index, the recognised text and the shelf.
     std::unique_ptr<SearchContext> searchContext() const;
-    // The library's files that every filter holds for, in the current sort order, at most
-    // `limit` of them; through the prepared search index.
-    QList<FileItem> matching(const QList<SearchFilter>& filters, qsizetype limit);
+    // What `matching` reads: shared copies, cheap to take here and safe to read on another
+    // thread while the library moves on.
+    struct MatchInputs {
+        QList<FileItem> items;
+        std::shared_ptr<const SearchIndex> index;  // null until the library's is prepared
+        SearchContext::Lookups lookups;
+        SortKey sortKey = SortKey::dateAdded;
+        bool ascending = false;
+    };
+    MatchInputs matchInputs() const;
+    // The library's files that every filter holds for, in the sort order, at most `limit` of
+    // them; through the prepared search index when there is one. Any thread. `cancel`, when
+    // set, ends the work early with a partial list nobody should show.
+    static QList<FileItem> matching(const MatchInputs& in, const QList<SearchFilter>& filters, qsizetype limit,
+                                    const std::atomic<bool>* cancel = nullptr);
     const QList<SavedSearch>& savedSearches() const;
     void setSavedSearches(const QList<SavedSearch>& searches);
     // Keeps the current request in the sidebar and shows it, or shows the entry that already

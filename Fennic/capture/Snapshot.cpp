@@ -290,6 +290,9 @@ int run(const QString& dir, const QString& scratch, QTextStream& out)
             panel->askBar()->field()->setText(QString());
             panel->askBar()->field()->setText(QStringLiteral("invoice"));
             panel->model().setQuery(QStringLiteral("invoice"));
+            // The rows are found on the pool, the pictures' after the names'.
+            QDeadlineTimer found(10000);
+            while (panel->model().searching() && !found.hasExpired()) settle(20);
             settle(300);
             waitForThumbnails(thumbnails);
             settle(100);

@@ -37,6 +37,11 @@ QuickSearchModel::QuickSearchModel(AppModel& app, QObject* parent) : QObject(par
     });
 }
 
+QuickSearchModel::~QuickSearchModel()
+{
+    if (m_cancel) m_cancel->store(true);  // nobody is left to show what it finds
+}
+
 void QuickSearchModel::setQuery(const QString& text)
 {
     if (text == m_query) return;
@@ -48,39 +53,69 @@ void QuickSearchModel::setQuery(const QString& text)
 void QuickSearchModel::recompute()
 {
     const int generation = ++m_generation;
-    QList<QuickResult> results;
+    if (m_cancel) m_cancel->store(true);  // the request it worked for is gone
+    m_cancel.reset();
     const QString request = m_query.trimmed();
+    ParsedQuery parsed;
     if (!request.isEmpty()) {
         const AppEnvironment& env = m_app.environment();
-        const ParsedQuery parsed = SearchParser::parse(request, env.now(), env.calendar(), Library::home());
-        if (!parsed.filters.isEmpty())
-            for (const FileItem& item : m_app.search().matching(parsed.filters, kMaxResults))
-                results.append(resultFor(item, parsed));
+        parsed = SearchParser::parse(request, env.now(), env.calendar(), Library::home());
     }
-    setResults(results);
-    if (request.isEmpty() || results.size() >= kMaxResults || m_app.images().imageRecords().isEmpty()) return;
+    const bool pictures = !m_app.images().imageRecords().isEmpty();
+    if (request.isEmpty() || (parsed.filters.isEmpty() && !pictures)) {
+        setSearching(false);
+        setResults({});
+        return;
+    }
 
-    // Pictures found by what they show or say: scoring every record takes a while in a large
-    // library, so it is done on the pool and the rows are added when it is done, unless the
-    // request changed meanwhile.
-    QSet<QString> taken;
-    for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
-    const qsizetype room = kMaxResults - results.size();
+    // Filtering a large library takes longer than a frame, so the rows come from the pool.
+    // Until they do, the last request's rows stay, so the list does not blink at every key.
+    setSearching(true);
+    auto cancel = std::make_shared<std::atomic<bool>>(false);
+    m_cancel = cancel;
     QPointer<QuickSearchModel> self(this);
-    WorkerPool::shared()->start([self, generation, request, room, taken, records = m_app.images().imageRecords(),
-                                 items = m_app.library().items()] {
+    // Back on the GUI thread through the application object: the panel's model may be gone by
+    // then, which only the GUI thread can tell.
+    const auto deliver = [self, generation](QList<QuickResult> rows, bool more) {
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [self, generation, rows = std::move(rows), more] {
+                if (!self || generation != self->m_generation) return;
+                if (more) {
+                    if (!rows.isEmpty()) self->setResults(self->m_results + rows);
+                    return;
+                }
+                self->setSearching(false);
+                self->setResults(rows);
+            },
+            Qt::QueuedConnection);
+    };
+    WorkerPool::shared()->start([deliver, cancel, request, parsed, in = m_app.search().matchInputs(),
+                                 records = pictures ? m_app.images().imageRecords() : QHash<QString, ImageRecord>()] {
+        QList<QuickResult> results;
+        if (!parsed.filters.isEmpty())
+            for (const FileItem& item : SearchSession::matching(in, parsed.filters, kMaxResults, cancel.get()))
+                results.append(resultFor(item, parsed));
+        if (cancel->load()) return;
+        deliver(results, false);
+        if (results.size() >= kMaxResults || records.isEmpty()) return;
+
+        // Then pictures found by what they show or say, not already shown.
+        QSet<QString> taken;
+        for (const QuickResult& row : std::as_const(results)) taken.insert(row.item.path);
+        const qsizetype room = kMaxResults - results.size();
         QList<VisualMatch> matches;
         for (const VisualMatch& match :
              VisualSearch::search(request, VisualSearch::Mode::everything, records.values())) {
             if (matches.size() >= room) break;
             if (!taken.contains(match.path)) matches.append(match);
         }
+        if (matches.isEmpty() || cancel->load()) return;
         QHash<QString, qsizetype> wanted;
         for (qsizetype i = 0; i < matches.size(); ++i) wanted.insert(matches[i].path, i);
         QList<std::optional<FileItem>> found(matches.size());
-        if (!wanted.isEmpty())
-            for (const FileItem& item : items)
-                if (auto it = wanted.constFind(item.path); it != wanted.constEnd()) found[*it] = item;
+        for (const FileItem& item : in.items)
+            if (auto it = wanted.constFind(item.path); it != wanted.constEnd()) found[*it] = item;
         QList<QuickResult> rows;
         for (qsizetype i = 0; i < matches.size(); ++i) {
             if (!found[i]) continue;  // a record of a file that is no longer in the library
@@ -88,16 +123,15 @@ void QuickSearchModel::recompute()
             rows.append(QuickResult{
                 *found[i], reasons.isEmpty() ? std::nullopt : std::optional(reasons.join(QStringLiteral(", "))), true});
         }
-        // Through the application object: the panel's model may be gone by now, which only
-        // the GUI thread can tell.
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [self, generation, rows] {
-                if (!self || generation != self->m_generation || rows.isEmpty()) return;
-                self->setResults(self->m_results + rows);
-            },
-            Qt::QueuedConnection);
+        deliver(rows, true);
     });
+}
+
+void QuickSearchModel::setSearching(bool on)
+{
+    if (on == m_searching) return;
+    m_searching = on;
+    Q_EMIT searchingChanged();
 }
 
 QuickResult QuickSearchModel::resultFor(const FileItem& item, const ParsedQuery& parsed)
@@ -237,7 +271,13 @@ void QuickSearchModel::trashSelected()
     const auto row = selected();
     if (!row) return;
     const auto result = m_app.organiser().moveToTrash({row->item});
-    if (!result.moved.isEmpty()) show(QStringLiteral("Moved to the Trash — Ctrl+Z in Fennic puts it back"));
+    if (!result.moved.isEmpty()) {
+        show(QStringLiteral("Moved to the Trash — Ctrl+Z in Fennic puts it back"));
+        // Gone from the list at once; the rows that take its place come with the search.
+        QList<QuickResult> rest = m_results;
+        rest.removeIf([&](const QuickResult& r) { return r.item.path == row->item.path; });
+        setResults(rest);
+    }
     recompute();
 }
 

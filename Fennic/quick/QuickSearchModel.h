@@ -6,7 +6,9 @@
 #include <QList>
 #include <QObject>
 #include <QTimer>
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <optional>
 
 namespace fennic {
@@ -30,6 +32,7 @@ class QuickSearchModel : public QObject {
     Q_PROPERTY(QString query READ query WRITE setQuery NOTIFY queryChanged)
     Q_PROPERTY(int index READ index NOTIFY indexChanged)
     Q_PROPERTY(bool browsing READ browsing NOTIFY browsingChanged)
+    Q_PROPERTY(bool searching READ searching NOTIFY searchingChanged)
     Q_PROPERTY(bool previewing READ previewing WRITE setPreviewing NOTIFY previewingChanged)
     Q_PROPERTY(QString flash READ flashText NOTIFY flashChanged)
 
@@ -37,12 +40,16 @@ public:
     static constexpr int kMaxResults = 12;
 
     explicit QuickSearchModel(AppModel& app, QObject* parent = nullptr);
+    ~QuickSearchModel() override;
 
     const QString& query() const { return m_query; }
     void setQuery(const QString& text);
     const QList<QuickResult>& results() const { return m_results; }
     int index() const { return m_index; }
     bool browsing() const { return m_browsing; }
+    // The request changed and its rows are still being looked for (the last request's stay
+    // shown meanwhile).
+    bool searching() const { return m_searching; }
     bool previewing() const { return m_previewing; }
     void setPreviewing(bool on);
     const std::optional<QString>& flash() const { return m_flash; }
@@ -53,8 +60,9 @@ public:
     void move(int step);
     // Shows a short confirmation that clears itself.
     void show(const QString& flash);
-    // Re-reads the results for the current request: the files the request's filters hold for
-    // at once, then (from a background thread) pictures found by what they show or say.
+    // Re-reads the results for the current request on a pool thread: the files the request's
+    // filters hold for, then pictures found by what they show or say, each added when found
+    // unless the request changed meanwhile. An empty request clears them at once.
     void recompute();
 
     // Ctrl+T: the recognised text of the selected picture, or none (and the flash "No text in this
@@ -92,12 +100,14 @@ Q_SIGNALS:
     void resultsChanged();
     void indexChanged();
     void browsingChanged();
+    void searchingChanged();
     void previewingChanged();
     void flashChanged();
 
 private:
     static QuickResult resultFor(const FileItem& item, const ParsedQuery& parsed);
     void setResults(const QList<QuickResult>& results);
+    void setSearching(bool on);
 
     AppModel& m_app;
     int m_generation = 0;
@@ -105,6 +115,8 @@ private:
     QList<QuickResult> m_results;
     int m_index = 0;
     bool m_browsing = false;
+    bool m_searching = false;
+    std::shared_ptr<std::atomic<bool>> m_cancel;  // set when the search under way is no longer wanted
     bool m_previewing = false;
     std::optional<QString> m_flash;
     QTimer m_flashTimer;

@@ -97,6 +97,7 @@ QuickPanel::QuickPanel(AppModel& app, ThumbnailLoader& thumbnails, QWidget* pare
     });
 
     connect(&m_model, &QuickSearchModel::resultsChanged, this, &QuickPanel::resultsChanged);
+    connect(&m_model, &QuickSearchModel::searchingChanged, this, &QuickPanel::resultsChanged);
     connect(&m_model, &QuickSearchModel::indexChanged, this, &QuickPanel::selectionFromModel);
     connect(&m_model, &QuickSearchModel::previewingChanged, this, &QuickPanel::previewChanged);
     connect(&m_model, &QuickSearchModel::flashChanged, this, [this] {
@@ -165,7 +166,8 @@ void QuickPanel::resultsChanged()
     m_list->setVisible(rows > 0);
     const int rowHeight = QuickResultDelegate::rowHeight(m_list->font());
     m_list->setFixedHeight(std::min(rows, kVisibleRows) * rowHeight + 2);
-    const bool nothing = rows == 0 && !m_model.query().trimmed().isEmpty();
+    // "No files" only once the search has answered: not in the moment before its first rows.
+    const bool nothing = rows == 0 && !m_model.searching() && !m_model.query().trimmed().isEmpty();
     if (nothing) setLabelText(m_empty, QStringLiteral("No files match “%1”.").arg(m_model.query().trimmed()));
     m_empty->setVisible(nothing);
     selectionFromModel();

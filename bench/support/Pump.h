@@ -19,6 +19,7 @@ inline double pumpUntil(const std::function<bool()>& done, int limitMs)
     const Stopwatch clock;
     // Wakes the loop at the limit; precise, since a coarse timer may fire a little early.
     QTimer limit;
+    limit.setObjectName(QStringLiteral("bench pump limit"));
     limit.setTimerType(Qt::PreciseTimer);
     limit.start(limitMs);
     while (!done() && clock.ms() < limitMs) QApplication::processEvents(QEventLoop::WaitForMoreEvents);

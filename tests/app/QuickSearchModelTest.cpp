@@ -5,12 +5,20 @@
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QRegularExpression>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace fennic;
 using fennic::test::AppFixture;
 
 namespace {
+
+// The rows are looked for on the pool: asks, then waits until the request's are in.
+bool ask(QuickSearchModel& quick, const QString& request)
+{
+    quick.setQuery(request);
+    return QTest::qWaitFor([&] { return !quick.searching(); }, 5000);
+}
 
 class QuickSearch : public ::testing::Test {
 protected:
@@ -32,35 +40,48 @@ protected:
 
 }  // namespace
 
-TEST_F(QuickSearch, ResultsAreCappedAtTwelve)
+TEST_F(QuickSearch, ResultsAreCappedAtTwelveAndFollowTheLatestRequest)
 {
-    quick->setQuery("note");
+    ASSERT_TRUE(ask(*quick, "note"));
     EXPECT_EQ(quick->results().size(), QuickSearchModel::kMaxResults);
+
     quick->setQuery("pdfs");
+    EXPECT_TRUE(quick->searching());
+    EXPECT_EQ(quick->results().size(), QuickSearchModel::kMaxResults) << "the last rows stay until the new come";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !quick->searching(); }, 5000));
     ASSERT_EQ(quick->results().size(), 1);
     EXPECT_EQ(quick->results()[0].item.name, "plan.pdf");
     EXPECT_FALSE(quick->results()[0].isImageMatch);
+
+    // Requests changed faster than they are answered: only the last one's rows land.
+    for (const char* typed : {"n", "no", "not", "note", "note 1", "pdf", "pdfs"}) quick->setQuery(typed);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !quick->searching(); }, 5000));
+    QTest::qWait(50);  // anything still on its way from an earlier request
+    ASSERT_EQ(quick->results().size(), 1);
+    EXPECT_EQ(quick->results()[0].item.name, "plan.pdf");
+
     quick->setQuery("   ");
-    EXPECT_TRUE(quick->results().isEmpty());
+    EXPECT_FALSE(quick->searching());
+    EXPECT_TRUE(quick->results().isEmpty()) << "a blank request clears the list at once";
 }
 
 TEST_F(QuickSearch, MovesStayInsideTheList)
 {
     quick->move(1);
     EXPECT_FALSE(quick->browsing()) << "an empty list ignores the arrows";
-    quick->setQuery("note");
+    ASSERT_TRUE(ask(*quick, "note"));
     quick->move(-1);
     EXPECT_TRUE(quick->browsing());
     EXPECT_EQ(quick->index(), 0) << "up on the first row stays there";
     for (int i = 0; i < 20; ++i) quick->move(1);
     EXPECT_EQ(quick->index(), QuickSearchModel::kMaxResults - 1) << "down on the last row stays there";
-    quick->setQuery("pdfs");
+    ASSERT_TRUE(ask(*quick, "pdfs"));
     EXPECT_EQ(quick->index(), 0) << "a shorter list pulls the selection in";
 }
 
 TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
 {
-    quick->setQuery("pdfs");
+    ASSERT_TRUE(ask(*quick, "pdfs"));
     EXPECT_FALSE(quick->copyText().has_value());
     EXPECT_EQ(quick->flash(), "No text in this one");
     QSignalSpy flash(quick.get(), &QuickSearchModel::flashChanged);
@@ -69,7 +90,9 @@ TEST_F(QuickSearch, FlashesClearThemselvesAndTrashGoesThroughTheModel)
 
     quick->trashSelected();
     EXPECT_EQ(quick->flash(), "Moved to the Trash — Ctrl+Z in Fennic puts it back");
-    EXPECT_TRUE(quick->results().isEmpty());
+    EXPECT_TRUE(quick->results().isEmpty()) << "the file leaves the list at once";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !quick->searching(); }, 5000));
+    EXPECT_TRUE(quick->results().isEmpty()) << "and does not come back with the search after it";
     ASSERT_TRUE(m->toast().current());
     EXPECT_EQ(m->toast().current()->actionTitle, "Undo");
     ASSERT_TRUE(m->waitForIdle());
@@ -83,7 +106,7 @@ TEST_F(QuickSearch, HelpLineNamesTheKeysThePanelActsOn)
 
     // Every Ctrl shortcut the line names is a key Qt can read, and the panel acts on it.
     quick->actions = {};  // nothing reaches the desktop
-    quick->setQuery("pdfs");
+    ASSERT_TRUE(ask(*quick, "pdfs"));
     ASSERT_EQ(quick->results().size(), 1);
     const QRegularExpression named(QStringLiteral("Ctrl\\+(\\w+)"));
     QStringList keys;
@@ -98,6 +121,7 @@ TEST_F(QuickSearch, HelpLineNamesTheKeysThePanelActsOn)
         EXPECT_EQ(quick->handle(pressed.key(), pressed.keyboardModifiers(), false), acts) << key.toStdString();
     }
     EXPECT_TRUE(quick->results().isEmpty()) << "Ctrl+Backspace moved the file to the Trash";
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !quick->searching(); }, 5000));
     ASSERT_TRUE(m->waitForIdle());
 }
 
@@ -112,7 +136,8 @@ TEST(QuickSearchPictures, PicturesFoundByTheirTextSayWhyAndTheKeysActOnThem)
 
     QuickSearchModel quick(m);
     quick.setQuery("invoice");
-    ASSERT_EQ(quick.results().size(), 2);
+    // The name's match first, then the picture's, each from the pool.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return quick.results().size() == 2; }, 5000));
     for (const QuickResult& row : quick.results()) {
         if (row.item.name == "invoice.txt") {
             EXPECT_FALSE(row.isImageMatch);
