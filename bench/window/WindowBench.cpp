@@ -347,6 +347,7 @@ int main(int argc, char** argv)
     const auto scanEnd = bench::PressureLog::Clock::now();
     const double scanBusiest = meter.longestBusyMs();
     const double scanUnheld = meter.longestUnheldMs();
+    const QString scanSpeed = meter.describeSpeed();
     const QString scanSlowest = app.slowest();
     app.resetSlowest();
     pump(seconds * 1000);
@@ -364,6 +365,8 @@ int main(int argc, char** argv)
     std::printf("longest stall with the hypervisor's holds of the GUI thread's core taken out: scan %.1f ms, whole run "
                 "%.1f ms\n",
                 scanUnheld, meter.longestUnheldMs());
+    std::printf("the GUI thread's core during the scan: %s; during the whole run: %s\n", qPrintable(scanSpeed),
+                qPrintable(meter.describeSpeed()));
     std::printf("slowest event during the scan: %s; afterwards: %s\n", qPrintable(scanSlowest),
                 qPrintable(app.slowest()));
     // The machine's own state over each phase tells a stall of the application from time the
