@@ -300,6 +300,11 @@ QWidget* MainWindow::buildToolbar()
     m_scanProgress->setMaximumHeight(8);
     m_scanProgress->setTextVisible(false);
     m_scanProgress->setAccessibleName(QStringLiteral("Scan and image reading progress"));
+    // Its place is kept while it is hidden: the Ask field, which takes the toolbar's spare
+    // width, would otherwise change width under the pointer whenever a scan starts or ends.
+    QSizePolicy keep = m_scanProgress->sizePolicy();
+    keep.setRetainSizeWhenHidden(true);
+    m_scanProgress->setSizePolicy(keep);
     row->addWidget(m_scanProgress);
 
     m_inspectorButton = tool(m_actions->action(WindowActions::Id::inspector), QStringLiteral("Show the inspector"));

@@ -26,6 +26,7 @@
 
 #include <QAbstractItemView>
 #include <QHeaderView>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTest>
@@ -196,11 +197,25 @@ TEST(MainWindow, ListHeaderSortsThroughTheSettingsAndTheSidebarChangesTheList)
     EXPECT_TRUE(QTest::qWaitFor([&] { return f.shownNames() == QStringList{"song.mp3"}; }, 2000));
 }
 
-TEST(MainWindow, StatusLineCountsTheLibrary)
+TEST(MainWindow, StatusLineCountsTheLibraryAndProgressLeavesTheAskFieldInPlace)
 {
     WindowFixture f;
     MainWindow& w = f.open();
     EXPECT_TRUE(w.statusLine()->summary().startsWith("4 files")) << w.statusLine()->summary().toStdString();
+
+    // The toolbar's progress comes and goes with every scan; the field beside it stays put.
+    QProgressBar* progress = nullptr;
+    for (QProgressBar* bar : w.findChildren<QProgressBar*>())
+        if (bar->accessibleName() == "Scan and image reading progress") progress = bar;
+    ASSERT_NE(progress, nullptr);
+    EXPECT_FALSE(progress->isVisible()) << "nothing under way";
+    const int idle = w.askBar()->width();
+    f.model->library().scan();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return progress->isVisible(); }, 3000));
+    EXPECT_EQ(w.askBar()->width(), idle);
+    ASSERT_TRUE(f.model->waitForIdle());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !progress->isVisible(); }, 3000));
+    EXPECT_EQ(w.askBar()->width(), idle);
 }
 
 TEST(Capture, WritesEveryViewInBothThemes)
