@@ -274,9 +274,10 @@ QList<FileItem> SearchSession::matching(const MatchInputs& in, const QList<Searc
         }
     }
     if (cancel && cancel->load()) return {};
-    SortKeys::sortPositions(in.sortKey, in.items, positions, in.ascending);
+    SortKeys::firstPositions(in.sortKey, in.items, positions, in.ascending, size_t(std::max<qsizetype>(limit, 0)));
     QList<FileItem> found;
-    for (size_t i = 0; i < positions.size() && found.size() < limit; ++i) found.append(in.items.at(positions[i]));
+    found.reserve(qsizetype(positions.size()));
+    for (qsizetype p : positions) found.append(in.items.at(p));
     return found;
 }
 

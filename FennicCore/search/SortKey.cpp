@@ -138,6 +138,45 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
     }
 }
 
+void firstPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizetype>& positions, bool ascending,
+                    size_t count)
+{
+    const auto field = [key](const FileItem& f) -> std::optional<double> {
+        switch (key) {
+        case SortKey::dateAdded: return f.added.seconds;
+        case SortKey::dateModified: return f.modified.seconds;
+        case SortKey::size: return double(f.size);
+        case SortKey::name:
+        case SortKey::kind: break;
+        }
+        return std::nullopt;
+    };
+    // Names need a collation key for every item whichever few are kept: no cheaper way there.
+    if (positions.size() <= count || !field(FileItem())) {
+        sortPositions(key, items, positions, ascending);
+        if (positions.size() > count) positions.resize(count);
+        return;
+    }
+    // (value, place in the incoming order, position): the place breaks ties, so equal items
+    // keep their incoming order as in the stable sort.
+    struct Keyed {
+        double value;
+        size_t place;
+        qsizetype position;
+    };
+    std::vector<Keyed> keyed;
+    keyed.reserve(positions.size());
+    const FileItem* it = items.constData();
+    for (size_t i = 0; i < positions.size(); ++i) keyed.push_back({*field(it[positions[i]]), i, positions[i]});
+    const auto mid = keyed.begin() + std::ptrdiff_t(count);
+    std::partial_sort(keyed.begin(), mid, keyed.end(), [ascending](const Keyed& a, const Keyed& b) {
+        if (a.value != b.value) return ascending ? a.value < b.value : b.value < a.value;
+        return a.place < b.place;
+    });
+    positions.resize(count);
+    for (size_t i = 0; i < count; ++i) positions[i] = keyed[i].position;
+}
+
 QList<FileItem> sort(SortKey key, const QList<FileItem>& items, bool ascending)
 {
     std::vector<qsizetype> positions(size_t(items.size()));

@@ -38,6 +38,11 @@ std::optional<SortKey> fromRawValue(QStringView raw);
 QList<FileItem> sort(SortKey key, const QList<FileItem>& items, bool ascending);
 // The same over positions into `items`, without copying items.
 void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizetype>& positions, bool ascending);
+// The first `count` of what sortPositions gives, in the same order, and only those: `positions`
+// is cut down to them. For a few out of many by a date or the size, far cheaper than sorting
+// them all (a selection, not a sort, of the rest).
+void firstPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizetype>& positions, bool ascending,
+                    size_t count);
 
 }  // namespace SortKeys
 

@@ -5,7 +5,10 @@
 
 #include <QJsonDocument>
 #include <QRandomGenerator>
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <numeric>
+#include <random>
 
 using namespace fennic;
 
@@ -72,6 +75,20 @@ TEST(SortKeyTest, NumericKeysAreStableInBothDirections)
                 return ascending ? field(a) < field(b) : field(b) < field(a);
             });
             EXPECT_EQ(names(SortKeys::sort(key, items, ascending)), names(expected));
+
+            // The first few alone, from positions in a shuffled incoming order: ties keep it.
+            std::vector<qsizetype> incoming(size_t(items.size()));
+            std::iota(incoming.begin(), incoming.end(), qsizetype(0));
+            std::shuffle(incoming.begin(), incoming.end(), std::mt19937(7));
+            std::vector<qsizetype> all = incoming;
+            SortKeys::sortPositions(key, items, all, ascending);
+            for (size_t count : {size_t(0), size_t(1), size_t(12), size_t(299), size_t(300), size_t(400)}) {
+                std::vector<qsizetype> first = incoming;
+                SortKeys::firstPositions(key, items, first, ascending, count);
+                const std::vector<qsizetype> want(all.begin(),
+                                                  all.begin() + std::ptrdiff_t(std::min(count, all.size())));
+                EXPECT_EQ(first, want) << count << " first";
+            }
         }
     }
 }
