@@ -11,6 +11,20 @@ namespace SortKeys {
 
 namespace {
 
+// What a date or size key orders by; none for name and kind.
+std::optional<double> numericValue(SortKey key, const FileItem& f)
+{
+    switch (key) {
+    case SortKey::dateAdded: return f.added.seconds;
+    case SortKey::dateModified: return f.modified.seconds;
+    // Sizes past 2^53 bytes would lose precision as doubles; no file is that large.
+    case SortKey::size: return double(f.size);
+    case SortKey::name:
+    case SortKey::kind: break;
+    }
+    return std::nullopt;
+}
+
 // Kinds ranked by their raw names as strings: app, archive, document, image, music, other,
 // video.
 int kindRank(FileKind kind)
@@ -108,10 +122,9 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
         for (size_t i = 0; i < keyed.size(); ++i) positions[i] = keyed[i].second;
     };
     switch (key) {
-    case SortKey::dateAdded: byNumber([](const FileItem& f) { return f.added.seconds; }); return;
-    case SortKey::dateModified: byNumber([](const FileItem& f) { return f.modified.seconds; }); return;
-    // Sizes past 2^53 bytes would lose precision as doubles; no file is that large.
-    case SortKey::size: byNumber([](const FileItem& f) { return double(f.size); }); return;
+    case SortKey::dateAdded:
+    case SortKey::dateModified:
+    case SortKey::size: byNumber([key](const FileItem& f) { return *numericValue(key, f); }); return;
     case SortKey::name: {
         std::vector<qsizetype> slot;
         const std::vector<QCollatorSortKey> keys = nameKeys(items, positions, slot);
@@ -141,18 +154,8 @@ void sortPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizet
 void firstPositions(SortKey key, const QList<FileItem>& items, std::vector<qsizetype>& positions, bool ascending,
                     size_t count)
 {
-    const auto field = [key](const FileItem& f) -> std::optional<double> {
-        switch (key) {
-        case SortKey::dateAdded: return f.added.seconds;
-        case SortKey::dateModified: return f.modified.seconds;
-        case SortKey::size: return double(f.size);
-        case SortKey::name:
-        case SortKey::kind: break;
-        }
-        return std::nullopt;
-    };
     // Names need a collation key for every item whichever few are kept: no cheaper way there.
-    if (positions.size() <= count || !field(FileItem())) {
+    if (positions.size() <= count || !numericValue(key, FileItem())) {
         sortPositions(key, items, positions, ascending);
         if (positions.size() > count) positions.resize(count);
         return;
@@ -167,7 +170,8 @@ void firstPositions(SortKey key, const QList<FileItem>& items, std::vector<qsize
     std::vector<Keyed> keyed;
     keyed.reserve(positions.size());
     const FileItem* it = items.constData();
-    for (size_t i = 0; i < positions.size(); ++i) keyed.push_back({*field(it[positions[i]]), i, positions[i]});
+    for (size_t i = 0; i < positions.size(); ++i)
+        keyed.push_back({*numericValue(key, it[positions[i]]), i, positions[i]});
     const auto mid = keyed.begin() + std::ptrdiff_t(count);
     std::partial_sort(keyed.begin(), mid, keyed.end(), [ascending](const Keyed& a, const Keyed& b) {
         if (a.value != b.value) return ascending ? a.value < b.value : b.value < a.value;
